@@ -1,0 +1,84 @@
+// Database: a Jet 4 (.mdb, Access 2000) file opened for reading and writing rows of its user
+// tables, or created anew. One object per open file; not thread-safe (use from one thread).
+// Format facts: docs/jet4-format.md.
+#pragma once
+
+#include "platform/jet/query.h"
+#include "platform/jet/types.h"
+#include "platform/status.h"
+
+#include <functional>
+#include <memory>
+
+namespace tolvane::jet {
+
+class Recordset;
+class Engine; // internal
+
+class Database
+{
+public:
+    enum class OpenMode { ReadWrite, ReadOnly };
+
+    // Opens an existing file. Errors: NotFound (no file), NotSupported (Jet 3, ACCDB, encoded
+    // or password-protected), Corruption (not a Jet file / unreadable structures), IOError.
+    // A hot journal left by an interrupted commit is rolled back first.
+    // In ReadWrite mode a file whose "<name>.ldb" lock file exists, or that cannot be written,
+    // is opened read-only: isReadOnly() is then true and readOnlyReason() says why.
+    static Result<std::unique_ptr<Database>> open(const QString &path, OpenMode mode = OpenMode::ReadWrite);
+
+    // Creates a brand-new file at path holding the given (empty) user tables, in that order.
+    // Never overwrites: InvalidArgument when path already exists. The file appears complete or
+    // not at all.
+    static Status create(const QString &path, const QList<TableSpec> &tables);
+
+    ~Database();
+    Database(const Database &) = delete;
+    Database &operator=(const Database &) = delete;
+
+    QString path() const;
+    bool isReadOnly() const;
+    QString readOnlyReason() const;
+
+    // User tables, in catalogue order; names as stored.
+    QStringList tableNames() const;
+    // Exact (case-sensitive) name test, as the table list is compared.
+    bool hasTable(const QString &name) const;
+    // Case-insensitive lookup. NotFound when absent.
+    Result<TableInfo> tableInfo(const QString &table) const;
+
+    // Transactions. Without one, every write commits on its own. Nested begin is refused.
+    // commit() makes all writes since begin durable at once; a crash or kill before commit()
+    // returns leaves the file as it was before begin (a journal is rolled back at next open).
+    Status beginTransaction();
+    Status commit();
+    void rollback();
+    bool inTransaction() const;
+
+    // Row access by position in the table's column order (TableInfo::columns).
+    // Values are checked: a text longer than its column, a wrong type, or a Long out of range
+    // is InvalidArgument and nothing is written. Tables with indexes or memo/OLE columns, and
+    // read-only files, refuse writes (NotSupported / ReadOnly).
+    Result<RowId> insertRow(const QString &table, const Row &values);
+    Status updateRow(const QString &table, RowId id, const Row &values);
+    Status deleteRow(const QString &table, RowId id);
+    Result<Row> readRow(const QString &table, RowId id) const;
+    // Visits live rows in storage order; return false from visit to stop early.
+    Status scan(const QString &table, const std::function<bool(RowId, const Row &)> &visit) const;
+
+    // Static snapshot recordsets (see recordset.h).
+    Result<std::unique_ptr<Recordset>> openTable(const QString &table);
+    Result<std::unique_ptr<Recordset>> select(const Query &query);
+
+    // Distinct non-null values of column with their counts, ascending
+    // ("GROUP BY column HAVING Count(column) >= 1 ORDER BY column").
+    Result<QList<QPair<QVariant, int>>> groupCount(const QString &table, const QString &column,
+                                                   const QList<Condition> &conditions = {});
+
+private:
+    explicit Database(std::unique_ptr<Engine> engine);
+    std::unique_ptr<Engine> m_engine;
+    friend class Recordset;
+};
+
+} // namespace tolvane::jet

@@ -1,0 +1,80 @@
+// Recordset: a static snapshot of rows from one table, with a cursor, as the catalogue code
+// expects of a recordset: BOF/EOF, moves, fields by position or name, AddNew/Update, Delete
+// of the current row, and a Filter. Edits are written through to the Database at once (inside
+// the Database's transaction when one is open). Not thread-safe; must not outlive its Database.
+#pragma once
+
+#include "platform/jet/query.h"
+#include "platform/jet/types.h"
+#include "platform/status.h"
+
+namespace tolvane::jet {
+
+class Database;
+
+class Recordset
+{
+public:
+    Recordset(Database *db, QString table, QStringList columns, QList<int> columnIndexes,
+              QList<RowId> ids, QList<Row> rows);
+
+    const QString &table() const { return m_table; }
+    const QStringList &columnNames() const { return m_columns; }
+    int fieldCount() const { return int(m_columns.size()); }
+    int fieldIndex(const QString &name) const; // case-insensitive; -1 when absent
+
+    // Cursor. With no visible row both bof() and eof() are true. After opening (and after a
+    // filter change) the cursor is on the first visible row.
+    bool bof() const;
+    bool eof() const;
+    int recordCount() const; // visible rows (filtered, not deleted)
+    void moveFirst();
+    void moveLast();
+    void moveNext();     // past the last row: eof()
+    void movePrevious(); // before the first row: bof()
+    void move(int n);    // relative move by n visible rows
+    // 0-based position among visible rows; -1 at BOF/EOF.
+    int position() const;
+
+    // Field of the current row. Null QVariant when there is no current row.
+    QVariant field(int index) const;
+    QVariant field(const QString &name) const;
+    RowId currentId() const;
+
+    // Editing. setField changes the edit buffer of the current row (or of the new row after
+    // addNew); update() writes it. InvalidArgument for bad values or no current row.
+    Status addNew();
+    Status setField(int index, const QVariant &value);
+    Status setField(const QString &name, const QVariant &value);
+    Status update();
+    void cancelUpdate();
+    bool editing() const { return m_editing; }
+    // Deletes the current row from the table. The cursor stays on it until the next move;
+    // moves skip deleted rows.
+    Status deleteCurrent();
+
+    // Filter: only rows satisfying every condition stay visible. An empty list removes it.
+    void setFilter(const QList<Condition> &conditions);
+    void clearFilter() { setFilter({}); }
+    bool filtered() const { return !m_filter.isEmpty(); }
+
+private:
+    bool visible(int i) const;
+    int firstVisibleFrom(int i, int step) const;
+
+    Database *m_db;
+    QString m_table;
+    QStringList m_columns;
+    QList<int> m_tableColumns; // index of each field in the table's column order
+    QList<RowId> m_ids;
+    QList<Row> m_rows;
+    QList<bool> m_deleted;
+    QList<Condition> m_filter;
+    QList<int> m_filterColumns;
+    int m_cur = -1; // index into m_rows; -1 = BOF; m_rows.size() = EOF
+    bool m_editing = false;
+    bool m_adding = false;
+    Row m_buffer;
+};
+
+} // namespace tolvane::jet

@@ -1,0 +1,86 @@
+// Value and schema types of the Jet 4 engine. Plain values; thread-compatible.
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+namespace tolvane::jet {
+
+// Jet column type codes, as stored in a table definition.
+enum class ColumnType : quint8 {
+    Boolean = 0x01,
+    Byte = 0x02,
+    Integer = 0x03, // 16-bit
+    Long = 0x04,    // 32-bit signed
+    Money = 0x05,
+    Float = 0x06,
+    Double = 0x07,
+    DateTime = 0x08,
+    Binary = 0x09,
+    Text = 0x0A,
+    Ole = 0x0B,
+    Memo = 0x0C,
+    Guid = 0x0F,
+    Numeric = 0x10,
+};
+
+// A column of an existing table, in column-number order.
+struct ColumnInfo
+{
+    QString name;
+    ColumnType type = ColumnType::Long;
+    int number = 0;         // column number stored in the tdef
+    int maxLength = 0;      // Text: characters (UTF-16 code units); others: bytes
+    bool compressible = false;
+};
+
+struct TableInfo
+{
+    QString name;
+    QList<ColumnInfo> columns; // in column-number order: the order of values in a row
+    qint64 rowCount = 0;       // live rows recorded in the table definition
+    int columnIndex(const QString &column) const; // case-insensitive; -1 when absent
+};
+
+// A column of a table to be created. Only Long, DateTime and Text are supported for new tables.
+struct ColumnSpec
+{
+    QString name;
+    ColumnType type = ColumnType::Long;
+    int textLength = 0; // Text(n): n characters, 1..255
+};
+
+struct TableSpec
+{
+    QString name;
+    QList<ColumnSpec> columns;
+};
+
+// Location of a row: the slot that a table scan finds it under. It stays valid when an
+// update moves the row's data elsewhere (the slot then points at the data).
+struct RowId
+{
+    quint32 page = 0;
+    quint8 row = 0;
+    bool operator==(const RowId &) const = default;
+    bool isValid() const { return page != 0; }
+};
+
+// Values travel as QVariant:
+//   null              -> QVariant() (invalid)
+//   Long/Integer/Byte -> int
+//   DateTime          -> QDateTime, Qt::LocalTime wall-clock time, millisecond precision
+//   Text/Memo         -> QString
+//   Boolean           -> bool
+//   Binary/Ole        -> QByteArray
+//   Double/Float      -> double, Money -> double
+using Row = QList<QVariant>;
+
+// OLE automation date (days since 1899-12-30; for earlier days the fraction is still the
+// positive time of day) <-> wall-clock QDateTime.
+double toOleDate(const QDateTime &dt);
+QDateTime fromOleDate(double ole);
+
+} // namespace tolvane::jet

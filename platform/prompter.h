@@ -1,0 +1,50 @@
+// Prompter: the one seam through which the program asks the user anything modal
+// (message boxes, file, folder and colour pickers, small inputs). The widget implementation
+// lives in shell/ui; tests install a scripted one. Used from the GUI thread only.
+#pragma once
+
+#include <QColor>
+#include <QString>
+#include <QStringList>
+
+namespace tolvane {
+
+class Prompter
+{
+public:
+    enum class Icon { None, Information, Warning /* exclamation */, Critical, Question };
+    enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
+    enum class Answer { Ok, Cancel, Yes, No };
+
+    struct Message
+    {
+        QString title;
+        QString text;
+        Icon icon = Icon::None;
+        Buttons buttons = Buttons::Ok;
+    };
+
+    virtual ~Prompter() = default;
+
+    // Shows a modal message box; returns the button pressed (Cancel/No when closed otherwise).
+    virtual Answer message(const Message &msg) = 0;
+
+    // File pickers. filter uses Qt's form, e.g. "Database (*.mdb)". Empty result = cancelled.
+    virtual QString openFile(const QString &title, const QString &filter, const QString &startDir = {}) = 0;
+    virtual QString saveFile(const QString &title, const QString &filter, const QString &startDir = {}) = 0;
+    // Folder picker. Empty result = cancelled.
+    virtual QString folder(const QString &title, const QString &startDir = {}) = 0;
+    // Colour picker; an invalid QColor means cancelled.
+    virtual QColor color(const QString &title, const QColor &initial) = 0;
+    // Small text input; std::nullopt-like: ok=false means cancelled.
+    virtual QString text(const QString &title, const QString &label, const QString &initial, bool *ok) = 0;
+    virtual int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) = 0;
+
+    // Convenience for the common one-button message box.
+    Answer inform(const QString &title, const QString &text, Icon icon)
+    {
+        return message({title, text, icon, Buttons::Ok});
+    }
+};
+
+} // namespace tolvane

@@ -1,0 +1,16 @@
+#!/bin/bash
+# Installs every Debian package needed to build, run and test Almaren Tolvane (Debian 12).
+set -euo pipefail
+PKGS=(build-essential cmake ninja-build pkg-config
+      qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6
+      libgl-dev fonts-noto-cjk xvfb xauth
+      mdbtools nodejs npm python3)
+missing=()
+for p in "${PKGS[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  SUDO=""; [ "$(id -u)" -ne 0 ] && SUDO=sudo
+  $SUDO apt-get update
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y "${missing[@]}"
+fi

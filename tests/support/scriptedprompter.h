@@ -1,0 +1,64 @@
+// ScriptedPrompter: a Prompter for tests. Records every call and returns planned answers in
+// order. An unplanned prompt, or a planned answer left unused at destruction, fails the test.
+#pragma once
+
+#include "platform/prompter.h"
+
+#include <QList>
+#include <QVariant>
+
+namespace tolvane::test {
+
+class ScriptedPrompter : public Prompter
+{
+public:
+    struct Call
+    {
+        QString kind; // "message", "openFile", "saveFile", "folder", "color", "text", "number"
+        QString title;
+        QString text;  // message text, filter or label
+        Icon icon = Icon::None;
+        Buttons buttons = Buttons::Ok;
+    };
+
+    ~ScriptedPrompter() override;
+
+    // Plans: each answers the next prompt of that kind, in order of planning.
+    void planAnswer(Answer a) { m_plan.append({QStringLiteral("message"), QVariant::fromValue(int(a))}); }
+    void planOpenFile(const QString &path) { m_plan.append({QStringLiteral("openFile"), path}); }
+    void planSaveFile(const QString &path) { m_plan.append({QStringLiteral("saveFile"), path}); }
+    void planFolder(const QString &path) { m_plan.append({QStringLiteral("folder"), path}); }
+    void planColor(const QColor &c) { m_plan.append({QStringLiteral("color"), c}); }
+    void planText(const QString &t, bool ok = true) { m_plan.append({QStringLiteral("text"), ok ? QVariant(t) : QVariant()}); }
+    void planNumber(int n, bool ok = true) { m_plan.append({QStringLiteral("number"), ok ? QVariant(n) : QVariant()}); }
+
+    const QList<Call> &calls() const { return m_calls; }
+    // Messages only, for the usual assertions.
+    QList<Call> messages() const;
+    const Call &lastMessage() const;
+    void clear() { m_calls.clear(); }
+    int unusedAnswers() const { return int(m_plan.size()); }
+    // Messages with an OK button are answered Ok without planning when this is on (default).
+    void setAutoAcknowledge(bool on) { m_autoAck = on; }
+
+    Answer message(const Message &msg) override;
+    QString openFile(const QString &title, const QString &filter, const QString &startDir) override;
+    QString saveFile(const QString &title, const QString &filter, const QString &startDir) override;
+    QString folder(const QString &title, const QString &startDir) override;
+    QColor color(const QString &title, const QColor &initial) override;
+    QString text(const QString &title, const QString &label, const QString &initial, bool *ok) override;
+    int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) override;
+
+private:
+    QVariant take(const QString &kind, const Call &call);
+    struct Planned
+    {
+        QString kind;
+        QVariant value;
+    };
+    QList<Planned> m_plan;
+    QList<Call> m_calls;
+    bool m_autoAck = true;
+};
+
+} // namespace tolvane::test
