@@ -1,9 +1,18 @@
 // Almaren Tolvane: the desktop program. All wiring happens in the main window.
+#include "shell/ui/form1.h"
+#include "shell/ui/qtprompter.h"
+
 #include <QApplication>
 
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Almaren Tolvane"));
-    return 0; // the main window is added by the shell
+    QApplication::setApplicationVersion(QStringLiteral(TOLVANE_VERSION));
+
+    tolvane::shell::QtPrompter prompter;
+    tolvane::shell::Form1 window(prompter);
+    prompter.setParent(&window);
+    window.show();
+    return app.exec();
 }

@@ -1,8 +1,34 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search).
+#include "cli/commands.h"
+#include "cli/consoleprompter.h"
+
 #include <QCoreApplication>
+
+namespace {
+int usage()
+{
+    tolvane::cli::writeErr(QStringLiteral("usage: tolvane-cli create CATALOG.mdb\n"
+                                          "       tolvane-cli register CATALOG.mdb FOLDER\n"
+                                          "       tolvane-cli dump CATALOG.mdb TABLE\n"
+                                          "       tolvane-cli search CATALOG.mdb ..."));
+    return 2;
+}
+} // namespace
 
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    return 0;
+    QStringList args = QCoreApplication::arguments().mid(1);
+    if (args.isEmpty())
+        return usage();
+    const QString command = args.takeFirst();
+    if (command == QLatin1String("create"))
+        return tolvane::cli::runCreate(args);
+    if (command == QLatin1String("register"))
+        return tolvane::cli::runRegister(args);
+    if (command == QLatin1String("dump"))
+        return tolvane::cli::runDump(args);
+    if (command == QLatin1String("search"))
+        return tolvane::cli::runSearch(args);
+    return usage();
 }

@@ -4,7 +4,10 @@ set -euo pipefail
 PKGS=(build-essential cmake ninja-build pkg-config
       qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6
       libgl-dev fonts-noto-cjk xvfb xauth
-      mdbtools nodejs npm python3)
+      mdbtools python3)
+# node and npm may come from another packager already; install Debian's only when absent.
+command -v node >/dev/null 2>&1 || PKGS+=(nodejs)
+command -v npm >/dev/null 2>&1 || PKGS+=(npm)
 missing=()
 for p in "${PKGS[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,0 +1,76 @@
+#include "browser/ui/filelistview.h"
+
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QScreen>
+
+namespace tolvane::browser::ui {
+
+int twipsToPixels(const QWidget *widget, int twips)
+{
+    const double dpi = widget ? widget->logicalDpiX() : 96.0;
+    return qRound(twips * dpi / 1440.0);
+}
+
+FileListView::FileListView(FileListModel *model, QWidget *parent) : QTableView(parent), m_model(model)
+{
+    setObjectName(QStringLiteral("fr"));
+    setModel(model);
+    verticalHeader()->hide();
+    // Every row is one line: a fixed height keeps a list of many thousand files immediate.
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setStretchLastSection(true);
+    setSelectionMode(QAbstractItemView::NoSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setWordWrap(false);
+    setFrameShape(QFrame::NoFrame);
+}
+
+void FileListView::initControls()
+{
+    m_model->clear();
+    setFrameShape(QFrame::NoFrame);
+}
+
+void FileListView::setStartWidths()
+{
+    setColumnWidth(FileListModel::NameColumn, twipsToPixels(this, 1400));
+    setColumnWidth(FileListModel::SizeColumn, twipsToPixels(this, 600));
+}
+
+void FileListView::setFontSize(int points)
+{
+    if (points <= 0)
+        return;
+    QFont f = font();
+    f.setPointSize(points);
+    setFont(f);
+    horizontalHeader()->setFont(f);
+    verticalHeader()->setDefaultSectionSize(QFontMetrics(f).height() + 6);
+}
+
+int FileListView::gridRowAt(const QPoint &viewportPos) const
+{
+    const int r = rowAt(viewportPos.y());
+    return r < 0 ? -1 : r + 1;
+}
+
+void FileListView::mousePressEvent(QMouseEvent *event)
+{
+    const QPoint p = event->position().toPoint();
+    m_pressRow = gridRowAt(p);
+    m_pressCol = columnAt(p.x());
+    emit pressed(m_pressRow, m_pressCol);
+    QTableView::mousePressEvent(event);
+}
+
+void FileListView::mouseReleaseEvent(QMouseEvent *event)
+{
+    QTableView::mouseReleaseEvent(event);
+    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
+        emit clicked(m_pressRow, m_pressCol);
+}
+
+} // namespace tolvane::browser::ui

@@ -1,0 +1,196 @@
+#include "browser/ui/folderpanel.h"
+
+#include "catalog/schema.h"
+#include "platform/jet/database.h"
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QStandardItemModel>
+#include <QStyle>
+
+#include <algorithm>
+
+namespace tolvane::browser::ui {
+
+namespace {
+constexpr int kOpenRole = Qt::UserRole + 1;
+
+bool isInside(const QString &child, const QString &parent)
+{
+    if (child.size() <= parent.size() || !child.startsWith(parent))
+        return false;
+    const QChar last = parent.back();
+    if (last == QLatin1Char('/') || last == QLatin1Char('\\'))
+        return true;
+    const QChar next = child.at(parent.size());
+    return next == QLatin1Char('/') || next == QLatin1Char('\\');
+}
+} // namespace
+
+FolderPanel::FolderPanel(QWidget *parent) : QTreeView(parent), m_model(new QStandardItemModel(this))
+{
+    setObjectName(QStringLiteral("fg"));
+    setModel(m_model);
+    setHeaderHidden(true);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setUniformRowHeights(true);
+    // Double click toggles a node, Left collapses and Right expands it: the tree's own keys.
+    setExpandsOnDoubleClick(true);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this, &FolderPanel::onCurrentChanged);
+}
+
+void FolderPanel::clearFolders()
+{
+    m_quiet = true;
+    m_model->clear();
+    m_quiet = false;
+}
+
+void FolderPanel::setFolders(const QStringList &paths)
+{
+    m_quiet = true;
+    m_model->clear();
+    QStringList sorted = paths;
+    sorted.removeDuplicates();
+    std::sort(sorted.begin(), sorted.end());
+    // Sorted by text, a folder comes right after the folders that contain it; a stack of the
+    // open ancestors finds each folder's parent.
+    QList<QPair<QString, QStandardItem *>> stack;
+    const QIcon closed = style()->standardIcon(QStyle::SP_DirClosedIcon);
+    for (const QString &path : std::as_const(sorted)) {
+        while (!stack.isEmpty() && !isInside(path, stack.back().first))
+            stack.removeLast();
+        auto *item = new QStandardItem(closed, path);
+        item->setData(false, kOpenRole);
+        item->setToolTip(path);
+        if (stack.isEmpty())
+            m_model->appendRow(item);
+        else
+            stack.back().second->appendRow(item);
+        stack.append({path, item});
+    }
+    expandAll();
+    m_quiet = false;
+}
+
+void FolderPanel::fillRegisteredFolders(jet::Database *db)
+{
+    QStringList paths;
+    if (db) {
+        const Status st = db->scan(catalog::kPathNameTable, [&](jet::RowId, const jet::Row &row) {
+            if (row.size() > 1 && row[1].isValid())
+                paths.append(row[1].toString());
+            return true;
+        });
+        if (!st)
+            paths.clear();
+    }
+    setFolders(paths);
+}
+
+bool FolderPanel::markFolder(const QString &path)
+{
+    const int n = folderCount();
+    for (int r = 0; r < n; ++r) {
+        const QModelIndex idx = indexOfRow(r);
+        if (idx.data(Qt::DisplayRole).toString() == path) {
+            m_quiet = true;
+            const QModelIndex prev = currentIndex();
+            if (prev.isValid())
+                setPicture(prev, false);
+            setCurrentIndex(idx);
+            setPicture(idx, true);
+            m_quiet = false;
+            return true;
+        }
+    }
+    return false;
+}
+
+void FolderPanel::setPicture(const QModelIndex &index, bool open)
+{
+    QStandardItem *item = m_model->itemFromIndex(index);
+    if (!item)
+        return;
+    item->setData(open, kOpenRole);
+    item->setIcon(style()->standardIcon(open ? QStyle::SP_DirOpenIcon : QStyle::SP_DirClosedIcon));
+}
+
+void FolderPanel::onCurrentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    if (m_quiet)
+        return;
+    if (previous.isValid())
+        setPicture(previous, false);
+    if (!current.isValid())
+        return;
+    setPicture(current, true);
+    emit folderChosen(rowOfIndex(current), current.data(Qt::DisplayRole).toString());
+}
+
+namespace {
+void collect(const QStandardItemModel *m, const QModelIndex &parent, QList<QModelIndex> &out)
+{
+    for (int r = 0; r < m->rowCount(parent); ++r) {
+        const QModelIndex idx = m->index(r, 0, parent);
+        out.append(idx);
+        collect(m, idx, out);
+    }
+}
+} // namespace
+
+QModelIndex FolderPanel::indexOfRow(int row) const
+{
+    QList<QModelIndex> all;
+    collect(m_model, {}, all);
+    return row >= 0 && row < all.size() ? all[row] : QModelIndex();
+}
+
+int FolderPanel::rowOfIndex(const QModelIndex &index) const
+{
+    QList<QModelIndex> all;
+    collect(m_model, {}, all);
+    return int(all.indexOf(index));
+}
+
+int FolderPanel::folderCount() const
+{
+    QList<QModelIndex> all;
+    collect(m_model, {}, all);
+    return int(all.size());
+}
+
+QString FolderPanel::folderPath(int row) const
+{
+    return indexOfRow(row).data(Qt::DisplayRole).toString();
+}
+
+QStringList FolderPanel::folderPaths() const
+{
+    QList<QModelIndex> all;
+    collect(m_model, {}, all);
+    QStringList out;
+    for (const QModelIndex &i : std::as_const(all))
+        out.append(i.data(Qt::DisplayRole).toString());
+    return out;
+}
+
+int FolderPanel::currentRow() const
+{
+    return currentIndex().isValid() ? rowOfIndex(currentIndex()) : -1;
+}
+
+void FolderPanel::setCurrentRow(int row)
+{
+    const QModelIndex idx = indexOfRow(row);
+    if (idx.isValid())
+        setCurrentIndex(idx);
+}
+
+bool FolderPanel::isOpenPicture(int row) const
+{
+    return indexOfRow(row).data(kOpenRole).toBool();
+}
+
+} // namespace tolvane::browser::ui

@@ -1,0 +1,136 @@
+#include "catalog/lifecycle.h"
+
+#include "catalog/creation.h"
+#include "catalog/schema.h"
+#include "platform/apptitle.h"
+#include "platform/jet/database.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace tolvane::catalog {
+
+namespace {
+
+const char *const kNotCatalogMessage = "Tolvane 用データベースを選択してください。";
+
+void critical(Prompter &prompter, const QString &text)
+{
+    prompter.inform(appTitle(), text, Prompter::Icon::Critical);
+}
+
+} // namespace
+
+QString SelectCatalogFile(Prompter &prompter, int purpose, CatalogState &state)
+{
+    const QString filter = QStringLiteral("Database (*.mdb)");
+    QString chosen;
+    if (purpose == kSelectForCreate)
+        chosen = prompter.saveFile(QString::fromUtf8("データベース新規作成"), filter);
+    else if (purpose == kSelectForOpen)
+        chosen = prompter.openFile(QString::fromUtf8("データベースオープン"), filter);
+    if (chosen.isEmpty())
+        return canceledChoice();
+    // Later steps cut the last four characters off: the name must end in ".mdb".
+    if (!chosen.endsWith(QStringLiteral(".mdb"), Qt::CaseInsensitive))
+        chosen += QStringLiteral(".mdb");
+    const QString bare = QFileInfo(chosen).fileName();
+    state.CatalogName = bare.left(bare.size() - 4);
+    return chosen;
+}
+
+bool ConnectCatalog(CatalogState &state)
+{
+    state.CatalogConnection.reset();
+    auto db = jet::Database::open(state.CatalogPath, jet::Database::OpenMode::ReadWrite);
+    if (!db)
+        return false;
+    state.CatalogConnection = db.take();
+    return true;
+}
+
+bool HasDbidTable(const CatalogState &state)
+{
+    return state.db() && state.db()->hasTable(kDbidTable);
+}
+
+int ReadDbid(const CatalogState &state)
+{
+    if (!state.db())
+        return 0;
+    auto rs = state.db()->openTable(kDbidTable);
+    if (!rs || (*rs)->bof())
+        return 0;
+    bool ok = false;
+    const int value = (*rs)->field(0).toInt(&ok);
+    return ok ? value : 0;
+}
+
+void CreateCatalog(Prompter &prompter, CatalogState &state)
+{
+    state.CatalogPath = SelectCatalogFile(prompter, kSelectForCreate, state);
+    if (state.CatalogPath == canceledChoice())
+        return;
+    state.CatalogPath.chop(4);
+    const QString failed = QString::fromUtf8("データベース作成に失敗しました。");
+    if (!CreateCatalogFile(state.CatalogPath)) {
+        critical(prompter, failed);
+        return;
+    }
+    if (!PutIDno(state.CatalogPath)) {
+        critical(prompter, failed + QStringLiteral(" putIDno"));
+        return;
+    }
+    if (!PutDBID(state.CatalogPath)) {
+        critical(prompter, failed + QStringLiteral(" DBID"));
+        return;
+    }
+    if (!PutItemN(state.CatalogPath)) {
+        critical(prompter, failed + QStringLiteral(" ItemN"));
+        return;
+    }
+    prompter.inform(appTitle(),
+                    state.CatalogPath + QString::fromUtf8(".mdb が使えるようになりました。") +
+                        QStringLiteral("\r\n") + QString::fromUtf8("DBオープンボタンで使用開始します。"),
+                    Prompter::Icon::Information);
+}
+
+OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
+                            std::unique_ptr<jet::Recordset> &searchResultSet,
+                            std::unique_ptr<jet::Recordset> &binderSet)
+{
+    CloseCatalog(state, searchResultSet, binderSet);
+
+    state.CatalogPath = SelectCatalogFile(prompter, kSelectForOpen, state);
+    if (state.CatalogPath == canceledChoice())
+        return OpenOutcome::Cancelled;
+    if (!ConnectCatalog(state))
+        return OpenOutcome::ConnectFailed;
+    if (!HasDbidTable(state)) {
+        critical(prompter, QString::fromUtf8(kNotCatalogMessage));
+        return OpenOutcome::NotCatalog;
+    }
+    state.CatalogMark = ReadDbid(state);
+    if (state.CatalogMark == kOrdinaryCatalogMark)
+        return OpenOutcome::Ordinary;
+    if (state.CatalogMark == kArchiveCatalogMark) {
+        // An archive edition is never written: keep it open read-only.
+        auto ro = jet::Database::open(state.CatalogPath, jet::Database::OpenMode::ReadOnly);
+        if (ro)
+            state.CatalogConnection = ro.take();
+        return OpenOutcome::Archive;
+    }
+    critical(prompter, QString::fromUtf8(kNotCatalogMessage));
+    return OpenOutcome::NotCatalog;
+}
+
+void CloseCatalog(CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
+                  std::unique_ptr<jet::Recordset> &binderSet)
+{
+    // Recordsets must not outlive their database.
+    searchResultSet.reset();
+    binderSet.reset();
+    state.CatalogConnection.reset();
+}
+
+} // namespace tolvane::catalog

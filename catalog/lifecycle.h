@@ -1,0 +1,55 @@
+// Opening, checking, creating and closing the catalogue in use. These steps talk to the user
+// only through the Prompter; what the main window shows after an open is its own business
+// (see OpenOutcome).
+#pragma once
+
+#include "catalog/catalogstate.h"
+#include "platform/jet/recordset.h"
+#include "platform/prompter.h"
+
+#include <memory>
+
+namespace tolvane::catalog {
+
+// File dialog purposes.
+constexpr int kSelectForCreate = 1;
+constexpr int kSelectForOpen = 2;
+
+// What SelectCatalogFile returns when the user cancels or the dialog fails.
+inline QString canceledChoice() { return QStringLiteral("Canceled"); }
+
+// Shows the save (create) or open dialog for ".mdb" files. Returns the chosen full path,
+// always ending in ".mdb", or "Canceled". Sets state.CatalogName from the chosen name.
+QString SelectCatalogFile(Prompter &prompter, int purpose, CatalogState &state);
+
+// Opens state.CatalogPath as the new CatalogConnection (replacing any previous one).
+bool ConnectCatalog(CatalogState &state);
+// Whether the open catalogue has a table named exactly "DBID".
+bool HasDbidTable(const CatalogState &state);
+// The first DBID row's value, or 0 when the table has no row or cannot be read.
+int ReadDbid(const CatalogState &state);
+
+// The create command: asks for a new file, builds it, and reports the result.
+// The new catalogue is not opened.
+void CreateCatalog(Prompter &prompter, CatalogState &state);
+
+enum class OpenOutcome {
+    Cancelled,     // the dialog was cancelled; nothing is connected
+    ConnectFailed, // not a Jet database, or unreadable; no message
+    NotCatalog,    // refused with "Tolvane 用データベースを選択してください。"
+    Ordinary,      // CatalogMark 11
+    Archive,       // CatalogMark -11; the connection is read-only
+};
+
+// The open command up to the checks: closes the result sets and the previous connection,
+// asks for the file, connects, checks DBID and sets CatalogMark. The caller arranges the
+// window for Ordinary and Archive.
+OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
+                            std::unique_ptr<jet::Recordset> &searchResultSet,
+                            std::unique_ptr<jet::Recordset> &binderSet);
+
+// Shutdown: closes the result sets, then the connection. Never fails.
+void CloseCatalog(CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
+                  std::unique_ptr<jet::Recordset> &binderSet);
+
+} // namespace tolvane::catalog

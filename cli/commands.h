@@ -1,0 +1,14 @@
+// The subcommands of tolvane-cli. Each takes the arguments after the subcommand name, writes
+// UTF-8 to stdout/stderr, and returns the process exit code (0 success, 1 refusal or failure).
+#pragma once
+
+#include <QStringList>
+
+namespace tolvane::cli {
+
+int runCreate(const QStringList &args);
+int runRegister(const QStringList &args);
+int runDump(const QStringList &args);
+int runSearch(const QStringList &args);
+
+} // namespace tolvane::cli

@@ -1,0 +1,135 @@
+// tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
+// prints the rows, one line each, with the seven catalogue fields separated by tabs.
+#include "cli/commands.h"
+
+#include "platform/jet/database.h"
+#include "registration/pathrecords.h"
+#include "search/catalogqueries.h"
+#include "search/classnarrowing.h"
+#include "search/searchtexts.h"
+
+#include <QDateTime>
+
+#include <cstdio>
+
+namespace tolvane::cli {
+
+namespace {
+
+void writeLine(FILE *out, const QString &line)
+{
+    const QByteArray bytes = (line + QLatin1Char('\n')).toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), out);
+}
+
+int usage()
+{
+    writeLine(stderr, QStringLiteral("usage: tolvane-cli search CATALOG.mdb (--folder PATH | --name TEXT | "
+                                     "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS]"));
+    return 1;
+}
+
+// One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break inside
+// a field, so that each row stays one line of seven columns.
+QString fieldText(const QVariant &value)
+{
+    if (!value.isValid() || value.isNull())
+        return {};
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime().toString(QStringLiteral("yyyy-MM-dd"));
+    QString text = value.toString();
+    for (QChar &c : text)
+        if (c == QLatin1Char('\t') || c == QLatin1Char('\n') || c == QLatin1Char('\r'))
+            c = QLatin1Char(' ');
+    return text;
+}
+
+struct Request
+{
+    QString catalog;
+    QString kind;
+    QStringList values;
+    QString narrow;
+    bool narrowing = false;
+};
+
+bool parse(const QStringList &args, Request &req)
+{
+    if (args.isEmpty())
+        return false;
+    req.catalog = args.first();
+    for (int i = 1; i < args.size(); ++i) {
+        const QString &a = args.at(i);
+        const int need = a == QStringLiteral("--period") ? 2 : 1;
+        if (i + need >= args.size())
+            return false;
+        if (a == QStringLiteral("--narrow")) {
+            req.narrow = args.at(++i);
+            req.narrowing = true;
+        } else if (a == QStringLiteral("--folder") || a == QStringLiteral("--name") || a == QStringLiteral("--class")
+                   || a == QStringLiteral("--period") || a == QStringLiteral("--keyword")) {
+            if (!req.kind.isEmpty())
+                return false;
+            req.kind = a.mid(2);
+            req.values = args.mid(i + 1, need);
+            i += need;
+        } else {
+            return false;
+        }
+    }
+    return !req.kind.isEmpty();
+}
+
+} // namespace
+
+int runSearch(const QStringList &args)
+{
+    Request req;
+    if (!parse(args, req))
+        return usage();
+
+    auto opened = jet::Database::open(req.catalog, jet::Database::OpenMode::ReadOnly);
+    if (!opened) {
+        writeLine(stderr, QStringLiteral("%1: %2").arg(req.catalog, opened.status().toString()));
+        return 1;
+    }
+    jet::Database &db = *opened.value();
+
+    // The searches use their text trimmed, as the search panel does.
+    const QString value = req.values.value(0).trimmed();
+    search::RecordsetSlot result;
+    Result<bool> found = false;
+    if (req.kind == QStringLiteral("folder"))
+        found = search::QueryByFolder(db, result, registration::GetPathID(&db, req.values.value(0)));
+    else if (req.kind == QStringLiteral("name"))
+        found = search::QueryByFileName(db, result, value);
+    else if (req.kind == QStringLiteral("class"))
+        found = search::QueryByClass(db, result, value);
+    else if (req.kind == QStringLiteral("period"))
+        found = search::QueryByPeriod(db, result, value, req.values.value(1).trimmed());
+    else
+        found = search::QueryByKeyword(db, result, value);
+
+    if (!found) {
+        writeLine(stderr, QStringLiteral("search failed: %1").arg(found.status().toString()));
+        return 1;
+    }
+    if (!found.value()) {
+        writeLine(stdout, search::kZeroResultMessage);
+        return 0;
+    }
+    if (req.narrowing && search::NarrowByClass(result.get(), req.narrow) == search::NarrowOutcome::Emptied) {
+        writeLine(stdout, search::narrowEmptyMessage(req.narrow.trimmed()));
+        return 0;
+    }
+
+    for (result->moveFirst(); !result->eof(); result->moveNext()) {
+        QStringList fields;
+        for (int i = 0; i < result->fieldCount(); ++i)
+            fields.append(fieldText(result->field(i)));
+        writeLine(stdout, fields.join(QLatin1Char('\t')));
+    }
+    return 0;
+}
+
+} // namespace tolvane::cli

@@ -1,0 +1,115 @@
+// Little-endian field access on page buffers, and the page-level constants of the Jet 4 format
+// (docs/jet4-engine.md). Header-only; pure functions.
+#pragma once
+
+#include <QtGlobal>
+
+#include <cstring>
+
+namespace tolvane::jet::internal {
+
+constexpr int kPageSize = 4096;
+constexpr quint8 kPageData = 0x01;
+constexpr quint8 kPageTdef = 0x02;
+constexpr quint8 kPageMap = 0x05;
+
+// Data pages: 14-byte header, then the row offset table.
+constexpr int kDataFreeSpace = 2;
+constexpr int kDataTdefPage = 4;
+constexpr int kDataRowCount = 12;
+constexpr int kDataRowTable = 14;
+constexpr int kMaxRowsPerPage = 255;
+constexpr int kMaxRowSize = 4060;
+constexpr quint16 kRowOffsetMask = 0x1FFF;
+constexpr quint16 kRowDeleted = 0x8000;  // deleted, or the target of an overflow pointer
+constexpr quint16 kRowOverflow = 0x4000; // the row holds a pointer to its data
+
+// Usage-map pages referenced from a reference map: 4-byte header, then a bitmap.
+constexpr int kMapPageBits = (kPageSize - 4) * 8;
+
+inline quint8 u8(const uchar *p) { return p[0]; }
+inline quint16 u16(const uchar *p) { return quint16(p[0] | (p[1] << 8)); }
+inline quint32 u24(const uchar *p) { return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16); }
+inline quint32 u32(const uchar *p)
+{
+    return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16) | (quint32(p[3]) << 24);
+}
+inline qint32 i32(const uchar *p) { return qint32(u32(p)); }
+inline qint16 i16(const uchar *p) { return qint16(u16(p)); }
+inline double f64(const uchar *p)
+{
+    double d;
+    quint64 v = 0;
+    for (int i = 7; i >= 0; --i)
+        v = (v << 8) | p[i];
+    std::memcpy(&d, &v, sizeof d);
+    return d;
+}
+inline float f32(const uchar *p)
+{
+    float f;
+    const quint32 v = u32(p);
+    std::memcpy(&f, &v, sizeof f);
+    return f;
+}
+
+inline void put16(uchar *p, quint16 v)
+{
+    p[0] = uchar(v);
+    p[1] = uchar(v >> 8);
+}
+inline void put24(uchar *p, quint32 v)
+{
+    p[0] = uchar(v);
+    p[1] = uchar(v >> 8);
+    p[2] = uchar(v >> 16);
+}
+inline void put32(uchar *p, quint32 v)
+{
+    put16(p, quint16(v));
+    put16(p + 2, quint16(v >> 16));
+}
+inline void putF64(uchar *p, double d)
+{
+    quint64 v;
+    std::memcpy(&v, &d, sizeof v);
+    for (int i = 0; i < 8; ++i)
+        p[i] = uchar(v >> (8 * i));
+}
+inline void putF32(uchar *p, float f)
+{
+    quint32 v;
+    std::memcpy(&v, &f, sizeof v);
+    put32(p, v);
+}
+
+// Extent of row slot `row` on a data page: [start, end). Row i ends where row i-1 starts; row 0
+// ends at the page end. False when the slot or its offsets do not fit the page.
+inline bool rowExtent(const uchar *page, int row, int *start, int *end, quint16 *flags = nullptr)
+{
+    const int rows = u16(page + kDataRowCount);
+    if (row < 0 || row >= rows || kDataRowTable + 2 * rows > kPageSize)
+        return false;
+    const quint16 slot = u16(page + kDataRowTable + 2 * row);
+    const int s = slot & kRowOffsetMask;
+    int e = row == 0 ? kPageSize : (u16(page + kDataRowTable + 2 * (row - 1)) & kRowOffsetMask);
+    if (e < s) {
+        // An earlier slot parked at the page end (a zero-length deleted row): the row ends at
+        // the nearest earlier row start above it.
+        e = kPageSize;
+        for (int j = 0; j < row; ++j) {
+            const int o = u16(page + kDataRowTable + 2 * j) & kRowOffsetMask;
+            if (o >= s && o < e)
+                e = o;
+        }
+    }
+    if (flags)
+        *flags = slot & quint16(~kRowOffsetMask);
+    if (e > kPageSize || s > e || s < kDataRowTable + 2 * rows)
+        return false;
+    *start = s;
+    *end = e;
+    return true;
+}
+
+} // namespace tolvane::jet::internal

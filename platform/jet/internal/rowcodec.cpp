@@ -1,0 +1,426 @@
+#include "platform/jet/internal/rowcodec.h"
+
+#include "platform/jet/internal/bytes.h"
+
+#include <QDateTime>
+#include <QUuid>
+
+#include <cmath>
+#include <limits>
+
+namespace tolvane::jet::internal {
+
+namespace {
+
+Status badRow(const QString &what) { return Status::corruption(QStringLiteral("malformed row: %1").arg(what)); }
+
+// A long value (memo/OLE): a 12-byte header with the length and flags, then the data inline,
+// or a pointer to one row on a long-value page, or a chain of such rows.
+Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
+{
+    if (n < 12)
+        return badRow(QStringLiteral("long value header too short"));
+    const quint32 head = u32(p);
+    const qint64 total = head & 0x3FFFFFFF;
+    if (head & 0x80000000u)
+        return QByteArray(reinterpret_cast<const char *>(p + 12), std::min<qint64>(total, n - 12));
+    if (!store)
+        return badRow(QStringLiteral("long value outside the row"));
+    quint32 ptr = u32(p + 4);
+    QByteArray out;
+    const bool single = head & 0x40000000u;
+    for (int hops = 0; ptr != 0 && out.size() < total; ++hops) {
+        const quint32 pg = ptr >> 8;
+        const int row = int(ptr & 0xFF);
+        if (pg >= store->pageCount() || hops > 100000)
+            return badRow(QStringLiteral("long value pointer out of range"));
+        const uchar *page = store->page(pg);
+        int s = 0, e = 0;
+        if (page[0] != kPageData || !rowExtent(page, row, &s, &e))
+            return badRow(QStringLiteral("long value row missing"));
+        if (single) {
+            out.append(reinterpret_cast<const char *>(page + s), std::min<qint64>(total, e - s));
+            break;
+        }
+        if (e - s < 4)
+            return badRow(QStringLiteral("long value chain row too short"));
+        ptr = u32(page + s);
+        out.append(reinterpret_cast<const char *>(page + s + 4), e - s - 4);
+    }
+    if (out.size() > total)
+        out.truncate(qsizetype(total));
+    return out;
+}
+
+QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store, Status *err)
+{
+    switch (ColumnType(type)) {
+    case ColumnType::Byte: return n >= 1 ? QVariant(int(p[0])) : QVariant();
+    case ColumnType::Integer: return n >= 2 ? QVariant(int(i16(p))) : QVariant();
+    case ColumnType::Long: return n >= 4 ? QVariant(int(i32(p))) : QVariant();
+    case ColumnType::Money: {
+        if (n < 8)
+            return {};
+        const qint64 v = qint64(quint64(u32(p)) | (quint64(u32(p + 4)) << 32));
+        return double(v) / 10000.0;
+    }
+    case ColumnType::Float: return n >= 4 ? QVariant(double(f32(p))) : QVariant();
+    case ColumnType::Double: return n >= 8 ? QVariant(f64(p)) : QVariant();
+    case ColumnType::DateTime: {
+        if (n < 8)
+            return {};
+        const double d = f64(p);
+        if (!std::isfinite(d)) {
+            *err = badRow(QStringLiteral("date is not a number"));
+            return {};
+        }
+        return fromOleDate(d);
+    }
+    case ColumnType::Text: return decodeText(p, n);
+    case ColumnType::Memo: {
+        Result<QByteArray> b = readLongValue(p, n, store);
+        if (!b) {
+            *err = b.status();
+            return {};
+        }
+        return decodeText(reinterpret_cast<const uchar *>(b->constData()), int(b->size()));
+    }
+    case ColumnType::Ole: {
+        Result<QByteArray> b = readLongValue(p, n, store);
+        if (!b) {
+            *err = b.status();
+            return {};
+        }
+        return b.take();
+    }
+    case ColumnType::Guid:
+        if (n < 16)
+            return {};
+        return QUuid::fromRfc4122(QByteArray(reinterpret_cast<const char *>(p), 16)).toString();
+    case ColumnType::Numeric: {
+        // Scale/precision live in the column definition; without it the raw magnitude is given.
+        if (n < 17)
+            return {};
+        double v = 0;
+        for (int i = 0; i < 4; ++i)
+            v = v * 4294967296.0 + double(u32(p + 1 + 4 * i));
+        return (p[0] & 0x80) ? -v : v;
+    }
+    case ColumnType::Boolean:
+    case ColumnType::Binary:
+    default: return QByteArray(reinterpret_cast<const char *>(p), n);
+    }
+}
+
+} // namespace
+
+QString decodeText(const uchar *p, int n)
+{
+    if (n >= 2 && p[0] == 0xFF && p[1] == 0xFE) {
+        QString out;
+        out.reserve(n);
+        bool compressed = true;
+        int segStart = 2;
+        auto flush = [&](int end) {
+            if (compressed) {
+                for (int i = segStart; i < end; ++i)
+                    out.append(QChar(char16_t(p[i])));
+            } else {
+                for (int i = segStart; i + 1 < end; i += 2)
+                    out.append(QChar(char16_t(p[i] | (p[i + 1] << 8))));
+            }
+        };
+        for (int i = 2; i < n; ++i) {
+            if (p[i] == 0) {
+                flush(i);
+                compressed = !compressed;
+                segStart = i + 1;
+            }
+        }
+        flush(n);
+        return out;
+    }
+    return QString::fromUtf16(reinterpret_cast<const char16_t *>(p), n / 2);
+}
+
+QByteArray encodeText(const QString &s, bool compressible)
+{
+    const int n = int(s.size());
+    bool compress = compressible && n >= 3 && n <= 1024;
+    for (int i = 0; compress && i < n; ++i) {
+        const char16_t c = s.at(i).unicode();
+        compress = c >= 0x01 && c <= 0xFF;
+    }
+    QByteArray out;
+    if (compress) {
+        out.reserve(n + 2);
+        out.append(char(0xFF));
+        out.append(char(0xFE));
+        for (QChar c : s)
+            out.append(char(c.unicode()));
+        return out;
+    }
+    out.resize(2 * n);
+    uchar *d = reinterpret_cast<uchar *>(out.data());
+    for (int i = 0; i < n; ++i)
+        put16(d + 2 * i, s.at(i).unicode());
+    return out;
+}
+
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore *store)
+{
+    if (length < 3)
+        return badRow(QStringLiteral("row of %1 bytes").arg(length));
+    const int ncols = u16(row);
+    const int maskLen = (ncols + 7) / 8;
+    if (maskLen + 2 > length)
+        return badRow(QStringLiteral("null mask does not fit"));
+    const uchar *mask = row + length - maskLen;
+    int dataEnd = length - maskLen; // where the fixed and variable data must end
+    int nvar = 0;
+    const uchar *offsets = nullptr; // offsets[i] at offsets - 2*i
+    int eod = 0;
+    if (t.varSlots > 0 || t.numVarCols > 0) {
+        const int pos = length - maskLen - 2;
+        if (pos < 2)
+            return badRow(QStringLiteral("variable-column count does not fit"));
+        nvar = u16(row + pos);
+        const int eodPos = pos - 2 * (nvar + 1);
+        if (eodPos < 2)
+            return badRow(QStringLiteral("variable-offset table does not fit"));
+        offsets = row + pos - 2;
+        eod = u16(row + eodPos);
+        dataEnd = eodPos;
+        if (eod > dataEnd)
+            return badRow(QStringLiteral("variable data end %1 beyond %2").arg(eod).arg(dataEnd));
+    }
+
+    Row values;
+    values.reserve(t.columns.size());
+    Status err;
+    for (const ColumnDef &c : t.columns) {
+        const bool present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
+        if (c.type == quint8(ColumnType::Boolean)) {
+            values.append(present);
+            continue;
+        }
+        if (!present) {
+            values.append(QVariant());
+            continue;
+        }
+        if (c.isFixed()) {
+            int size = fixedSizeOf(c.type);
+            if (size < 0)
+                size = c.length;
+            const int pos = 2 + c.fixedOffset;
+            if (pos + size > dataEnd)
+                return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
+            values.append(decodeValue(c.type, row + pos, size, store, &err));
+        } else {
+            if (c.varIndex >= nvar) {
+                values.append(QVariant());
+                continue;
+            }
+            const int start = u16(offsets - 2 * c.varIndex);
+            const int end = c.varIndex + 1 < nvar ? u16(offsets - 2 * (c.varIndex + 1)) : eod;
+            if (start < 2 || start > end || end > dataEnd)
+                return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
+            values.append(decodeValue(c.type, row + start, end - start, store, &err));
+        }
+        if (!err)
+            return err;
+    }
+    return values;
+}
+
+Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, const Row &values)
+{
+    if (values.size() != t.columns.size())
+        return Status::invalidArgument(
+            QStringLiteral("%1 values given for %2 columns").arg(values.size()).arg(t.columns.size()));
+    Row out;
+    out.reserve(values.size());
+    for (int i = 0; i < values.size(); ++i) {
+        const ColumnDef &c = t.columns.at(i);
+        const QVariant &v = values.at(i);
+        auto wrong = [&](const QString &why) {
+            return Status::invalidArgument(QStringLiteral("column %1: %2").arg(c.name, why));
+        };
+        if (c.type == quint8(ColumnType::Boolean)) {
+            out.append(v.isValid() && !v.isNull() && v.toBool());
+            continue;
+        }
+        if (!v.isValid() || v.isNull()) {
+            out.append(QVariant());
+            continue;
+        }
+        switch (ColumnType(c.type)) {
+        case ColumnType::Byte:
+        case ColumnType::Integer:
+        case ColumnType::Long: {
+            bool ok = false;
+            qlonglong n = 0;
+            if (v.typeId() == QMetaType::Double || v.typeId() == QMetaType::Float) {
+                const double d = v.toDouble();
+                ok = std::isfinite(d) && d == std::floor(d) && std::abs(d) < 1e18;
+                n = qlonglong(d);
+            } else if (v.typeId() == QMetaType::QString) {
+                n = v.toString().trimmed().toLongLong(&ok);
+            } else if (v.canConvert<qlonglong>() && v.typeId() != QMetaType::QDateTime
+                       && v.typeId() != QMetaType::QDate && v.typeId() != QMetaType::QByteArray) {
+                n = v.toLongLong(&ok);
+            }
+            if (!ok)
+                return wrong(QStringLiteral("not a whole number"));
+            const qlonglong lo = c.type == quint8(ColumnType::Byte) ? 0
+                                 : c.type == quint8(ColumnType::Integer) ? -32768
+                                                                         : std::numeric_limits<qint32>::min();
+            const qlonglong hi = c.type == quint8(ColumnType::Byte) ? 255
+                                 : c.type == quint8(ColumnType::Integer) ? 32767
+                                                                         : std::numeric_limits<qint32>::max();
+            if (n < lo || n > hi)
+                return wrong(QStringLiteral("%1 is out of range").arg(n));
+            out.append(int(n));
+            break;
+        }
+        case ColumnType::DateTime: {
+            QDateTime dt;
+            if (v.typeId() == QMetaType::QDateTime)
+                dt = v.toDateTime();
+            else if (v.typeId() == QMetaType::QDate)
+                dt = QDateTime(v.toDate(), QTime(0, 0));
+            else if (v.typeId() == QMetaType::QString)
+                dt = QDateTime::fromString(v.toString(), Qt::ISODate);
+            if (!dt.isValid())
+                return wrong(QStringLiteral("not a date"));
+            if (dt.timeSpec() != Qt::LocalTime)
+                dt = dt.toLocalTime();
+            if (dt.date().year() < 100 || dt.date().year() > 9999)
+                return wrong(QStringLiteral("date outside years 100 to 9999"));
+            out.append(dt);
+            break;
+        }
+        case ColumnType::Text: {
+            if (v.typeId() == QMetaType::QByteArray || !v.canConvert<QString>())
+                return wrong(QStringLiteral("not text"));
+            QString s = v.toString();
+            // Stored UTF-16 starting with U+FEFF would read back as the compressed form.
+            while (s.startsWith(QChar(0xFEFF)))
+                s.remove(0, 1);
+            const int max = columns.at(i).maxLength;
+            if (s.size() > max)
+                return wrong(QStringLiteral("%1 characters do not fit Text(%2)").arg(s.size()).arg(max));
+            out.append(s);
+            break;
+        }
+        case ColumnType::Float:
+        case ColumnType::Double: {
+            bool ok = false;
+            const double d = v.toDouble(&ok);
+            if (!ok || v.typeId() == QMetaType::QDateTime)
+                return wrong(QStringLiteral("not a number"));
+            out.append(d);
+            break;
+        }
+        case ColumnType::Binary: {
+            if (v.typeId() != QMetaType::QByteArray)
+                return wrong(QStringLiteral("not binary data"));
+            if (v.toByteArray().size() > c.length)
+                return wrong(QStringLiteral("binary value too long"));
+            out.append(v);
+            break;
+        }
+        default:
+            return Status::notSupported(QStringLiteral("column %1: writing this column type is not supported").arg(c.name));
+        }
+    }
+    return out;
+}
+
+QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
+{
+    int ncols = t.maxCols;
+    for (const ColumnDef &c : t.columns)
+        ncols = std::max(ncols, c.number + 1);
+    const int maskLen = (ncols + 7) / 8;
+    QByteArray fixed(t.fixedAreaSize, '\0');
+    QList<QByteArray> var(t.varSlots);
+    QByteArray mask(maskLen, '\0');
+    for (int i = 0; i < t.columns.size(); ++i) {
+        const ColumnDef &c = t.columns.at(i);
+        const QVariant &v = values.at(i);
+        if (c.type == quint8(ColumnType::Boolean)) {
+            if (v.toBool())
+                mask[c.number / 8] = char(mask[c.number / 8] | (1 << (c.number % 8)));
+            continue;
+        }
+        if (!v.isValid())
+            continue;
+        mask[c.number / 8] = char(mask[c.number / 8] | (1 << (c.number % 8)));
+        QByteArray bytes;
+        uchar buf[8] = {};
+        switch (ColumnType(c.type)) {
+        case ColumnType::Byte: bytes = QByteArray(1, char(v.toInt())); break;
+        case ColumnType::Integer:
+            put16(buf, quint16(v.toInt()));
+            bytes = QByteArray(reinterpret_cast<const char *>(buf), 2);
+            break;
+        case ColumnType::Long:
+            put32(buf, quint32(v.toInt()));
+            bytes = QByteArray(reinterpret_cast<const char *>(buf), 4);
+            break;
+        case ColumnType::Float:
+            putF32(buf, float(v.toDouble()));
+            bytes = QByteArray(reinterpret_cast<const char *>(buf), 4);
+            break;
+        case ColumnType::Double:
+            putF64(buf, v.toDouble());
+            bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
+            break;
+        case ColumnType::DateTime:
+            putF64(buf, toOleDate(v.toDateTime()));
+            bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
+            break;
+        case ColumnType::Text: bytes = encodeText(v.toString(), c.compressible()); break;
+        default: bytes = v.toByteArray(); break;
+        }
+        if (c.isFixed()) {
+            const int n = std::min<int>(int(bytes.size()), int(fixed.size()) - c.fixedOffset);
+            if (n > 0)
+                std::memcpy(fixed.data() + c.fixedOffset, bytes.constData(), size_t(n));
+        } else if (c.varIndex < var.size()) {
+            var[c.varIndex] = bytes;
+        }
+    }
+
+    QByteArray row;
+    row.reserve(std::max(minLength, 64));
+    uchar b2[2];
+    put16(b2, quint16(ncols));
+    row.append(reinterpret_cast<const char *>(b2), 2);
+    row.append(fixed);
+    QList<int> offsets;
+    for (const QByteArray &v : var) {
+        offsets.append(int(row.size()));
+        row.append(v);
+    }
+    const int eod = int(row.size());
+    const int trailer = t.varSlots > 0 ? 2 * (t.varSlots + 2) : 0;
+    const int pad = minLength - (eod + trailer + maskLen);
+    if (pad > 0)
+        row.append(QByteArray(pad, '\0'));
+    if (t.varSlots > 0) {
+        put16(b2, quint16(eod));
+        row.append(reinterpret_cast<const char *>(b2), 2);
+        for (int i = int(offsets.size()) - 1; i >= 0; --i) {
+            put16(b2, quint16(offsets.at(i)));
+            row.append(reinterpret_cast<const char *>(b2), 2);
+        }
+        put16(b2, quint16(offsets.size()));
+        row.append(reinterpret_cast<const char *>(b2), 2);
+    }
+    row.append(mask);
+    return row;
+}
+
+} // namespace tolvane::jet::internal

@@ -1,0 +1,30 @@
+// Row codec: turns the bytes of a stored row into values and values into row bytes, for the
+// column layout of a TableDef, and the text codec with Jet's compressed-unicode form.
+// Pure functions; thread-compatible.
+#pragma once
+
+#include "platform/jet/internal/tabledef.h"
+
+namespace tolvane::jet::internal {
+
+// Decodes one row (the bytes of its extent). Long values are read through store (may be null
+// when the table has none). Corruption when offsets do not fit the extent.
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore *store);
+
+// Checks and converts values for the table's columns (count, types, Text(n) limits in UTF-16
+// units, Long range). InvalidArgument on the first bad value; NotSupported for column types
+// that cannot be written.
+Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, const Row &values);
+
+// Encodes normalized values. minLength pads the row (between its data and its trailer) up to
+// that size, for rewriting a row inside a larger extent.
+QByteArray encodeRow(const TableDef &t, const Row &values, int minLength = 0);
+
+// Text as stored: compressed (FF FE + one byte per character) when allowed and worthwhile,
+// otherwise UTF-16LE.
+QByteArray encodeText(const QString &s, bool compressible);
+// Stored text back to a string: UTF-16LE, or the compressed form with 00 bytes switching
+// between one-byte and two-byte segments.
+QString decodeText(const uchar *p, int n);
+
+} // namespace tolvane::jet::internal

@@ -1,0 +1,231 @@
+#include "platform/jet/recordset.h"
+
+#include "platform/jet/database.h"
+
+namespace tolvane::jet {
+
+Recordset::Recordset(Database *db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids,
+                     QList<Row> rows)
+    : m_db(db),
+      m_table(std::move(table)),
+      m_columns(std::move(columns)),
+      m_tableColumns(std::move(columnIndexes)),
+      m_ids(std::move(ids)),
+      m_rows(std::move(rows)),
+      m_deleted(m_rows.size(), false)
+{
+    m_cur = firstVisibleFrom(0, 1);
+}
+
+int Recordset::fieldIndex(const QString &name) const
+{
+    for (int i = 0; i < m_columns.size(); ++i)
+        if (m_columns.at(i).compare(name, Qt::CaseInsensitive) == 0)
+            return i;
+    return -1;
+}
+
+bool Recordset::visible(int i) const
+{
+    if (i < 0 || i >= m_rows.size() || m_deleted.at(i))
+        return false;
+    for (int k = 0; k < m_filter.size(); ++k) {
+        const int col = m_filterColumns.at(k);
+        if (col < 0 || !m_filter.at(k).matches(m_rows.at(i).at(col)))
+            return false;
+    }
+    return true;
+}
+
+// First visible row from i in direction step; -1 or size() when there is none.
+int Recordset::firstVisibleFrom(int i, int step) const
+{
+    for (; i >= 0 && i < m_rows.size(); i += step)
+        if (visible(i))
+            return i;
+    return step > 0 ? int(m_rows.size()) : -1;
+}
+
+bool Recordset::bof() const { return m_cur < 0 || recordCount() == 0; }
+bool Recordset::eof() const { return m_cur >= m_rows.size() || recordCount() == 0; }
+
+int Recordset::recordCount() const
+{
+    int n = 0;
+    for (int i = 0; i < m_rows.size(); ++i)
+        n += visible(i) ? 1 : 0;
+    return n;
+}
+
+void Recordset::moveFirst()
+{
+    cancelUpdate();
+    m_cur = firstVisibleFrom(0, 1);
+}
+
+void Recordset::moveLast()
+{
+    cancelUpdate();
+    m_cur = firstVisibleFrom(int(m_rows.size()) - 1, -1);
+    if (m_cur < 0)
+        m_cur = int(m_rows.size());
+}
+
+void Recordset::moveNext()
+{
+    cancelUpdate();
+    if (m_cur < m_rows.size())
+        m_cur = firstVisibleFrom(m_cur + 1, 1);
+}
+
+void Recordset::movePrevious()
+{
+    cancelUpdate();
+    if (m_cur >= 0)
+        m_cur = firstVisibleFrom(m_cur - 1, -1);
+}
+
+void Recordset::move(int n)
+{
+    for (; n > 0 && m_cur < m_rows.size(); --n)
+        moveNext();
+    for (; n < 0 && m_cur >= 0; ++n)
+        movePrevious();
+}
+
+int Recordset::position() const
+{
+    if (m_cur < 0 || m_cur >= m_rows.size() || !visible(m_cur))
+        return -1;
+    int n = 0;
+    for (int i = 0; i < m_cur; ++i)
+        n += visible(i) ? 1 : 0;
+    return n;
+}
+
+QVariant Recordset::field(int index) const
+{
+    if (index < 0 || index >= m_columns.size())
+        return {};
+    if (m_editing)
+        return m_buffer.at(index);
+    if (m_cur < 0 || m_cur >= m_rows.size())
+        return {};
+    return m_rows.at(m_cur).at(index);
+}
+
+QVariant Recordset::field(const QString &name) const { return field(fieldIndex(name)); }
+
+RowId Recordset::currentId() const
+{
+    if (m_cur < 0 || m_cur >= m_rows.size())
+        return {};
+    return m_ids.at(m_cur);
+}
+
+Status Recordset::addNew()
+{
+    m_editing = true;
+    m_adding = true;
+    m_buffer = Row(m_columns.size());
+    return Status::ok();
+}
+
+Status Recordset::setField(int index, const QVariant &value)
+{
+    if (index < 0 || index >= m_columns.size())
+        return Status::invalidArgument(QStringLiteral("no field %1").arg(index));
+    if (!m_editing) {
+        if (m_cur < 0 || m_cur >= m_rows.size() || m_deleted.at(m_cur))
+            return Status::invalidArgument(QStringLiteral("no current row"));
+        m_editing = true;
+        m_adding = false;
+        m_buffer = m_rows.at(m_cur);
+    }
+    m_buffer[index] = value;
+    return Status::ok();
+}
+
+Status Recordset::setField(const QString &name, const QVariant &value)
+{
+    const int i = fieldIndex(name);
+    if (i < 0)
+        return Status::invalidArgument(QStringLiteral("no field %1").arg(name));
+    return setField(i, value);
+}
+
+Status Recordset::update()
+{
+    if (!m_editing)
+        return Status::invalidArgument(QStringLiteral("nothing to update"));
+    Result<TableInfo> info = m_db->tableInfo(m_table);
+    if (!info)
+        return info.status();
+    // Columns outside this recordset keep their stored values (null for a new row).
+    Row full(info->columns.size());
+    if (!m_adding) {
+        Result<Row> stored = m_db->readRow(m_table, m_ids.at(m_cur));
+        if (!stored)
+            return stored.status();
+        full = stored.take();
+    }
+    for (int i = 0; i < m_tableColumns.size(); ++i)
+        full[m_tableColumns.at(i)] = m_buffer.at(i);
+    if (m_adding) {
+        Result<RowId> id = m_db->insertRow(m_table, full);
+        if (!id)
+            return id.status();
+        Result<Row> stored = m_db->readRow(m_table, *id);
+        Row shown = m_buffer;
+        if (stored)
+            for (int i = 0; i < m_tableColumns.size(); ++i)
+                shown[i] = stored->at(m_tableColumns.at(i));
+        m_ids.append(*id);
+        m_rows.append(shown);
+        m_deleted.append(false);
+        m_cur = int(m_rows.size()) - 1;
+    } else {
+        if (Status s = m_db->updateRow(m_table, m_ids.at(m_cur), full); !s)
+            return s;
+        Result<Row> stored = m_db->readRow(m_table, m_ids.at(m_cur));
+        Row shown = m_buffer;
+        if (stored)
+            for (int i = 0; i < m_tableColumns.size(); ++i)
+                shown[i] = stored->at(m_tableColumns.at(i));
+        m_rows[m_cur] = shown;
+    }
+    m_editing = false;
+    m_adding = false;
+    m_buffer.clear();
+    return Status::ok();
+}
+
+void Recordset::cancelUpdate()
+{
+    m_editing = false;
+    m_adding = false;
+    m_buffer.clear();
+}
+
+Status Recordset::deleteCurrent()
+{
+    cancelUpdate();
+    if (m_cur < 0 || m_cur >= m_rows.size() || m_deleted.at(m_cur))
+        return Status::invalidArgument(QStringLiteral("no current row"));
+    if (Status s = m_db->deleteRow(m_table, m_ids.at(m_cur)); !s)
+        return s;
+    m_deleted[m_cur] = true;
+    return Status::ok();
+}
+
+void Recordset::setFilter(const QList<Condition> &conditions)
+{
+    cancelUpdate();
+    m_filter = conditions;
+    m_filterColumns.clear();
+    for (const Condition &c : conditions)
+        m_filterColumns.append(fieldIndex(c.column));
+    m_cur = firstVisibleFrom(0, 1);
+}
+
+} // namespace tolvane::jet

@@ -1,0 +1,46 @@
+#include "platform/jet/types.h"
+
+#include <QDateTime>
+
+#include <cmath>
+
+namespace tolvane::jet {
+
+namespace {
+const QDate kOleEpoch(1899, 12, 30);
+constexpr qint64 kMsPerDay = 86400000;
+} // namespace
+
+int TableInfo::columnIndex(const QString &column) const
+{
+    for (int i = 0; i < columns.size(); ++i)
+        if (columns.at(i).name.compare(column, Qt::CaseInsensitive) == 0)
+            return i;
+    return -1;
+}
+
+double toOleDate(const QDateTime &dt)
+{
+    const QDateTime local = dt.timeSpec() == Qt::LocalTime ? dt : dt.toLocalTime();
+    const qint64 days = kOleEpoch.daysTo(local.date());
+    const double frac = double(local.time().msecsSinceStartOfDay()) / double(kMsPerDay);
+    // Before the epoch the whole-day part is negative and the time of day is still added away
+    // from zero: 1850-06-15 18:00 is -18095.75.
+    return days >= 0 ? double(days) + frac : double(days) - frac;
+}
+
+QDateTime fromOleDate(double ole)
+{
+    if (!std::isfinite(ole) || std::abs(ole) > 3.0e6)
+        return {};
+    double whole = std::trunc(ole);
+    qint64 ms = std::llround(std::abs(ole - whole) * double(kMsPerDay));
+    qint64 days = qint64(whole);
+    if (ms >= kMsPerDay) {
+        ms -= kMsPerDay;
+        days += 1;
+    }
+    return QDateTime(kOleEpoch.addDays(days), QTime::fromMSecsSinceStartOfDay(int(ms)), Qt::LocalTime);
+}
+
+} // namespace tolvane::jet

@@ -1,0 +1,72 @@
+// Text of the user's documents for display and search: plain text files decoded with their
+// detected encoding, rich text turned into a formatted document, and plain text extracted from
+// other document formats (PDF for now). Reads files only; never writes them.
+// Functions are reentrant; a TextExtractor object is used from one thread at a time.
+#pragma once
+
+#include "platform/status.h"
+
+#include <QByteArray>
+#include <QString>
+
+class QTextDocument;
+
+namespace tolvane {
+
+// Encodings recognised in plain text files.
+enum class TextEncoding { Ascii, Utf8, Utf8Bom, Utf16LE, Utf16BE, ShiftJis, EucJp, Latin1 };
+
+struct DecodedText
+{
+    QString text;
+    TextEncoding encoding = TextEncoding::Ascii;
+};
+
+// Decodes the bytes of a text file. A byte-order mark decides when present; otherwise strict
+// UTF-8 is tried, then Japanese multi-byte encodings (CP932/Shift_JIS, EUC-JP), each decoded in
+// full and scored: a decoding without errors and with the most plausible Japanese characters
+// wins. Never fails: bytes that fit no candidate come back as Latin-1.
+DecodedText decodeText(const QByteArray &bytes);
+
+// Reads and decodes a whole text file. IOError when it cannot be read.
+Result<DecodedText> readTextFile(const QString &path);
+
+// Short name of an encoding for logs and the command line ("UTF-8", "Shift_JIS", ...).
+QString encodingName(TextEncoding encoding);
+
+// True when the bytes start like rich text ("{\rtf").
+bool looksLikeRtf(const QByteArray &bytes);
+
+// Fills doc (cleared first) with the formatted content of rich text: groups, paragraphs, line
+// breaks, tabs, bold, italic, underline, font sizes, colours, fonts with their character sets
+// (\'hh escapes decoded in the font's or the document's code page, so \fcharset128 text is
+// CP932) and \uN characters with \ucN skipping. Destinations that hold no visible text (font and
+// colour tables, style sheet, document information, pictures, \* groups) are skipped.
+// Malformed input never crashes: unbalanced braces, truncated escapes and absurd nesting are
+// tolerated and whatever text could be read is kept.
+void readRtf(const QByteArray &rtf, QTextDocument *doc);
+
+// The plain text of rich text (readRtf without formatting).
+QString rtfToPlainText(const QByteArray &rtf);
+
+// Text of a document in a format the program cannot show itself (office documents, PDF).
+// Implementations are free to support any subset of formats; an unsupported format gives an
+// empty string, not an error.
+class TextExtractor
+{
+public:
+    virtual ~TextExtractor() = default;
+    // The document's text. IOError when the file cannot be read, Corruption when a supported
+    // format is damaged; empty text for a format this extractor does not read.
+    virtual Result<QString> extract(const QString &path) = 0;
+};
+
+// The extractor available on every platform: PDF through QtPdf, plain and rich text files
+// through the decoders above. Other formats give an empty text.
+class BuiltinTextExtractor : public TextExtractor
+{
+public:
+    Result<QString> extract(const QString &path) override;
+};
+
+} // namespace tolvane

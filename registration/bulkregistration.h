@@ -1,0 +1,47 @@
+// Bulk registration of the folder shown in the file list: first registration of a new folder,
+// or synchronisation of a registered one (rows of vanished files deleted, new files added,
+// changed days corrected). The whole command runs in one catalogue transaction: it either
+// completes or leaves the catalogue as it was. Usable without widgets (the messages go through
+// the Prompter). GUI thread only.
+#pragma once
+
+#include "platform/prompter.h"
+#include "registration/pathrecords.h"
+
+namespace tolvane::registration {
+
+struct RegistrationOutcome
+{
+    enum class Kind {
+        Refused,      // the list was empty
+        Declined,     // the confirmation was not answered Yes
+        Registered,   // a new folder and its files were registered
+        Synchronised, // a registered folder was synchronised
+        Failed,       // a step failed; the catalogue was left unchanged
+        Cancelled,    // stopped through the progress callback; the catalogue was left unchanged
+    };
+    Kind kind = Kind::Refused;
+    int pnID = -1;
+    int deleted = 0;
+    int added = 0;
+    int dateFixed = 0;
+    Status error; // the failure of a Failed outcome
+};
+
+// The messages of the command, exactly as shown.
+QString emptyListMessage();
+QString confirmRegistrationMessage();
+QString synchronisedMessage(int deleted, int added, int dateFixed);
+QString registeredMessage(int added);
+QString synchronisationFailedMessage();
+QString registrationFailedMessage();
+
+// Registers or synchronises CurrentFolder from the names of the file list (column 0 of `fr`, in
+// list order): refuses an empty list, asks for confirmation, then runs deletion before addition
+// in one transaction and reports the counts, all through prompter with the title
+// "Almaren Tolvane". Sets ModeNo to 2. The list is the truth about the folder's contents; only
+// the files' dates are read from the disk.
+RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, const QString &CurrentFolder,
+                                        const QStringList &names, int &ModeNo, const Progress &progress = {});
+
+} // namespace tolvane::registration

@@ -1,0 +1,238 @@
+#include "registration/ui/historygrid.h"
+
+#include "platform/apptitle.h"
+#include "registration/ui/slipeditors.h"
+#include "registration/ui/calendarpicker.h"
+
+#include <QEvent>
+#include <QHeaderView>
+#include <QItemSelectionModel>
+#include <QMouseEvent>
+#include <QStandardItemModel>
+#include <QTableView>
+
+namespace tolvane::registration {
+
+namespace {
+
+constexpr int kDateCol = 1;
+constexpr int kNoteCol = 2;
+constexpr int kColumnTwips[3] = {200, 1200, 2600};
+
+QList<QStandardItem *> lineItems(const QString &date, const QString &note, bool editable)
+{
+    QList<QStandardItem *> items{new QStandardItem, new QStandardItem(date), new QStandardItem(note)};
+    for (int c = 0; c < 3; ++c) {
+        items[c]->setTextAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+        Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+        if (editable && c > 0)
+            flags |= Qt::ItemIsEditable;
+        items[c]->setFlags(flags);
+    }
+    return items;
+}
+
+// Presses are recorded before the view moves its current cell.
+class PressRecorder : public QObject
+{
+public:
+    PressRecorder(HistoryGrid *grid) : QObject(grid), m_grid(grid) {}
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::MouseButtonPress) {
+            const auto *me = static_cast<QMouseEvent *>(event);
+            const QModelIndex index = m_grid->view()->indexAt(me->position().toPoint());
+            m_grid->HistoryRow = index.isValid() ? index.row() : -1;
+            m_grid->HistoryCol = index.isValid() ? index.column() : -1;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    HistoryGrid *m_grid;
+};
+
+} // namespace
+
+HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty,
+                         QObject *parent)
+    : QObject(parent), m_view(view), m_model(new QStandardItemModel(0, 3, this)), m_calendar(calendar),
+      m_prompter(prompter), m_historyDirty(historyDirty)
+{
+    if (m_view->objectName().isEmpty())
+        m_view->setObjectName(QStringLiteral("vs"));
+    m_view->setModel(m_model);
+    m_view->horizontalHeader()->hide();
+    m_view->verticalHeader()->hide();
+    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_view->setSelectionBehavior(QAbstractItemView::SelectItems);
+    m_view->setWordWrap(true);
+    setArchive(false);
+    m_view->viewport()->installEventFilter(new PressRecorder(this));
+    connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex &current, const QModelIndex &) {
+                currentCellChanged(current.row(), current.column());
+            });
+    connect(m_model, &QStandardItemModel::itemChanged, this, [this](QStandardItem *item) {
+        if (!m_filling && item->row() >= kFirstLineRow)
+            m_historyDirty = true;
+    });
+    if (m_calendar)
+        connect(m_calendar, &CalendarPicker::datePicked, this, &HistoryGrid::writePickedDate);
+    prepare();
+}
+
+void HistoryGrid::setArchive(bool archive)
+{
+    m_archive = archive;
+    m_view->setEditTriggers(archive ? QAbstractItemView::NoEditTriggers
+                                    : QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
+                                          | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+}
+
+void HistoryGrid::prepare()
+{
+    m_filling = true;
+    m_view->clearSpans();
+    m_model->clear();
+    m_model->setColumnCount(3);
+    QFont bold = m_view->font();
+    bold.setBold(true);
+    QList<QStandardItem *> title = lineItems({}, {}, false);
+    title[kDateCol]->setText(QStringLiteral("改訂履歴"));
+    title[kDateCol]->setFont(bold);
+    m_model->appendRow(title);
+    QList<QStandardItem *> headings = lineItems(QStringLiteral("改訂日付"), QStringLiteral("記事"), false);
+    headings[kDateCol]->setFont(bold);
+    headings[kNoteCol]->setFont(bold);
+    m_model->appendRow(headings);
+    m_view->setSpan(0, kDateCol, 1, 2);
+    for (int c = 0; c < 3; ++c)
+        m_view->setColumnWidth(c, twipsToPixels(m_view, kColumnTwips[c]));
+    HistoryRow = HistoryCol = -1;
+    m_filling = false;
+    if (m_calendar)
+        m_calendar->hide();
+}
+
+void HistoryGrid::showLines(const QList<HistoryLine> &lines)
+{
+    m_filling = true;
+    for (const HistoryLine &line : lines)
+        m_model->appendRow(lineItems(line.date, line.note, !m_archive));
+    m_filling = false;
+    autoFit();
+}
+
+void HistoryGrid::setFontSize(int points)
+{
+    if (points <= 0)
+        return;
+    QFont f = m_view->font();
+    f.setPointSize(points);
+    m_view->setFont(f);
+    QFont bold = f;
+    bold.setBold(true);
+    m_filling = true;
+    if (m_model->rowCount() >= kFirstLineRow) {
+        m_model->item(0, kDateCol)->setFont(bold);
+        m_model->item(1, kDateCol)->setFont(bold);
+        m_model->item(1, kNoteCol)->setFont(bold);
+    }
+    m_filling = false;
+    m_view->resizeRowsToContents();
+}
+
+void HistoryGrid::finishEdit()
+{
+    commitOpenEditors(m_view);
+}
+
+QList<HistoryLine> HistoryGrid::lines()
+{
+    finishEdit();
+    QList<HistoryLine> out;
+    for (int r = kFirstLineRow; r < m_model->rowCount(); ++r)
+        out.append({m_model->item(r, kDateCol)->text(), m_model->item(r, kNoteCol)->text()});
+    return out;
+}
+
+int HistoryGrid::lineCount() const
+{
+    return qMax(0, m_model->rowCount() - kFirstLineRow);
+}
+
+void HistoryGrid::AddLine()
+{
+    if (m_archive)
+        return;
+    m_filling = true;
+    m_model->appendRow(lineItems({}, {}, true));
+    m_filling = false;
+}
+
+void HistoryGrid::DelLine()
+{
+    if (m_archive || m_model->rowCount() <= kFirstLineRow)
+        return;
+    if (HistoryRow < kFirstLineRow || HistoryRow >= m_model->rowCount()) {
+        m_prompter.inform(appTitle(), kSelectLineMessage, Prompter::Icon::Warning);
+        return;
+    }
+    const QString date = m_model->item(HistoryRow, kDateCol)->text();
+    const Prompter::Answer answer = m_prompter.message(
+        {appTitle(), deleteLineQuestion(HistoryRow - 1, date), Prompter::Icon::Question, Prompter::Buttons::YesNo});
+    if (answer != Prompter::Answer::Yes)
+        return;
+    m_model->removeRow(HistoryRow);
+    m_historyDirty = true;
+    // The pressed row is gone: a second "DelLine" needs a new choice.
+    HistoryRow = -1;
+}
+
+void HistoryGrid::pressAt(int row, int col)
+{
+    HistoryRow = row;
+    HistoryCol = col;
+    m_view->setCurrentIndex(m_model->index(row, col));
+}
+
+void HistoryGrid::editCell(int row, int col, const QString &text)
+{
+    if (m_archive || row < kFirstLineRow || row >= m_model->rowCount() || col < kDateCol || col > kNoteCol)
+        return;
+    m_model->item(row, col)->setText(text);
+}
+
+void HistoryGrid::currentCellChanged(int row, int col)
+{
+    if (!m_calendar)
+        return;
+    if (col == kDateCol && row >= kFirstLineRow && !m_archive)
+        m_calendar->showInFront();
+    else
+        m_calendar->hide();
+}
+
+void HistoryGrid::writePickedDate(const QString &dateText)
+{
+    const int row = m_view->currentIndex().row();
+    if (row < kFirstLineRow || row >= m_model->rowCount() || m_archive)
+        return;
+    finishEdit();
+    m_model->item(row, kDateCol)->setText(dateText);
+    m_historyDirty = true;
+}
+
+void HistoryGrid::autoFit()
+{
+    m_view->resizeColumnToContents(kDateCol);
+    m_view->resizeColumnToContents(kNoteCol);
+    m_view->setColumnWidth(kDateCol, qMax(m_view->columnWidth(kDateCol), twipsToPixels(m_view, kColumnTwips[1])));
+    m_view->setColumnWidth(kNoteCol, qMax(m_view->columnWidth(kNoteCol), twipsToPixels(m_view, kColumnTwips[2])));
+    m_view->resizeRowsToContents();
+}
+
+} // namespace tolvane::registration

@@ -1,0 +1,77 @@
+// HistoryGrid: the revision history grid `vs`: the title row "改訂履歴", the heading row
+// ("改訂日付", "記事"), then one row per history line (date, note). Entering the date column shows
+// the calendar; a picked date is written into the current line. Any change of the lines sets
+// HistoryDirty. "AddLine" appends an empty line, "DelLine" deletes the pressed line after a
+// question. GUI thread only.
+#pragma once
+
+#include "platform/prompter.h"
+#include "registration/history.h"
+
+#include <QObject>
+
+class QStandardItemModel;
+class QTableView;
+
+namespace tolvane::registration {
+
+class CalendarPicker;
+
+class HistoryGrid : public QObject
+{
+    Q_OBJECT
+public:
+    // First grid row that holds a line.
+    static constexpr int kFirstLineRow = 2;
+
+    // Takes over view (owned by its parent widget). historyDirty is the main window's
+    // HistoryDirty; calendar may be null (no date picker).
+    HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty,
+                QObject *parent = nullptr);
+
+    QTableView *view() const { return m_view; }
+    QStandardItemModel *model() const { return m_model; }
+
+    // An archive catalogue: lines cannot be edited, added or deleted.
+    void setArchive(bool archive);
+
+    // PrepareSlip's part for vs: title and headings, no lines.
+    void prepare();
+    // LoadHistory's part: appends the lines after the headings and sizes the grid.
+    void showLines(const QList<HistoryLine> &lines);
+    void setFontSize(int points);
+
+    // The lines as they stand (an open edit is committed first).
+    QList<HistoryLine> lines();
+    int lineCount() const;
+    void finishEdit();
+
+    // Row and column of the last mouse press (HistoryRow, HistoryCol).
+    int HistoryRow = -1;
+    int HistoryCol = -1;
+
+    // EditHistoryLine: "AddLine" and "DelLine".
+    void AddLine();
+    void DelLine();
+
+    // What a mouse press on (row, col) records; the current cell moves there too.
+    void pressAt(int row, int col);
+    // Sets a cell of a line as an edit by the user would.
+    void editCell(int row, int col, const QString &text);
+
+    void autoFit();
+
+private:
+    void currentCellChanged(int row, int col);
+    void writePickedDate(const QString &dateText);
+
+    QTableView *m_view;
+    QStandardItemModel *m_model;
+    CalendarPicker *m_calendar;
+    Prompter &m_prompter;
+    bool &m_historyDirty;
+    bool m_archive = false;
+    bool m_filling = false;
+};
+
+} // namespace tolvane::registration

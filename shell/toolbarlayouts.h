@@ -1,0 +1,48 @@
+// The toolbar's button sets, one per layout. A layout is a list of buttons appended in order
+// to an emptied toolbar; the main window turns them into widgets. Pure data; no widgets.
+#pragma once
+
+#include <QList>
+#include <QString>
+
+namespace tolvane::shell {
+
+struct ToolButtonSpec
+{
+    enum class Style { Button = 0, Placeholder = 4 };
+
+    QString key;
+    QString caption;
+    Style style = Style::Button;
+    QString image;   // key of the picture set ("arrow", "DBOpen", ...); empty for placeholders
+    QString toolTip; // also the button's description
+    bool enabled = true;
+    bool visible = true;
+    int widthTwips = 0; // placeholders only
+};
+
+using ToolbarLayout = QList<ToolButtonSpec>;
+
+// Viewer button sets (ViewerToolbarKind).
+namespace ViewerKind {
+constexpr int None = 0;
+constexpr int Application = 1; // documents opened in their application; text search
+constexpr int Picture = 2;
+constexpr int MultiPage = 3;
+constexpr int Drawing = 4;
+} // namespace ViewerKind
+
+ToolbarLayout StartLayout();
+ToolbarLayout FileShowLayout();
+ToolbarLayout DBUseLayout(bool archive);
+ToolbarLayout RecordLayout(bool archive);
+ToolbarLayout SearchMenuLayout();
+// The search modes and the binder-contents list; the rows depend on modeNo.
+ToolbarLayout SearchListLayout(int modeNo);
+ToolbarLayout BinderListLayout(int binderOperation);
+ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive);
+
+// Every picture key a layout may name.
+QStringList toolbarImageKeys();
+
+} // namespace tolvane::shell

@@ -1,0 +1,60 @@
+// Test helpers shared by the browser and registration tests: a new catalogue on disk, real files
+// with chosen sizes and modification times, and reading a table back.
+#pragma once
+
+#include "catalog/creation.h"
+#include "platform/jet/database.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <memory>
+
+namespace tolvane::test {
+
+// Creates dir/name.mdb as the create command does and opens it.
+inline std::unique_ptr<jet::Database> newCatalogue(const QString &dir, const QString &name = QStringLiteral("cat"))
+{
+    const QString base = dir + QLatin1Char('/') + name;
+    if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
+        || !catalog::PutItemN(base))
+        return nullptr;
+    auto db = jet::Database::open(base + QStringLiteral(".mdb"));
+    return db ? db.take() : nullptr;
+}
+
+// Writes a file of size bytes and sets its modification time (when valid).
+inline bool writeFile(const QString &path, qint64 size, const QDateTime &modified = {})
+{
+    QFile f(path);
+    if (!f.open(QIODevice::WriteOnly))
+        return false;
+    if (size > 0 && f.write(QByteArray(size, 'x')) != size)
+        return false;
+    if (modified.isValid() && !f.setFileTime(modified, QFileDevice::FileModificationTime))
+        return false;
+    return true;
+}
+
+inline bool setModified(const QString &path, const QDateTime &modified)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadWrite) && f.setFileTime(modified, QFileDevice::FileModificationTime);
+}
+
+// Every row of table in storage order.
+inline QList<jet::Row> tableRows(jet::Database *db, const QString &table)
+{
+    QList<jet::Row> rows;
+    const Status st = db->scan(table, [&](jet::RowId, const jet::Row &r) {
+        rows.append(r);
+        return true;
+    });
+    if (!st)
+        QTest::qFail(qPrintable(st.toString()), __FILE__, __LINE__);
+    return rows;
+}
+
+} // namespace tolvane::test

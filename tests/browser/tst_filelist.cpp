@@ -1,0 +1,187 @@
+// The file list `fr` on real folders: rows, the size and date columns, the current file and
+// its highlight, and the view's row reporting.
+#include "browser/filelist.h"
+#include "browser/ui/filelistview.h"
+#include "testfolders.h"
+
+#include <QHeaderView>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tolvane;
+using namespace tolvane::browser;
+
+class TestFileList : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_tmp;
+
+    QString folder(const char *name)
+    {
+        const QString p = m_tmp.path() + QLatin1Char('/') + QString::fromUtf8(name);
+        QDir().mkpath(p);
+        return p;
+    }
+
+    static QString cell(const FileListModel &m, int gridRow, int col)
+    {
+        return m.data(m.index(gridRow - 1, col)).toString();
+    }
+
+private slots:
+    void headingsAndEmptyFolders()
+    {
+        FileListModel fr;
+        QCOMPARE(fr.headerData(0, Qt::Horizontal).toString(), QStringLiteral("ファイル名"));
+        QCOMPARE(fr.headerData(1, Qt::Horizontal).toString(), QStringLiteral("サイズﾞ KB"));
+        QCOMPARE(fr.headerData(2, Qt::Horizontal).toString(), QStringLiteral("更新日時"));
+
+        // An empty folder, a folder with only a sub-folder, and a folder that does not exist all
+        // leave the heading row only.
+        const QString empty = folder("empty");
+        QCOMPARE(ListFolderFiles(fr, empty), 0);
+        QCOMPARE(fr.rows(), 1);
+        QDir().mkpath(folder("onlysub") + QStringLiteral("/child"));
+        QVERIFY(test::writeFile(folder("onlysub") + QStringLiteral("/child/inner.txt"), 3));
+        QCOMPARE(ListFolderFiles(fr, folder("onlysub")), 0);
+        QCOMPARE(ListFolderFiles(fr, m_tmp.path() + QStringLiteral("/missing")), 0);
+        QCOMPARE(fr.rows(), 1);
+    }
+
+    void sizeAndDateColumns_data()
+    {
+        QTest::addColumn<qint64>("bytes");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("0") << qint64(0) << QStringLiteral("0");
+        QTest::newRow("100") << qint64(100) << QStringLiteral("0.1");
+        QTest::newRow("1024") << qint64(1024) << QStringLiteral("1");
+        QTest::newRow("1536") << qint64(1536) << QStringLiteral("1.5");
+        QTest::newRow("1 MiB") << qint64(1048576) << QStringLiteral("1,024");
+        QTest::newRow("2.5 MiB+") << qint64(2621440 + 300) << QStringLiteral("2,560.3");
+    }
+
+    void sizeAndDateColumns()
+    {
+        QFETCH(qint64, bytes);
+        QFETCH(QString, shown);
+        const QString dir = folder(QTest::currentDataTag());
+        const QDateTime when(QDate(2021, 11, 30), QTime(23, 59, 58));
+        QVERIFY(test::writeFile(dir + QStringLiteral("/file.bin"), bytes, when));
+        FileListModel fr;
+        QCOMPARE(ListFolderFiles(fr, dir), 1);
+        QCOMPARE(cell(fr, 1, 0), QStringLiteral("file.bin"));
+        QCOMPARE(cell(fr, 1, 1), shown);
+        QCOMPARE(cell(fr, 1, 2), QStringLiteral("2021/11/30 23:59:58"));
+        QCOMPARE(fr.data(fr.index(0, 2), Qt::EditRole).toDateTime(), when);
+    }
+
+    void orderAndCurrentFile()
+    {
+        const QString dir = folder("docs");
+        const QDateTime when(QDate(2020, 2, 29), QTime(12, 0));
+        for (const char *n : {"b.txt", "A.txt", "c d.txt", "報告書.doc", "O'Neil.doc", ".hidden"})
+            QVERIFY(test::writeFile(dir + QLatin1Char('/') + QString::fromUtf8(n), 1, when));
+        FileListModel fr;
+        QCOMPARE(ListFolderFiles(fr, dir), 6);
+        QCOMPARE(fr.names(),
+                 QStringList({QStringLiteral(".hidden"), QStringLiteral("A.txt"), QStringLiteral("b.txt"),
+                              QStringLiteral("c d.txt"), QStringLiteral("O'Neil.doc"), QStringLiteral("報告書.doc")}));
+
+        BrowserState state;
+        state.CurrentFolder = dir;
+        for (int row : {0, -1, 7}) {
+            state.CurrentResultRow = row;
+            TakeCurrentFile(fr, state);
+            QCOMPARE(state.CurrentFileName, QString());
+        }
+        state.CurrentResultRow = 6;
+        TakeCurrentFile(fr, state);
+        QCOMPARE(state.CurrentFileName, QStringLiteral("報告書.doc"));
+        QCOMPARE(state.CurrentFileDate, QStringLiteral("2020-02-29"));
+        // The date is asked of the disk again, not read from the list.
+        QVERIFY(test::setModified(dir + QStringLiteral("/O'Neil.doc"), QDateTime(QDate(2019, 1, 2), QTime(1, 2))));
+        state.CurrentResultRow = 5;
+        TakeCurrentFile(fr, state);
+        QCOMPARE(state.CurrentFileDate, QStringLiteral("2019-01-02"));
+        QCOMPARE(state.currentFilePath(), dir + QStringLiteral("/O'Neil.doc"));
+    }
+
+    void highlight()
+    {
+        const QString dir = folder("hl");
+        for (int i = 0; i < 4; ++i)
+            QVERIFY(test::writeFile(dir + QStringLiteral("/f%1").arg(i), 1));
+        FileListModel fr;
+        ListFolderFiles(fr, dir);
+        BrowserState state;
+        auto back = [&](int gridRow) { return fr.data(fr.index(gridRow - 1, 2), Qt::BackgroundRole).value<QBrush>().color(); };
+        auto text = [&](int gridRow) { return fr.data(fr.index(gridRow - 1, 0), Qt::ForegroundRole).value<QBrush>().color(); };
+
+        state.PreviousResultRow = 0;
+        state.CurrentResultRow = 2;
+        PutGreen_frList(fr, state);
+        QCOMPARE(back(2), QColor(0, 192, 0));
+        QCOMPARE(text(2), QColor(255, 255, 255));
+        state.PreviousResultRow = 2;
+        state.CurrentResultRow = 4;
+        PutGreen_frList(fr, state);
+        QCOMPARE(back(2), QColor(255, 255, 255));
+        QCOMPARE(text(2), QColor(0, 0, 0));
+        QCOMPARE(back(4), QColor(0, 192, 0));
+        PutWhite_frList(fr, state);
+        QCOMPARE(back(4), QColor(255, 255, 255));
+        QCOMPARE(text(4), QColor(0, 0, 0));
+        // A relisting starts without colours.
+        ListFolderFiles(fr, dir);
+        QVERIFY(!fr.data(fr.index(3, 0), Qt::BackgroundRole).isValid());
+    }
+
+    void viewReportsGridRows()
+    {
+        const QString dir = folder("view");
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(test::writeFile(dir + QStringLiteral("/v%1").arg(i), 1));
+        FileListModel fr;
+        ListFolderFiles(fr, dir);
+        FileListView view(&fr);
+        QCOMPARE(view.objectName(), QStringLiteral("fr"));
+        view.resize(400, 300);
+        view.setStartWidths();
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QCOMPARE(view.columnWidth(0), twipsToPixels(&view, 1400));
+
+        QSignalSpy pressed(&view, &FileListView::pressed);
+        QSignalSpy clicked(&view, &FileListView::clicked);
+        const QRect second = view.visualRect(fr.index(1, 0));
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, second.center());
+        QCOMPARE(pressed.size(), 1);
+        QCOMPARE(pressed.at(0).at(0).toInt(), 2);
+        QCOMPARE(pressed.at(0).at(1).toInt(), 0);
+        QCOMPARE(clicked.size(), 1);
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, QPoint(5, view.viewport()->height() - 3));
+        QCOMPARE(pressed.at(1).at(0).toInt(), -1);
+    }
+
+    void largeFolder()
+    {
+        // Ten thousand files list into one model reset, without a widget per cell.
+        const QString dir = folder("large");
+        for (int i = 0; i < 10000; ++i)
+            QVERIFY(test::writeFile(dir + QStringLiteral("/file%1.txt").arg(i, 5, 10, QLatin1Char('0')), 0));
+        FileListModel fr;
+        FileListView view(&fr);
+        view.resize(400, 300);
+        view.show();
+        QSignalSpy resets(&fr, &QAbstractItemModel::modelReset);
+        QCOMPARE(ListFolderFiles(fr, dir), 10000);
+        QCOMPARE(resets.size(), 1);
+        QCOMPARE(fr.name(10000), QStringLiteral("file09999.txt"));
+    }
+};
+
+QTEST_MAIN(TestFileList)
+#include "tst_filelist.moc"

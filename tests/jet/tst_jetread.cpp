@@ -1,0 +1,363 @@
+// Reading files written by another Jet writer, and refusing files that are not Jet 4 data
+// this engine can read.
+#include "platform/jet/database.h"
+#include "platform/jet/internal/engine.h"
+#include "support/oracles.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tolvane;
+using namespace tolvane::jet;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString kSample = QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-sample.mdb");
+const QString kLarge = QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-large.mdb");
+const QString kLargeFigures = QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-large.txt");
+
+QList<Row> allRows(Database &db, const QString &table)
+{
+    QList<Row> rows;
+    const Status s = db.scan(table, [&](RowId, const Row &r) {
+        rows.append(r);
+        return true;
+    });
+    if (!s)
+        qWarning("%s", qPrintable(s.toString()));
+    return rows;
+}
+
+QDateTime local(int y, int mo, int d, int h = 0, int mi = 0, int s = 0)
+{
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::LocalTime);
+}
+
+// Whole seconds from 1899-12-30 00:00:00 in wall-clock time.
+qint64 oleSeconds(const QDateTime &dt)
+{
+    return QDate(1899, 12, 30).daysTo(dt.date()) * 86400 + dt.time().msecsSinceStartOfDay() / 1000;
+}
+
+QString stamp(const QDateTime &dt) { return dt.toString(u"yyyy-MM-dd HH:mm:ss"_s); }
+
+QString valueText(const QVariant &v, ColumnType type)
+{
+    if (!v.isValid())
+        return u"NULL"_s;
+    if (type == ColumnType::DateTime)
+        return stamp(v.toDateTime());
+    if (type == ColumnType::Text)
+        return u'"' + v.toString() + u'"';
+    return v.toString();
+}
+
+// The figures of one table in the layout of the reference figures file.
+QStringList tableFigures(Database &db, Engine &engine, const QString &table)
+{
+    const TableInfo info = *db.tableInfo(table);
+    const QList<Row> rows = allRows(db, table);
+    QStringList out;
+    out << u"table %1: %2 columns (in order, with figures), %3 live rows"_s.arg(table).arg(info.columns.size()).arg(rows.size());
+    for (int c = 0; c < info.columns.size(); ++c) {
+        const ColumnInfo &col = info.columns.at(c);
+        if (col.type == ColumnType::Long) {
+            qint64 n = 0, sum = 0;
+            for (const Row &r : rows)
+                if (r.at(c).isValid())
+                    ++n, sum += r.at(c).toInt();
+            out << u"  %1 Long: non-null %2, sum %3"_s.arg(col.name).arg(n).arg(sum);
+        } else if (col.type == ColumnType::DateTime) {
+            qint64 n = 0, before = 0, secs = 0;
+            QDateTime lo, hi;
+            for (const Row &r : rows) {
+                if (!r.at(c).isValid())
+                    continue;
+                const QDateTime dt = r.at(c).toDateTime();
+                ++n;
+                const qint64 s = oleSeconds(dt);
+                before += s < 0 ? 1 : 0;
+                secs += s;
+                if (!lo.isValid() || oleSeconds(dt) < oleSeconds(lo))
+                    lo = dt;
+                if (!hi.isValid() || oleSeconds(dt) > oleSeconds(hi))
+                    hi = dt;
+            }
+            out << u"  %1 DateTime: non-null %2, before 1899-12-30: %3, seconds sum %4, min %5, max %6"_s.arg(col.name)
+                       .arg(n)
+                       .arg(before)
+                       .arg(secs)
+                       .arg(lo.isValid() ? stamp(lo) : u"-"_s, hi.isValid() ? stamp(hi) : u"-"_s);
+        } else if (col.type == ColumnType::Text) {
+            qint64 nulls = 0, empty = 0, units = 0, unitSum = 0, longest = 0, ideo = 0, kana = 0, pairs = 0;
+            for (const Row &r : rows) {
+                if (!r.at(c).isValid()) {
+                    ++nulls;
+                    continue;
+                }
+                const QString s = r.at(c).toString();
+                empty += s.isEmpty() ? 1 : 0;
+                units += s.size();
+                longest = std::max<qint64>(longest, s.size());
+                bool hasIdeo = false, hasKana = false, hasPair = false;
+                for (QChar ch : s) {
+                    unitSum += ch.unicode();
+                    hasIdeo = hasIdeo || ch.unicode() == 0x3000;
+                    hasKana = hasKana || (ch.unicode() >= 0xFF61 && ch.unicode() <= 0xFF9F);
+                    hasPair = hasPair || ch.isHighSurrogate();
+                }
+                ideo += hasIdeo, kana += hasKana, pairs += hasPair;
+            }
+            out << u"  %1 Text(%2%3): null %4, empty %5, code units %6, code-unit sum %7, longest %8, with U+3000 %9, "
+                   u"with half-width kana %10, with surrogate pairs %11"_s.arg(col.name)
+                       .arg(col.maxLength)
+                       .arg(col.compressible ? u", compression on"_s : QString())
+                       .arg(nulls)
+                       .arg(empty)
+                       .arg(units)
+                       .arg(unitSum)
+                       .arg(longest)
+                       .arg(ideo)
+                       .arg(kana)
+                       .arg(pairs);
+        }
+    }
+    const Engine::PhysicalStats st = *engine.physicalStats(table);
+    out << u"  physical: %1 data pages, %2 row headers, %3 deleted slots, %4 overflow pointers, %5 overflow targets"_s
+               .arg(st.dataPages)
+               .arg(st.rowHeaders)
+               .arg(st.deletedSlots)
+               .arg(st.overflowPointers)
+               .arg(st.overflowTargets);
+    if (table == u"Docs") {
+        out << u"  edge rows (DocId 1..12, all values):"_s;
+        for (int id = 1; id <= 12; ++id) {
+            for (const Row &r : rows) {
+                if (r.at(0).toInt() != id)
+                    continue;
+                QStringList parts;
+                for (int c = 0; c < info.columns.size(); ++c)
+                    parts << info.columns.at(c).name + u'=' + valueText(r.at(c), info.columns.at(c).type);
+                out << u"    "_s + parts.join(u' ');
+            }
+        }
+    }
+    return out;
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool writeAll(const QString &path, const QByteArray &data)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(data) == data.size();
+}
+
+} // namespace
+
+class TstJetRead : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sampleFromAnotherWriter();
+    void largeFileFigures();
+    void largeFileAgreesWithMdbTools();
+    void refusesWhatItCannotRead_data();
+    void refusesWhatItCannotRead();
+    void malformedPagesNeverCrash();
+    void oleDateConversion_data();
+    void oleDateConversion();
+};
+
+void TstJetRead::sampleFromAnotherWriter()
+{
+    auto db = Database::open(kSample, Database::OpenMode::ReadOnly);
+    QVERIFY2(db, qPrintable(db.status().toString()));
+    QCOMPARE((*db)->tableNames(), (QStringList{u"Items"_s, u"ManyRows"_s, u"Compressed"_s}));
+    QVERIFY((*db)->hasTable(u"Items"_s));
+    QVERIFY(!(*db)->hasTable(u"items"_s));
+    QVERIFY(!(*db)->hasTable(u"MSysObjects"_s));
+    QCOMPARE((*db)->tableInfo(u"items"_s)->name, u"Items"_s);
+    QCOMPARE((*db)->tableInfo(u"Nope"_s).status().code(), Status::Code::NotFound);
+
+    const TableInfo items = *(*db)->tableInfo(u"Items"_s);
+    QCOMPARE(items.columns.size(), 5);
+    QCOMPARE(items.columns.at(2).name, u"Name"_s);
+    QCOMPARE(items.columns.at(2).type, ColumnType::Text);
+    QCOMPARE(items.columns.at(2).maxLength, 50);
+    QCOMPARE(items.columns.at(1).type, ColumnType::DateTime);
+    QCOMPARE(items.rowCount, 8);
+
+    // One row deleted (ItemId 8) and one moved by an update (ItemId 9).
+    const QList<Row> rows = allRows(**db, u"Items"_s);
+    QCOMPARE(rows.size(), 8);
+    QCOMPARE(rows.at(0), (Row{1, local(2024, 1, 2, 3, 4, 5), u"Alpha"_s, u"plain ascii"_s, 10}));
+    QCOMPARE(rows.at(2).at(1), QVariant());
+    QCOMPARE(rows.at(2).at(2), QVariant(u""_s));
+    QCOMPARE(rows.at(3), (Row{4, local(1850, 6, 15, 18), u"Grüße été"_s, u"latin-1 chars (compressible)"_s, 2147483647}));
+    QCOMPARE(rows.at(4).at(2).toString(), u"日本語"_s);
+    QCOMPARE(rows.at(4).at(4).toInt(), std::numeric_limits<int>::min());
+    QCOMPARE(rows.at(6), (Row{7, QVariant(), QVariant(), QVariant(), QVariant()}));
+    QCOMPARE(rows.at(7).at(0).toInt(), 9);
+    QVERIFY(rows.at(7).at(3).toString().startsWith(u"this note was made much longer"_s));
+
+    QCOMPARE(allRows(**db, u"ManyRows"_s).size(), 400);
+    const QList<Row> compressed = allRows(**db, u"Compressed"_s);
+    QCOMPARE(compressed.size(), 6);
+    QCOMPARE(compressed.at(2).at(1).toString(), u"café crème"_s);
+    QCOMPARE(compressed.at(3).at(1).toString(), u"omega Ω is not Latin-1"_s);
+    QCOMPARE(compressed.at(4).at(1), QVariant(u""_s));
+    QCOMPARE(compressed.at(5).at(1), QVariant());
+}
+
+void TstJetRead::largeFileFigures()
+{
+    // Every figure the reference file lists, computed from what the engine reads.
+    QStringList expected;
+    for (const QString &line : QString::fromUtf8(readAll(kLargeFigures)).split(u'\n')) {
+        if (!line.startsWith(u"table ") && !line.startsWith(u"  "))
+            continue;
+        const qsizetype cut = line.indexOf(u';');
+        expected << (line.startsWith(u"  physical:") && cut > 0 ? line.left(cut) : line);
+    }
+    QVERIFY(expected.size() > 150);
+
+    auto engine = Engine::open(kLarge, true);
+    QVERIFY2(engine, qPrintable(engine.status().toString()));
+    auto db = Database::open(kLarge, Database::OpenMode::ReadOnly);
+    QVERIFY(db);
+    QCOMPARE((*db)->tableNames(), (QStringList{u"Docs"_s, u"Events"_s, u"Wide"_s, u"Later"_s, u"Nothing"_s}));
+    QStringList actual;
+    for (const QString &t : (*db)->tableNames())
+        actual << tableFigures(**db, **engine, t);
+    QCOMPARE(actual.size(), expected.size());
+    for (int i = 0; i < expected.size(); ++i)
+        QCOMPARE(actual.at(i), expected.at(i));
+}
+
+void TstJetRead::largeFileAgreesWithMdbTools()
+{
+    if (!test::mdbToolsAvailable())
+        QSKIP("mdbtools is not installed");
+    auto db = Database::open(kLarge, Database::OpenMode::ReadOnly);
+    QVERIFY(db);
+    QCOMPARE(test::mdbTables(kLarge), (*db)->tableNames());
+    for (const QString &t : (*db)->tableNames())
+        QCOMPARE(test::mdbCount(kLarge, t), (*db)->tableInfo(t)->rowCount);
+    // Later's rows were written before three columns were added: they read as null there.
+    const QList<QStringList> exported = test::mdbExport(kLarge, u"Later"_s);
+    const QList<Row> ours = allRows(**db, u"Later"_s);
+    QCOMPARE(exported.size(), ours.size());
+    QMap<int, Row> byId;
+    for (const Row &r : ours)
+        byId.insert(r.at(0).toInt(), r);
+    for (const QStringList &e : exported) {
+        const Row r = byId.value(e.at(0).toInt());
+        QCOMPARE(r.at(4).isValid() ? r.at(4).toString() : QString(), e.at(4));
+        QCOMPARE(r.at(3).isValid() && !r.at(3).toString().isEmpty() ? r.at(3).toString() : QString(), e.at(3));
+    }
+}
+
+void TstJetRead::refusesWhatItCannotRead_data()
+{
+    QTest::addColumn<int>("offset");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("code");
+    const int notSupported = int(Status::Code::NotSupported);
+    const int corruption = int(Status::Code::Corruption);
+    QTest::newRow("Jet 3 version byte") << 0x14 << QByteArray(1, '\0') << notSupported;
+    QTest::newRow("ACCDB version byte") << 0x14 << QByteArray(1, '\x02') << notSupported;
+    QTest::newRow("ACE signature") << 4 << QByteArray("Standard ACE DB") << notSupported;
+    // Flipping bits of the masked area changes the decoded field.
+    QTest::newRow("database key set") << 0x3E << QByteArray("\x01\x02\x03\x04", 4) << notSupported;
+    QTest::newRow("password set") << 0x42 << QByteArray("\x55\x55\x55\x55", 4) << notSupported;
+    QTest::newRow("not a Jet signature") << 4 << QByteArray("Standard XYZ DB") << corruption;
+    QTest::newRow("system tdef page wiped") << 2 * 4096 << QByteArray(4096, '\0') << corruption;
+    QTest::newRow("catalogue tdef garbage") << 2 * 4096 + 45 << QByteArray("\xff\xff\xff\xff\xff\xff", 6) << corruption;
+}
+
+void TstJetRead::refusesWhatItCannotRead()
+{
+    QFETCH(int, offset);
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, code);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"bad.mdb"_s);
+    QByteArray data = readAll(kSample);
+    for (int i = 0; i < bytes.size(); ++i)
+        data[offset + i] = offset >= 0x18 && offset < 0x98 ? char(data[offset + i] ^ bytes[i]) : bytes[i];
+    QVERIFY(writeAll(path, data));
+    auto db = Database::open(path);
+    QVERIFY(!db);
+    QCOMPARE(int(db.status().code()), code);
+}
+
+void TstJetRead::malformedPagesNeverCrash()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"fuzz.mdb"_s);
+    QCOMPARE(Database::open(dir.filePath(u"missing.mdb"_s)).status().code(), Status::Code::NotFound);
+    QVERIFY(writeAll(path, QByteArray("hello, not a database")));
+    QCOMPARE(Database::open(path).status().code(), Status::Code::Corruption);
+    QVERIFY(writeAll(path, QByteArray(8192, '\0')));
+    QCOMPARE(Database::open(path).status().code(), Status::Code::Corruption);
+    QVERIFY(writeAll(path, readAll(kSample).left(4096 * 3)));
+    QVERIFY(!Database::open(path, Database::OpenMode::ReadOnly) || true);
+
+    // Random damage to data, map and tdef pages: opening and reading may fail, never crash.
+    const QByteArray original = readAll(kSample);
+    QRandomGenerator rng(20261123);
+    int failures = 0;
+    for (int round = 0; round < 300; ++round) {
+        QByteArray data = original;
+        const int page = 1 + int(rng.bounded(quint32(data.size() / 4096 - 1)));
+        const int hits = 1 + int(rng.bounded(12));
+        for (int h = 0; h < hits; ++h)
+            data[page * 4096 + int(rng.bounded(4096))] = char(rng.bounded(256));
+        QVERIFY(writeAll(path, data));
+        auto db = Database::open(path, Database::OpenMode::ReadOnly);
+        if (!db) {
+            ++failures;
+            continue;
+        }
+        for (const QString &t : (*db)->tableNames()) {
+            const Status s = (*db)->scan(t, [](RowId, const Row &) { return true; });
+            failures += s ? 0 : 1;
+        }
+    }
+    qInfo("damaged copies refused or partly unreadable: %d of 300", failures);
+}
+
+void TstJetRead::oleDateConversion_data()
+{
+    QTest::addColumn<QDateTime>("dt");
+    QTest::addColumn<double>("ole");
+    QTest::newRow("epoch") << local(1899, 12, 30) << 0.0;
+    QTest::newRow("one second before the epoch") << local(1899, 12, 29, 23, 59, 59) << -(1.0 + 86399.0 / 86400.0);
+    QTest::newRow("1850 evening keeps a positive time") << local(1850, 6, 15, 18) << -18095.75;
+    QTest::newRow("noon 1900-01-01") << local(1900, 1, 1, 12) << 2.5;
+    QTest::newRow("2024 leap day") << local(2024, 2, 29, 6) << 45351.25;
+    QTest::newRow("year 100") << local(100, 1, 1) << -657434.0;
+    QTest::newRow("year 9999 last second") << local(9999, 12, 31, 23, 59, 59) << 2958465.0 + 86399.0 / 86400.0;
+}
+
+void TstJetRead::oleDateConversion()
+{
+    QFETCH(QDateTime, dt);
+    QFETCH(double, ole);
+    QVERIFY(qAbs(toOleDate(dt) - ole) < 1e-9);
+    QCOMPARE(fromOleDate(ole), dt);
+    QCOMPARE(fromOleDate(toOleDate(dt.addMSecs(123))), dt.addMSecs(123));
+}
+
+QTEST_GUILESS_MAIN(TstJetRead)
+#include "tst_jetread.moc"

@@ -1,0 +1,316 @@
+// Registration and synchronisation of real folders into a real catalogue file.
+#include "browser/filelist.h"
+#include "catalog/schema.h"
+#include "platform/jet/recordset.h"
+#include "registration/bulkregistration.h"
+#include "registration/pathrecords.h"
+#include "support/scriptedprompter.h"
+#include "../browser/testfolders.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tolvane;
+using namespace tolvane::registration;
+using tolvane::test::ScriptedPrompter;
+
+namespace {
+
+const QDateTime kDay1(QDate(2023, 4, 10), QTime(9, 15, 0));
+const QDateTime kDay1Later(QDate(2023, 4, 10), QTime(17, 40, 30));
+const QDateTime kDay2(QDate(2024, 1, 5), QTime(8, 0, 0));
+
+struct FileRow
+{
+    QString name;
+    QDateTime date;
+    int pnID;
+};
+
+QList<FileRow> fileRows(jet::Database *db)
+{
+    QList<FileRow> out;
+    for (const jet::Row &r : test::tableRows(db, catalog::kFileAtrTable))
+        out.append({r[FName].toString(), r[FDate].toDateTime(), r[FPnID].toInt()});
+    return out;
+}
+
+QStringList sortedNames(const QList<FileRow> &rows)
+{
+    QStringList names;
+    for (const FileRow &r : rows)
+        names.append(r.name);
+    names.sort();
+    return names;
+}
+
+} // namespace
+
+class TestRegistration : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_tmp;
+    std::unique_ptr<jet::Database> m_db;
+    QString m_folder;
+
+    // Lists the test folder as the file list does.
+    QStringList listed() const
+    {
+        browser::FileListModel fr;
+        browser::ListFolderFiles(fr, m_folder);
+        return fr.names();
+    }
+
+    RegistrationOutcome run(ScriptedPrompter &prompter, const QString &folder, const QStringList &names)
+    {
+        int ModeNo = 1;
+        const RegistrationOutcome out = RegisterShownFolder(m_db.get(), prompter, folder, names, ModeNo);
+        [&] { QCOMPARE(ModeNo, 2); }();
+        return out;
+    }
+
+    RegistrationOutcome runYes(ScriptedPrompter &prompter)
+    {
+        prompter.planAnswer(Prompter::Answer::Yes);
+        return run(prompter, m_folder, listed());
+    }
+
+private slots:
+    void init()
+    {
+        QVERIFY(m_tmp.isValid());
+        const QString dir = m_tmp.path() + QStringLiteral("/") + QString::fromLatin1(QTest::currentTestFunction());
+        QVERIFY(QDir().mkpath(dir + QStringLiteral("/docs")));
+        m_db = test::newCatalogue(dir);
+        QVERIFY(m_db);
+        m_folder = QDir::toNativeSeparators(dir + QStringLiteral("/docs"));
+    }
+
+    void cleanup() { m_db.reset(); }
+
+    void pathLookups()
+    {
+        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\Docs")), -1); // empty table
+        QVERIFY(AddPathName(m_db.get(), QStringLiteral("C:\\docs"), 3));
+        QVERIFY(AddPathName(m_db.get(), QStringLiteral("D:\\報告書\\O'Neil"), 4));
+        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\docs")), 3);
+        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\Docs")), -1);   // exact text only
+        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\docs\\")), -1); // no separator trimming
+        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("D:\\報告書\\O'Neil")), 4);
+        QCOMPARE(GetPathName(m_db.get(), 4), QStringLiteral("D:\\報告書\\O'Neil"));
+        QCOMPARE(GetPathName(m_db.get(), 99), QStringLiteral("NONE"));
+    }
+
+    void firstRegistration()
+    {
+        const QStringList names = {QStringLiteral("O'Neil.doc"), QStringLiteral("報告書　第1版.txt"),
+                                   QStringLiteral("plan.pdf")};
+        for (const QString &n : names)
+            QVERIFY(test::writeFile(m_folder + QLatin1Char('/') + n, 10, kDay1));
+
+        ScriptedPrompter prompter;
+        const RegistrationOutcome out = runYes(prompter);
+        QCOMPARE(out.kind, RegistrationOutcome::Kind::Registered);
+        QCOMPARE(out.added, 3);
+
+        const auto msgs = prompter.messages();
+        QCOMPARE(msgs.size(), 2);
+        QCOMPARE(msgs[0].title, QStringLiteral("Almaren Tolvane"));
+        QCOMPARE(msgs[0].icon, Prompter::Icon::Question);
+        QCOMPARE(msgs[0].buttons, Prompter::Buttons::YesNo);
+        QCOMPARE(msgs[0].text,
+                 QStringLiteral("表示中の全ファイル情報をデータベースに登録します。\r\n"
+                                "登録済みファイルは二重登録しません。　追加ファイルはデータベースに追加登録し、"
+                                "削除ファイルは登録から抹消します。\r\n"
+                                "データベースのファイル更新年月日は最新日付に訂正します。\r\n実行しますか？"));
+        QCOMPARE(msgs[1].icon, Prompter::Icon::Information);
+        QCOMPARE(msgs[1].text, QStringLiteral("3件のファイル情報を登録しました。"));
+
+        // The folder got the first pnID drawn from the counters, exactly as shown.
+        const auto paths = test::tableRows(m_db.get(), catalog::kPathNameTable);
+        QCOMPARE(paths.size(), 1);
+        QCOMPARE(paths[0][PPnID].toInt(), 1);
+        QCOMPARE(paths[0][PName].toString(), m_folder);
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kIdNoTable).at(0).at(0).toInt(), 1);
+
+        // Each file: empty class, keywords and colour, history 0, the day of its modification.
+        const auto rows = test::tableRows(m_db.get(), catalog::kFileAtrTable);
+        QCOMPARE(rows.size(), 3);
+        QStringList got;
+        for (const jet::Row &r : rows) {
+            got.append(r[FName].toString());
+            QCOMPARE(r[FClass].toString(), QString());
+            QCOMPARE(r[FKStr].toString(), QString());
+            QCOMPARE(r[FBackC].toString(), QString());
+            QCOMPARE(r[FHsID].toInt(), 0);
+            QCOMPARE(r[FPnID].toInt(), 1);
+            QCOMPARE(r[FDate].toDateTime(), QDateTime(kDay1.date(), QTime(0, 0)));
+        }
+        got.sort();
+        QStringList want = names;
+        want.sort();
+        QCOMPARE(got, want);
+
+        // The single-file lookup finds the apostrophe and Japanese names by value.
+        int fixes = 0;
+        QVERIFY(FindFileAndFixDate(m_db.get(), QStringLiteral("O'Neil.doc"), 1, dayOf(kDay1), fixes));
+        QVERIFY(FindFileAndFixDate(m_db.get(), QStringLiteral("報告書　第1版.txt"), 1, dayOf(kDay1), fixes));
+        QVERIFY(!FindFileAndFixDate(m_db.get(), QStringLiteral("O'Neil.doc"), 2, dayOf(kDay1), fixes));
+        QCOMPARE(fixes, 0);
+        QVERIFY(FindFileAndFixDate(m_db.get(), QStringLiteral("plan.pdf"), 1, dayOf(kDay2), fixes));
+        QCOMPARE(fixes, 1);
+    }
+
+    void resynchronisation()
+    {
+        const QString f = m_folder + QLatin1Char('/');
+        for (const char *n : {"keep.txt", "gone.txt", "same-day.txt", "other-day.txt", "O'Neil.doc", "議事録.rtf"})
+            QVERIFY(test::writeFile(f + QString::fromUtf8(n), 5, kDay1));
+        {
+            ScriptedPrompter prompter;
+            QCOMPARE(runYes(prompter).added, 6);
+        }
+        {
+            // Unchanged folder: nothing to do.
+            ScriptedPrompter prompter;
+            const RegistrationOutcome out = runYes(prompter);
+            QCOMPARE(out.kind, RegistrationOutcome::Kind::Synchronised);
+            QCOMPARE(prompter.lastMessage().text,
+                     QStringLiteral("全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0"));
+            QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Information);
+        }
+
+        QVERIFY(QFile::remove(f + QStringLiteral("gone.txt")));
+        QVERIFY(test::writeFile(f + QStringLiteral("new one.txt"), 1, kDay2));
+        QVERIFY(test::writeFile(f + QStringLiteral("新規'資料.txt"), 1, kDay2));
+        QVERIFY(test::setModified(f + QStringLiteral("same-day.txt"), kDay1Later));
+        QVERIFY(test::setModified(f + QStringLiteral("other-day.txt"), kDay2));
+
+        ScriptedPrompter prompter;
+        const RegistrationOutcome out = runYes(prompter);
+        QCOMPARE(out.kind, RegistrationOutcome::Kind::Synchronised);
+        QCOMPARE(prompter.lastMessage().text,
+                 QStringLiteral("全ファイル登録済みです。 削除ファイル数：1　追加ファイル数：2　日付訂正数：1"));
+
+        const QList<FileRow> rows = fileRows(m_db.get());
+        QCOMPARE(sortedNames(rows),
+                 QStringList({QStringLiteral("O'Neil.doc"), QStringLiteral("keep.txt"), QStringLiteral("new one.txt"),
+                              QStringLiteral("other-day.txt"), QStringLiteral("same-day.txt"),
+                              QStringLiteral("新規'資料.txt"), QStringLiteral("議事録.rtf")}));
+        for (const FileRow &r : rows) {
+            QCOMPARE(r.pnID, 1);
+            const bool day2 = r.name == QLatin1String("other-day.txt") || r.name.startsWith(QLatin1String("new"))
+                || r.name.startsWith(QStringLiteral("新規"));
+            QCOMPARE(r.date, QDateTime(day2 ? kDay2.date() : kDay1.date(), QTime(0, 0)));
+        }
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kPathNameTable).size(), 1);
+    }
+
+    void refusalsChangeNothing()
+    {
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/a.txt"), 1, kDay1));
+        {
+            // An empty list is refused before anything is asked.
+            ScriptedPrompter prompter;
+            const RegistrationOutcome out = run(prompter, m_folder, {});
+            QCOMPARE(out.kind, RegistrationOutcome::Kind::Refused);
+            QCOMPARE(prompter.messages().size(), 1);
+            QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
+            QCOMPARE(prompter.lastMessage().text,
+                     QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。"));
+        }
+        {
+            ScriptedPrompter prompter;
+            prompter.planAnswer(Prompter::Answer::No);
+            QCOMPARE(run(prompter, m_folder, listed()).kind, RegistrationOutcome::Kind::Declined);
+            QCOMPARE(prompter.messages().size(), 1);
+        }
+        QVERIFY(test::tableRows(m_db.get(), catalog::kPathNameTable).isEmpty());
+        QVERIFY(test::tableRows(m_db.get(), catalog::kFileAtrTable).isEmpty());
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kIdNoTable).at(0).at(0).toInt(), 0);
+    }
+
+    void failureRollsBackEverything()
+    {
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/a.txt"), 1, kDay1));
+        // A name longer than the 120 characters of fName cannot be stored: the insert fails late.
+        const QString longName = QString(121, QLatin1Char('n'));
+        QVERIFY(test::writeFile(m_folder + QLatin1Char('/') + longName, 1, kDay1));
+        {
+            ScriptedPrompter prompter;
+            const RegistrationOutcome out = runYes(prompter);
+            QCOMPARE(out.kind, RegistrationOutcome::Kind::Failed);
+            QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Critical);
+            QCOMPARE(prompter.lastMessage().text, QStringLiteral("DB登録に失敗しました。　RecordFILE_ATR"));
+        }
+        QVERIFY(test::tableRows(m_db.get(), catalog::kPathNameTable).isEmpty());
+        QVERIFY(test::tableRows(m_db.get(), catalog::kFileAtrTable).isEmpty());
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kIdNoTable).at(0).at(0).toInt(), 0);
+
+        // Registered without it, then synchronised with it: the sync fails and changes nothing.
+        QVERIFY(QFile::rename(m_folder + QLatin1Char('/') + longName, m_tmp.path() + QStringLiteral("/parked")));
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/b.txt"), 1, kDay1));
+        {
+            ScriptedPrompter prompter;
+            QCOMPARE(runYes(prompter).added, 2);
+        }
+        QVERIFY(QFile::remove(m_folder + QStringLiteral("/a.txt")));
+        QVERIFY(QFile::rename(m_tmp.path() + QStringLiteral("/parked"), m_folder + QLatin1Char('/') + longName));
+        {
+            ScriptedPrompter prompter;
+            QCOMPARE(runYes(prompter).kind, RegistrationOutcome::Kind::Failed);
+            QCOMPARE(prompter.lastMessage().text, QStringLiteral("ファイル情報追加登録に失敗しました。　RecordFILE_ATR"));
+        }
+        QCOMPARE(sortedNames(fileRows(m_db.get())), QStringList({QStringLiteral("a.txt"), QStringLiteral("b.txt")}));
+    }
+
+    void cancelledByProgress()
+    {
+        for (int i = 0; i < 300; ++i)
+            QVERIFY(test::writeFile(m_folder + QStringLiteral("/f%1.txt").arg(i), 1, kDay1));
+        ScriptedPrompter prompter;
+        prompter.planAnswer(Prompter::Answer::Yes);
+        int ModeNo = 2;
+        int calls = 0;
+        const auto out = RegisterShownFolder(m_db.get(), prompter, m_folder, listed(), ModeNo,
+                                             [&](int done, int total) {
+                                                 ++calls;
+                                                 [&] { QVERIFY(done <= total); }();
+                                                 return done < 100;
+                                             });
+        QCOMPARE(out.kind, RegistrationOutcome::Kind::Cancelled);
+        QVERIFY(calls > 1);
+        QCOMPARE(prompter.messages().size(), 1); // only the confirmation
+        QVERIFY(test::tableRows(m_db.get(), catalog::kFileAtrTable).isEmpty());
+        QVERIFY(test::tableRows(m_db.get(), catalog::kPathNameTable).isEmpty());
+    }
+
+    void takeRecordFile()
+    {
+        QVERIFY(AddPathName(m_db.get(), QStringLiteral("C:\\Docs"), 7));
+        jet::Row row = {QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"), QDateTime(QDate(2022, 3, 4), QTime()),
+                        QString(), 7, 0, QString()};
+        QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
+        row[FName] = QStringLiteral("orphan.doc");
+        row[FPnID] = 8;
+        QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
+        auto rs = m_db->openTable(catalog::kFileAtrTable);
+        QVERIFY(rs);
+        browser::BrowserState state;
+        state.CurrentFolder = QStringLiteral("searched");
+        QVERIFY(TakeRecordFile(m_db.get(), **rs, true, state));
+        QCOMPARE(state.CurrentFolder, QStringLiteral("searched"));
+        QCOMPARE(state.CurrentFileName, QStringLiteral("O'Neil.doc"));
+        QCOMPARE(state.CurrentFileDate, QStringLiteral("2022-03-04"));
+        QVERIFY(TakeRecordFile(m_db.get(), **rs, false, state));
+        QCOMPARE(state.CurrentFolder, QStringLiteral("C:\\Docs"));
+        (*rs)->moveNext();
+        QVERIFY(!TakeRecordFile(m_db.get(), **rs, false, state));
+        QCOMPARE(state.CurrentFolder, QStringLiteral("NONE"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRegistration)
+#include "tst_registration.moc"

@@ -1,0 +1,167 @@
+// The button sets whose rows depend on the mode, the viewer kind and the catalogue kind, and
+// the status codes that write only some panels.
+#include "shell/modes.h"
+#include "shell/toolbarlayouts.h"
+
+#include <QTest>
+
+using namespace tolvane::shell;
+
+namespace {
+
+QStringList keys(const ToolbarLayout &l)
+{
+    QStringList k;
+    for (const auto &b : l)
+        k << b.key;
+    return k;
+}
+
+const ToolButtonSpec *find(const ToolbarLayout &l, const QString &key)
+{
+    for (const auto &b : l)
+        if (b.key == key)
+            return &b;
+    return nullptr;
+}
+
+QStringList split(const char *s)
+{
+    return QString::fromLatin1(s).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class TestToolbarLayouts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void viewerLayout_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("modeNo");
+        QTest::addColumn<int>("layoutState");
+        QTest::addColumn<bool>("archive");
+        QTest::addColumn<QStringList>("expectedKeys");
+        QTest::addColumn<QString>("prevImage");
+        QTest::addColumn<bool>("rec2BinderEnabled");
+        QTest::addColumn<bool>("fullTextVisible");
+
+        QTest::newRow("folder file, application") << 1 << 1 << 1 << false
+            << split("ph1 BackTo Prev Next ph2 apri WordSeek FullTextSearch Rec2Binder") << "up" << false << true;
+        QTest::newRow("registration, picture") << 2 << 2 << 1 << false
+            << split("ph1 BackTo RecAll Prev Next ph2 left90 right90 enlarge size excel FullTextSearch Rec2Binder")
+            << "arw6lt" << false << true;
+        QTest::newRow("search record, multi-page") << 3 << 8 << 2 << false
+            << split("ph1 BackTo Prev Next ph2 AddLine DelLine left90 right90 enlarge size Gprev Gnext FullTextSearch Rec2Binder")
+            << "arw6lt" << true << false;
+        QTest::newRow("binder record, drawing") << 4 << 5 << 2 << false
+            << split("ph1 BackTo Prev Next ph2 AddLine DelLine enlarge size sxf BackColor FullTextSearch Rec2Binder")
+            << "arw6lt" << false << false;
+        QTest::newRow("archive search record, none") << 0 << 3 << 2 << true
+            << split("ph1 BackTo Prev Next ph2 AddLine DelLine FullTextSearch Rec2Binder") << "arw6lt" << false << false;
+        QTest::newRow("search record in list layout") << 0 << 10 << 0 << false
+            << split("ph1 BackTo Prev Next ph2 AddLine DelLine FullTextSearch Rec2Binder") << "arw6lt" << true << true;
+    }
+
+    void viewerLayout()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, modeNo);
+        QFETCH(int, layoutState);
+        QFETCH(bool, archive);
+        QFETCH(QStringList, expectedKeys);
+        QFETCH(QString, prevImage);
+        QFETCH(bool, rec2BinderEnabled);
+        QFETCH(bool, fullTextVisible);
+
+        const ToolbarLayout l = ViewerLayout(kind, modeNo, layoutState, archive);
+        QCOMPARE(keys(l), expectedKeys);
+        QCOMPARE(find(l, QStringLiteral("Prev"))->image, prevImage);
+        QCOMPARE(find(l, QStringLiteral("Rec2Binder"))->enabled, rec2BinderEnabled);
+        QCOMPARE(find(l, QStringLiteral("FullTextSearch"))->visible, fullTextVisible);
+        QCOMPARE(find(l, QStringLiteral("ph1"))->widthTwips, 200);
+        QCOMPARE(find(l, QStringLiteral("ph2"))->widthTwips, 200);
+        if (const auto *recAll = find(l, QStringLiteral("RecAll")))
+            QCOMPARE(recAll->enabled, !archive);
+    }
+
+    void recAllIsDisabledInAnArchive()
+    {
+        const ToolbarLayout l = ViewerLayout(ViewerKind::Picture, Mode::Record, Layout::FolderFileShown, true);
+        QVERIFY(!find(l, QStringLiteral("RecAll"))->enabled);
+    }
+
+    void searchListDependsOnTheMode_data()
+    {
+        QTest::addColumn<int>("modeNo");
+        QTest::addColumn<QStringList>("expectedKeys");
+        QTest::addColumn<int>("gapTwips");
+        QTest::addColumn<QString>("seekTip");
+        QTest::newRow("folder search") << 3 << split("ph1 BackToSearch FullTextSearchDB") << 0 << QString();
+        QTest::newRow("binder files") << 5 << split("ph1 BackToSearch FullTextSearchDB") << 0 << QString();
+        QTest::newRow("period") << 6 << split("ph1 BackToSearch ph2 DurSeek FullTextSearchDB") << 4800
+                                << QString::fromUtf8("左のコンボボックス条件で検索");
+        for (int mode : {7, 8, 10})
+            QTest::addRow("mode %d", mode) << mode << split("ph1 BackToSearch ph2 DurSeek FullTextSearchDB") << 3400
+                                           << QString::fromUtf8("左の条件で検索開始");
+    }
+
+    void searchListDependsOnTheMode()
+    {
+        QFETCH(int, modeNo);
+        QFETCH(QStringList, expectedKeys);
+        QFETCH(int, gapTwips);
+        QFETCH(QString, seekTip);
+        const ToolbarLayout l = SearchListLayout(modeNo);
+        QCOMPARE(keys(l), expectedKeys);
+        if (gapTwips) {
+            QCOMPARE(find(l, QStringLiteral("ph2"))->widthTwips, gapTwips);
+            QCOMPARE(find(l, QStringLiteral("DurSeek"))->toolTip, seekTip);
+        }
+    }
+
+    void binderListNamesItsDeleteButtonByOperation()
+    {
+        QCOMPARE(find(BinderListLayout(BinderOp::Delete), QStringLiteral("del"))->caption, QString::fromUtf8("削除"));
+        QCOMPARE(find(BinderListLayout(BinderOp::Detach), QStringLiteral("del"))->caption, QString::fromUtf8("取り外し"));
+    }
+
+    void everyPictureKeyIsKnown()
+    {
+        const QStringList known = toolbarImageKeys();
+        QList<ToolbarLayout> all{StartLayout(), FileShowLayout(), DBUseLayout(false), RecordLayout(false),
+                                 SearchMenuLayout(), SearchListLayout(6), BinderListLayout(2)};
+        for (int kind = 0; kind <= 4; ++kind)
+            all << ViewerLayout(kind, 8, 2, false) << ViewerLayout(kind, 2, 1, false);
+        for (const auto &l : all)
+            for (const auto &b : l)
+                QVERIFY2(b.style == ToolButtonSpec::Style::Placeholder || known.contains(b.image), qPrintable(b.image));
+    }
+
+    void statusCodesWriteTheirPanels()
+    {
+        // Hints change panel 2 only.
+        for (int code : {51, 52, 53, 54}) {
+            const auto t = statusTexts(code);
+            QVERIFY(t);
+            QVERIFY(!t->panel1);
+            QVERIFY(t->panel2);
+            QVERIFY(!t->threePanels);
+        }
+        QVERIFY(!statusTexts(13));
+        QVERIFY(!statusTexts(-1));
+        const auto shown = statusTexts(12, QStringLiteral("/data/docs"));
+        QVERIFY(shown && shown->threePanels);
+        QCOMPARE(*shown->panel2, QStringLiteral("/data/docs"));
+        // The binder operations map onto their own codes.
+        QCOMPARE(*binderStatusCode(BinderOp::ReorderBinders), 104);
+        QCOMPARE(*binderStatusCode(BinderOp::ReorderFiles), 100);
+        QCOMPARE(*binderHelpContext(BinderOp::Detach), 10026);
+        QVERIFY(!binderStatusCode(7));
+    }
+};
+
+QTEST_APPLESS_MAIN(TestToolbarLayouts)
+#include "tst_toolbarlayouts.moc"
