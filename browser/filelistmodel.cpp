@@ -73,6 +73,14 @@ void FileListModel::setRowColors(int gridRow, const QColor &back, const QColor &
     emit dataChanged(index(gridRow - 1, 0), index(gridRow - 1, ColumnCount - 1), {Qt::BackgroundRole, Qt::ForegroundRole});
 }
 
+void FileListModel::clearRowColors()
+{
+    if (m_files.isEmpty())
+        return;
+    m_colors = QList<RowColors>(m_files.size());
+    emit dataChanged(index(0, 0), index(int(m_files.size()) - 1, ColumnCount - 1), {Qt::BackgroundRole, Qt::ForegroundRole});
+}
+
 QColor FileListModel::rowBackColor(int gridRow) const
 {
     return gridRow >= 1 && gridRow <= m_colors.size() ? m_colors[gridRow - 1].back : QColor();

@@ -48,6 +48,8 @@ public:
 
     // Back and text colour of columns 0 to 2 of a grid row; ignored outside the file rows.
     void setRowColors(int gridRow, const QColor &back, const QColor &text);
+    // Every row back to the view's default colours.
+    void clearRowColors();
     QColor rowBackColor(int gridRow) const;
     QColor rowTextColor(int gridRow) const;
 

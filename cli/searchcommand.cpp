@@ -1,6 +1,7 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
 // prints the rows, one line each, with the seven catalogue fields separated by tabs.
 #include "cli/commands.h"
+#include "cli/consoleprompter.h"
 
 #include "platform/jet/database.h"
 #include "registration/pathrecords.h"
@@ -16,15 +17,16 @@ namespace tolvane::cli {
 
 namespace {
 
-void writeLine(FILE *out, const QString &line)
+// Result rows go out buffered: a search may print a hundred thousand of them.
+void writeRow(const QString &line)
 {
     const QByteArray bytes = (line + QLatin1Char('\n')).toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), out);
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
 }
 
 int usage()
 {
-    writeLine(stderr, QStringLiteral("usage: tolvane-cli search CATALOG.mdb (--folder PATH | --name TEXT | "
+    writeErr(QStringLiteral("usage: tolvane-cli search CATALOG.mdb (--folder PATH | --name TEXT | "
                                      "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS]"));
     return 1;
 }
@@ -90,7 +92,7 @@ int runSearch(const QStringList &args)
 
     auto opened = jet::Database::open(req.catalog, jet::Database::OpenMode::ReadOnly);
     if (!opened) {
-        writeLine(stderr, QStringLiteral("%1: %2").arg(req.catalog, opened.status().toString()));
+        writeErr(QStringLiteral("%1: %2").arg(req.catalog, opened.status().toString()));
         return 1;
     }
     jet::Database &db = *opened.value();
@@ -111,15 +113,15 @@ int runSearch(const QStringList &args)
         found = search::QueryByKeyword(db, result, value);
 
     if (!found) {
-        writeLine(stderr, QStringLiteral("search failed: %1").arg(found.status().toString()));
+        writeErr(QStringLiteral("search failed: %1").arg(found.status().toString()));
         return 1;
     }
     if (!found.value()) {
-        writeLine(stdout, search::kZeroResultMessage);
+        writeOut(search::kZeroResultMessage);
         return 0;
     }
     if (req.narrowing && search::NarrowByClass(result.get(), req.narrow) == search::NarrowOutcome::Emptied) {
-        writeLine(stdout, search::narrowEmptyMessage(req.narrow.trimmed()));
+        writeOut(search::narrowEmptyMessage(req.narrow.trimmed()));
         return 0;
     }
 
@@ -127,8 +129,9 @@ int runSearch(const QStringList &args)
         QStringList fields;
         for (int i = 0; i < result->fieldCount(); ++i)
             fields.append(fieldText(result->field(i)));
-        writeLine(stdout, fields.join(QLatin1Char('\t')));
+        writeRow(fields.join(QLatin1Char('\t')));
     }
+    std::fflush(stdout);
     return 0;
 }
 

@@ -7,18 +7,21 @@
 
 namespace tolvane::registration::ui {
 
-RegistrationProgress::RegistrationProgress(QWidget *parent, int fileCount)
-    : m_dialog(std::make_unique<QProgressDialog>(parent)), m_fileCount(fileCount)
+RegistrationProgress::RegistrationProgress(QWidget *parent, int fileCount) : m_parent(parent), m_fileCount(fileCount) { }
+
+void RegistrationProgress::createDialog()
 {
+    // Made on the first report, so that it cannot appear while the confirmation is asked.
+    m_dialog = std::make_unique<QProgressDialog>(m_parent);
     m_dialog->setObjectName(QStringLiteral("RegistrationProgress"));
     m_dialog->setWindowTitle(appTitle());
-    m_dialog->setLabelText(QStringLiteral("%1 件のファイル情報を登録しています…").arg(fileCount));
+    m_dialog->setLabelText(QStringLiteral("%1 件のファイル情報を登録しています…").arg(m_fileCount));
     m_dialog->setCancelButtonText(QStringLiteral("キャンセル"));
     m_dialog->setWindowModality(Qt::WindowModal);
     m_dialog->setMinimumDuration(400);
-    m_dialog->setAutoClose(false);
-    m_dialog->setAutoReset(false);
-    m_dialog->setRange(0, qMax(1, fileCount));
+    m_dialog->setAutoClose(true);
+    m_dialog->setAutoReset(true);
+    m_dialog->setRange(0, qMax(1, m_fileCount));
     m_dialog->setValue(0);
 }
 
@@ -27,17 +30,27 @@ RegistrationProgress::~RegistrationProgress() = default;
 Progress RegistrationProgress::callback()
 {
     return [this](int done, int total) {
+        if (!m_dialog)
+            createDialog();
+        if (m_cancelled)
+            return false;
         if (m_dialog->maximum() != qMax(1, total))
             m_dialog->setMaximum(qMax(1, total));
         m_dialog->setValue(qMin(done, m_dialog->maximum()));
         QCoreApplication::processEvents();
-        return !m_dialog->wasCanceled();
+        m_cancelled = m_dialog->wasCanceled();
+        return !m_cancelled;
     };
 }
 
 bool RegistrationProgress::wasCancelled() const
 {
-    return m_dialog->wasCanceled();
+    return m_cancelled;
+}
+
+bool RegistrationProgress::wasShown() const
+{
+    return m_dialog != nullptr;
 }
 
 } // namespace tolvane::registration::ui

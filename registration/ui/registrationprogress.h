@@ -25,10 +25,16 @@ public:
     // returns false once the user pressed Cancel.
     Progress callback();
     bool wasCancelled() const;
+    // True once the first report came (the dialog exists; it shows itself after a short delay).
+    bool wasShown() const;
 
 private:
+    void createDialog();
+
+    QWidget *m_parent;
     std::unique_ptr<QProgressDialog> m_dialog;
     int m_fileCount;
+    bool m_cancelled = false;
 };
 
 } // namespace tolvane::registration::ui

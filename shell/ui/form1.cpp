@@ -250,6 +250,7 @@ bool Form1::AppendLayout(const ToolbarLayout &layout)
             a = Toolbar->addWidget(gap);
         } else {
             a = new QAction(toolbarIcon(b.image), b.caption, Toolbar);
+            a->setIconText(b.caption); // captions keep their blanks
             a->setToolTip(b.toolTip.isEmpty() ? QString() : b.toolTip);
             a->setStatusTip(QString()); // the status bar carries the mode texts only
             a->setWhatsThis(b.toolTip);
@@ -586,6 +587,7 @@ void Form1::EnterFolderSearchMode()
     if (folder == canceledFolder())
         return;
     LastChosenFolder = folder;
+    FillFolderPanel(folder);
     ShowLayout(SearchListLayout(ModeNo));
     HelpContextID = Help::FolderSearch;
     RunFolderSearch(folder);
@@ -929,15 +931,24 @@ void Form1::ShowHelp()
                           Prompter::Icon::Warning);
         return;
     }
-    m_helpLauncher->showHelp(HelpFile, HelpContextID);
+    if (!m_helpLauncher->showHelp(HelpFile, HelpContextID))
+        helpViewerMissing();
+}
+
+void Form1::helpViewerMissing()
+{
+    m_prompter.inform(appTitle(),
+                      u("ヘルプを表示できるアプリケーションが見つかりません。") + QStringLiteral("\r\n") +
+                          QDir::toNativeSeparators(HelpFile),
+                      Prompter::Icon::Warning);
 }
 
 void Form1::mHelpHelp_Click()
 {
     if (!QFileInfo::exists(HelpFile)) {
         ShowHelp();
-    } else {
-        m_helpLauncher->showHelp(HelpFile, 0);
+    } else if (!m_helpLauncher->showHelp(HelpFile, 0)) {
+        helpViewerMissing();
     }
     HelpContextID = Help::StartUp;
 }

@@ -43,6 +43,11 @@ namespace tolvane::viewer {
 class PictureView;
 }
 
+namespace tolvane::search::ui {
+class SearchController;
+class SearchPanel;
+} // namespace tolvane::search::ui
+
 namespace tolvane::shell {
 
 class SplitterHandle;
@@ -191,6 +196,13 @@ public:
     void PrepShow2FS();
     void StepFolderFile(bool next); // "Prev"/"Next" over the folder's file list
     void mOptCol_Click();
+    void SelectFolderNode(int row, const QString &path); // the current node of fg changed
+    void OpenListedFile();                                // click in fr: shows CurrentResultRow
+    void TakeCurrentFile();
+    void PutGreen_frList();
+    void PutWhite_frList();
+    // Shows the catalogue's registered folders in fg and marks chosenFolder among them.
+    void FillFolderPanel(const QString &chosenFolder);
 
     // form1_registration.cpp
     void SetupRegistration();
@@ -207,6 +219,10 @@ public:
     void FullTextSearchDB();                          // "FullTextSearchDB"
     void RestoreSearchList();                         // "BackTo" in the search modes
     void HideSearchPanel();                           // leaving the search modes
+    void RunFolderPanelSearch(const QString &folder); // a folder picked in fg in the folder search
+    void Combo1_Click(const QString &text);           // a pick in Combo1: narrows in the narrowing modes
+    search::ui::SearchPanel *searchPanel() const { return m_searchPanel; }
+    search::ui::SearchController *searchRuns(); // null until the result list has its model
 
     // form1_slip.cpp
     void SetupSlip();
@@ -281,6 +297,7 @@ private:
     QRect rightRect(int leftWidth) const;
     int frameHeight() const;
     void shutdown();
+    void helpViewerMissing();
 
     Prompter &m_prompter;
     std::unique_ptr<HelpLauncher> m_ownHelpLauncher;
@@ -292,6 +309,8 @@ private:
     QHash<QString, QAction *> m_menuItems;
     QActionGroup *m_sizeGroup = nullptr;
     bool m_shutDown = false;
+    search::ui::SearchPanel *m_searchPanel = nullptr;     // Text1(0), Text1(1), Combo1 over the toolbar
+    search::ui::SearchController *m_searchRuns = nullptr; // created with the result list's model
     registration::SlipGrid *m_slipGrid = nullptr;
     registration::HistoryGrid *m_historyGrid = nullptr;
     registration::CalendarPicker *m_calendarPicker = nullptr;

@@ -1,8 +1,6 @@
 // Form1: binder handlers.
 #include "shell/ui/form1.h"
 
-#include "shell/modes.h"
-
 namespace tolvane::shell {
 
 // Connects the signals of fg3.
@@ -16,8 +14,6 @@ void Form1::EnterBinderContentsPanel()
     ShowLayout(BinderListLayout(BinderOperation));
     ShowLeftPane(3);
     UpdateLayout4();
-    if (const auto code = binderStatusCode(BinderOperation))
-        ShowModeStatus(*code);
 }
 
 // Binder creation, deletion, renaming and reordering.

@@ -3,7 +3,10 @@
 #include <QFont>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPen>
 #include <QPixmap>
+
+#include <algorithm>
 
 namespace tolvane::shell {
 
@@ -23,7 +26,7 @@ const IconRecipe kRecipes[] = {
     {"DBOpen", "document-open-data", 0xff2e8b57, "DB"},
     {"arrow", "go-previous", 0xff6a6a6a, "\xE2\x86\x90"},          // ←
     {"addFolder", "folder-open", 0xffc68a12, "\xE2\x96\xA1"},      // □
-    {"binoc", "edit-find", 0xff5b5ea6, "\xE2\x8C\x95"},            // ⌕
+    {"binoc", "edit-find", 0xff5b5ea6, ""},                        // drawn: magnifier
     {"tree", "view-list-tree", 0xff4f8a3c, "\xE2\x89\xA1"},        // ≡
     {"pic", "x-office-calendar", 0xffa0522d, "\xE6\x97\xA5"},      // 日
     {"pic2", "list-add", 0xffa0522d, "+"},
@@ -36,7 +39,7 @@ const IconRecipe kRecipes[] = {
     {"record", "document-save", 0xff2e8b57, "\xE7\x99\xBB"},       // 登
     {"arw6lt", "go-previous", 0xff3d7ab8, "\xE2\x97\x80"},         // ◀
     {"arw6rt", "go-next", 0xff3d7ab8, "\xE2\x96\xB6"},             // ▶
-    {"magni", "zoom-in", 0xff5b5ea6, "\xE2\x8A\x95"},              // ⊕
+    {"magni", "zoom-in", 0xff5b5ea6, "+"},                      // drawn: magnifier with plus
     {"plus", "zoom-original", 0xff5b5ea6, "1:1"},
     {"minus", "zoom-out", 0xff5b5ea6, "\xE2\x88\x92"},             // −
     {"left", "object-rotate-left", 0xff4682b4, "\xE2\x86\xBA"},    // ↺
@@ -57,6 +60,22 @@ QPixmap drawTile(QRgb colour, const QString &glyph, int size)
     QPainterPath tile;
     tile.addRoundedRect(QRectF(1, 1, size - 2, size - 2), size / 6.0, size / 6.0);
     p.fillPath(tile, QColor::fromRgb(colour));
+    if (glyph.isEmpty() || glyph == QStringLiteral("+")) {
+        // A magnifying glass: a ring and a handle, with a plus for "magnify".
+        const qreal r = size * 0.22;
+        const QPointF c(size * 0.42, size * 0.42);
+        p.setPen(QPen(Qt::white, std::max(1.5, size / 12.0)));
+        p.setBrush(Qt::NoBrush);
+        p.drawEllipse(c, r, r);
+        p.setPen(QPen(Qt::white, std::max(2.0, size / 8.0), Qt::SolidLine, Qt::RoundCap));
+        p.drawLine(c + QPointF(r * 0.75, r * 0.75), QPointF(size * 0.8, size * 0.8));
+        if (!glyph.isEmpty()) {
+            p.setPen(QPen(Qt::white, std::max(1.0, size / 16.0)));
+            p.drawLine(c - QPointF(r * 0.55, 0), c + QPointF(r * 0.55, 0));
+            p.drawLine(c - QPointF(0, r * 0.55), c + QPointF(0, r * 0.55));
+        }
+        return pm;
+    }
     QFont f = p.font();
     f.setBold(true);
     f.setPixelSize(glyph.size() > 1 ? size * 2 / 5 : size * 3 / 5);

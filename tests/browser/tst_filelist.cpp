@@ -11,6 +11,7 @@
 
 using namespace tolvane;
 using namespace tolvane::browser;
+using namespace tolvane::browser::ui;
 
 class TestFileList : public QObject
 {

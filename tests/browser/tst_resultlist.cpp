@@ -15,6 +15,7 @@
 
 using namespace tolvane;
 using namespace tolvane::browser;
+using tolvane::browser::ui::ResultListView;
 
 class TestResultList : public QObject
 {
@@ -86,8 +87,8 @@ private slots:
         QCOMPARE(fs.text(2, 6), QStringLiteral("5"));
         QCOMPARE(fs.text(1, 7), QStringLiteral("&HFFFFC0"));
         // Column 1 takes the row's stored colour (BGR text): &HFFFFC0 is red C0, green FF, blue FF.
-        QCOMPARE(back(1, 1), QColor(0xC0, 0xFF, 0xFF));
-        QCOMPARE(back(3, 1), QColor(0xFF, 0xFF, 0xC0));
+        QCOMPARE(back(fs, 1, 1), QColor(0xC0, 0xFF, 0xFF));
+        QCOMPARE(back(fs, 3, 1), QColor(0xFF, 0xFF, 0xC0));
         QVERIFY(!fs.data(fs.index(1, 1), Qt::BackgroundRole).isValid());
         QVERIFY(!fs.data(fs.index(0, 2), Qt::BackgroundRole).isValid());
 

@@ -27,9 +27,10 @@ struct CatalogFile
 class SearchCatalogue
 {
 public:
-    // Creates path with the sample classifications and two folders:
+    // Creates path with the sample classifications and two folders, by default
     // 1 = "C:\docs", 2 = "C:\photos".
-    bool create(const QString &path)
+    bool create(const QString &path, const QString &folder1 = QStringLiteral("C:\\docs"),
+                const QString &folder2 = QStringLiteral("C:\\photos"))
     {
         if (!jet::Database::create(path, catalog::catalogTables()).isOk())
             return false;
@@ -43,8 +44,8 @@ public:
         addClass(QStringLiteral(u"朝霧\u3000凪"), QStringLiteral("&HFFFFC0"), 1);
         addClass(QStringLiteral(u"水無瀬\u3000灯"), QStringLiteral("&HC0FFFF"), 2);
         addClass(QStringLiteral(u"霜月\u3000柊"), QStringLiteral("&HFFC0C0"), 3);
-        addFolder(1, QStringLiteral("C:\\docs"));
-        addFolder(2, QStringLiteral("C:\\photos"));
+        addFolder(1, folder1);
+        addFolder(2, folder2);
         return true;
     }
 

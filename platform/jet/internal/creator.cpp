@@ -19,7 +19,7 @@
 #include <QFileInfo>
 #include <QMap>
 #include <QSet>
-#include <QTemporaryFile>
+#include <QRandomGenerator>
 
 #include <algorithm>
 #include <cmath>
@@ -72,7 +72,8 @@ enum : quint8 {
     kMemo = 0x0C,
 };
 
-// Column flags: Jet marks fixed-length columns 0x01 and every column 0x02 (may be null) and 0x10.
+// Column flags as Jet writes them: 0x01 fixed length, 0x02 may be null, 0x10 always set, and
+// 0x20 on the security-id columns.
 constexpr quint8 kFlagsFixed = 0x13;
 constexpr quint8 kFlagsVariable = 0x12;
 constexpr quint8 kFlagsSid = 0x32; // the security-id columns of MSysObjects and MSysACEs
@@ -292,8 +293,10 @@ struct IndexEntry
 std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int *distinct)
 {
     std::sort(entries.begin(), entries.end(), [](const IndexEntry &a, const IndexEntry &b) {
-        if (a.key != b.key)
-            return a.key < b.key; // QByteArray orders bytes as unsigned
+        if (a.key != b.key) {
+            const auto unsignedLess = [](char x, char y) { return uchar(x) < uchar(y); };
+            return std::lexicographical_compare(a.key.begin(), a.key.end(), b.key.begin(), b.key.end(), unsignedLess);
+        }
         if (a.at.page != b.at.page)
             return a.at.page < b.at.page;
         return a.at.row < b.at.row;
@@ -1061,27 +1064,31 @@ Status writeFileAtomically(const QString &path, const QList<QByteArray> &pages)
     const QString dir = target.absolutePath();
     if (!QFileInfo(dir).isDir())
         return Status::notFound(QStringLiteral("folder %1 does not exist").arg(QDir::toNativeSeparators(dir)));
-    QString tempName;
-    {
-        QTemporaryFile temp(dir + QStringLiteral("/.") + target.fileName() + QStringLiteral(".XXXXXX.tmp"));
-        temp.setAutoRemove(false);
-        if (!temp.open())
-            return Status::ioError(QStringLiteral("cannot write in %1: %2").arg(QDir::toNativeSeparators(dir), temp.errorString()));
-        tempName = temp.fileName();
-        Status s;
-        for (const QByteArray &page : pages) {
-            if (temp.write(page) != page.size()) {
-                s = Status::ioError(QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(path), temp.errorString()));
-                break;
-            }
+    // The temporary file is made like any new file (O_EXCL, the user's default permissions),
+    // under a hidden name beside the target so that the final move stays on one volume.
+    QFile temp;
+    for (int attempt = 0; attempt < 100 && !temp.isOpen(); ++attempt) {
+        const QString suffix = QString::number(QRandomGenerator::global()->generate(), 16);
+        temp.setFileName(dir + QStringLiteral("/.") + target.fileName() + u'.' + suffix + QStringLiteral(".tmp"));
+        if (!temp.open(QIODevice::WriteOnly | QIODevice::NewOnly) && !temp.exists())
+            break; // not a name clash: the folder cannot be written
+    }
+    if (!temp.isOpen())
+        return Status::ioError(QStringLiteral("cannot write in %1: %2").arg(QDir::toNativeSeparators(dir), temp.errorString()));
+    const QString tempName = temp.fileName();
+    Status written;
+    for (const QByteArray &page : pages) {
+        if (temp.write(page) != page.size()) {
+            written = Status::ioError(QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(path), temp.errorString()));
+            break;
         }
-        if (s)
-            s = syncFile(temp);
-        temp.close();
-        if (!s) {
-            QFile::remove(tempName);
-            return s;
-        }
+    }
+    if (written)
+        written = syncFile(temp);
+    temp.close();
+    if (!written) {
+        QFile::remove(tempName);
+        return written;
     }
     if (Status s = moveIntoPlace(tempName, path); !s) {
         QFile::remove(tempName);
@@ -1089,6 +1096,303 @@ Status writeFileAtomically(const QString &path, const QList<QByteArray> &pages)
     }
     syncDirectory(dir);
     return Status::ok();
+}
+
+// Row sets of the two system tables that a new file fills.
+struct SystemRows
+{
+    QList<CatalogRow> catalog;
+    QList<Ace> aces;
+};
+
+QList<QVariant> catalogValues(const Table &objects, const CatalogRow &r, double created)
+{
+    QList<QVariant> v(objects.columns.size());
+    v[columnNumber(objects, QStringLiteral("Id"))] = r.id;
+    v[columnNumber(objects, QStringLiteral("ParentId"))] = r.parent;
+    v[columnNumber(objects, QStringLiteral("Name"))] = r.name;
+    v[columnNumber(objects, QStringLiteral("Type"))] = r.type;
+    v[columnNumber(objects, QStringLiteral("DateCreate"))] = created;
+    v[columnNumber(objects, QStringLiteral("DateUpdate"))] = created;
+    v[columnNumber(objects, QStringLiteral("Owner"))] = r.owner;
+    v[columnNumber(objects, QStringLiteral("Flags"))] = r.flags;
+    return v;
+}
+
+QList<QVariant> aceValues(const Ace &a)
+{
+    return {a.object, a.sid, a.mask, a.inheritable};
+}
+
+// Writes rows into the table's data pages in order, filling each page before the next.
+// The pages were counted with pagesForRows on rows of the same sizes.
+QList<RowLocation> packRows(Table &t, const QList<QByteArray> &rows, QList<QByteArray> &pages)
+{
+    QList<RowLocation> at;
+    int pageIndex = -1;
+    std::optional<DataPage> page;
+    for (const QByteArray &row : rows) {
+        if (!page || !page->fits(int(row.size()))) {
+            if (page)
+                pages[t.dataPages.at(pageIndex)] = page->image();
+            page.emplace(quint32(t.tdefPages.first()));
+            ++pageIndex;
+        }
+        at.append({t.dataPages.at(pageIndex), page->add(row)});
+    }
+    if (page)
+        pages[t.dataPages.at(pageIndex)] = page->image();
+    t.rowCount = quint32(rows.size());
+    return at;
+}
+
+bool writeLeaf(Table &t, int index, const QList<IndexEntry> &entries, QList<QByteArray> &pages)
+{
+    RealIndex &ix = t.indexes[index];
+    std::optional<QByteArray> leaf = buildLeaf(t.tdefPages.first(), entries, &ix.distinctKeys);
+    if (!leaf)
+        return false;
+    pages[ix.rootPage] = *leaf;
+    return true;
+}
+
+// The pages of a new file, built in memory.
+class NewFile
+{
+public:
+    NewFile(const QList<TableSpec> &specs, const QDateTime &created);
+    Result<QList<QByteArray>> build();
+
+private:
+    static constexpr int kSystemMapPage = 6;
+
+    void assignSystemMapRows();
+    void assignUserMapRows();
+    void fillCatalogIds();
+    Status writeIndexes(const QList<RowLocation> &catalogAt, const QList<RowLocation> &aceAt);
+    void writeMapPages();
+    void writeTdefs();
+    void writeHeaderAndGlobalMap();
+    QList<Table *> systemTables() { return {&m_objects, &m_aces, &m_queries, &m_relationships}; }
+
+    double m_created;
+    Table m_objects = msysObjects();
+    Table m_aces = msysAces();
+    Table m_queries = msysQueries();
+    Table m_relationships = msysRelationships();
+    QList<Table> m_user;
+    SystemRows m_rows;
+    int m_nextPage = 0;
+    int m_systemMapRows = 0;
+    QList<QByteArray> m_pages;
+};
+
+NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created) : m_created(oleDate(created))
+{
+    for (const TableSpec &spec : specs)
+        m_user.append(userTable(spec));
+
+    m_rows.catalog = {
+        {kTablesId, kRootId, QStringLiteral("Tables"), 3, kSidEngine, kSystemFlags},
+        {kDatabasesId, kRootId, QStringLiteral("Databases"), 3, kSidEngine, kSystemFlags},
+        {kRelationshipsId, kRootId, QStringLiteral("Relationships"), 3, kSidEngine, kSystemFlags},
+        {kMSysDbId, kDatabasesId, QStringLiteral("MSysDb"), 2, kSidAdmin, kSystemFlags},
+        {2, kTablesId, m_objects.name, 1, kSidEngine, kSystemFlags},
+        {3, kTablesId, m_aces.name, 1, kSidEngine, kSystemFlags},
+        {4, kTablesId, m_queries.name, 1, kSidEngine, kSystemFlags},
+        {5, kTablesId, m_relationships.name, 1, kSidEngine, kSystemFlags},
+    };
+    m_rows.aces = systemAces();
+    // User tables: their ids (tdef pages) are filled in once the pages are laid out.
+    for (const Table &t : m_user) {
+        m_rows.catalog.append({0, kTablesId, t.name, 1, kSidAdmin, 0});
+        m_rows.aces.append(tableAces(0));
+    }
+}
+
+Result<QList<QByteArray>> NewFile::build()
+{
+    // Fixed pages: header, global map, system tdefs, their map page, their index roots.
+    m_objects.tdefPages = {2};
+    m_aces.tdefPages = {3};
+    m_queries.tdefPages = {4};
+    m_relationships.tdefPages = {5};
+    int root = kSystemMapPage + 1;
+    for (Table *t : systemTables()) {
+        for (RealIndex &ix : t->indexes)
+            ix.rootPage = root++;
+    }
+    m_nextPage = root;
+    assignSystemMapRows();
+
+    // Data pages of MSysObjects and MSysACEs; row sizes do not depend on the ids still missing.
+    QList<QByteArray> catalogRows;
+    for (const CatalogRow &r : m_rows.catalog)
+        catalogRows.append(encodeRow(m_objects, catalogValues(m_objects, r, m_created)));
+    for (int i = pagesForRows(catalogRows); i > 0; --i)
+        m_objects.dataPages.append(m_nextPage++);
+    QList<QByteArray> aceRows;
+    for (const Ace &a : m_rows.aces)
+        aceRows.append(encodeRow(m_aces, aceValues(a)));
+    for (int i = pagesForRows(aceRows); i > 0; --i)
+        m_aces.dataPages.append(m_nextPage++);
+
+    // User tables: map rows, then definition pages.
+    assignUserMapRows();
+    QList<QByteArray> userStreams;
+    for (Table &t : m_user) {
+        userStreams.append(tdefStream(t));
+        for (int i = tdefPageCount(userStreams.last()); i > 0; --i)
+            t.tdefPages.append(m_nextPage++);
+    }
+    if (m_nextPage > kMapBitmapBytes * 8)
+        return Status::invalidArgument(QStringLiteral("too many or too large tables for one new database file"));
+    m_pages = QList<QByteArray>(m_nextPage);
+
+    fillCatalogIds();
+    catalogRows.clear();
+    for (const CatalogRow &r : m_rows.catalog)
+        catalogRows.append(encodeRow(m_objects, catalogValues(m_objects, r, m_created)));
+    aceRows.clear();
+    for (const Ace &a : m_rows.aces)
+        aceRows.append(encodeRow(m_aces, aceValues(a)));
+    const QList<RowLocation> catalogAt = packRows(m_objects, catalogRows, m_pages);
+    const QList<RowLocation> aceAt = packRows(m_aces, aceRows, m_pages);
+    if (Status s = writeIndexes(catalogAt, aceAt); !s)
+        return s;
+
+    writeMapPages();
+    for (qsizetype i = 0; i < m_user.size(); ++i) {
+        const QList<QByteArray> images = tdefPageImages(userStreams.at(i), m_user.at(i).tdefPages);
+        for (qsizetype k = 0; k < images.size(); ++k)
+            m_pages[m_user.at(i).tdefPages.at(k)] = images.at(k);
+    }
+    writeTdefs();
+    writeHeaderAndGlobalMap();
+    for (const QByteArray &page : std::as_const(m_pages))
+        Q_ASSERT(page.size() == kPageBytes);
+    return m_pages;
+}
+
+// Usage-map rows of the system tables on one page, in Jet's order: each table's owned and
+// free-space maps, its long-value column maps, then its index maps.
+void NewFile::assignSystemMapRows()
+{
+    int row = 0;
+    auto take = [&] { return MapRef{row++, kSystemMapPage}; };
+    for (Table *t : systemTables()) {
+        t->owned = take();
+        t->freeSpace = take();
+        for (const Column &c : t->columns) {
+            if (c.type == kMemo || c.type == kOle) {
+                LongValueMaps m;
+                m.column = c.number;
+                m.owned = take();
+                m.freeSpace = take();
+                t->longValueMaps.append(m);
+            }
+        }
+        for (RealIndex &ix : t->indexes)
+            ix.map = take();
+    }
+    m_systemMapRows = row;
+}
+
+// Usage-map rows of user tables: after the system tables' rows while the page has room, then
+// on further map pages; a table's two rows stay on one page.
+void NewFile::assignUserMapRows()
+{
+    int page = kSystemMapPage;
+    int rowsOnPage = m_systemMapRows;
+    auto pageHolds = [](int rows) { return kDataHeader + rows * (kMapRowBytes + 2) <= kPageBytes; };
+    for (Table &t : m_user) {
+        if (!pageHolds(rowsOnPage + 2)) {
+            page = m_nextPage++;
+            rowsOnPage = 0;
+        }
+        t.owned = MapRef{rowsOnPage++, page};
+        t.freeSpace = MapRef{rowsOnPage++, page};
+    }
+}
+
+void NewFile::fillCatalogIds()
+{
+    const qsizetype firstUserRow = m_rows.catalog.size() - m_user.size();
+    const qsizetype firstUserAce = m_rows.aces.size() - 3 * m_user.size();
+    for (qsizetype i = 0; i < m_user.size(); ++i) {
+        const qint32 id = m_user.at(i).tdefPages.first();
+        m_rows.catalog[firstUserRow + i].id = id;
+        for (qsizetype k = 0; k < 3; ++k)
+            m_rows.aces[firstUserAce + 3 * i + k].object = id;
+    }
+}
+
+Status NewFile::writeIndexes(const QList<RowLocation> &catalogAt, const QList<RowLocation> &aceAt)
+{
+    QList<IndexEntry> byParentAndName;
+    QList<IndexEntry> byId;
+    for (qsizetype i = 0; i < m_rows.catalog.size(); ++i) {
+        const CatalogRow &r = m_rows.catalog.at(i);
+        byParentAndName.append({longKey(r.parent) + textKey(r.name), catalogAt.at(i)});
+        byId.append({longKey(r.id), catalogAt.at(i)});
+    }
+    QList<IndexEntry> byObject;
+    for (qsizetype i = 0; i < m_rows.aces.size(); ++i)
+        byObject.append({longKey(m_rows.aces.at(i).object), aceAt.at(i)});
+    if (!writeLeaf(m_objects, 0, byParentAndName, m_pages) || !writeLeaf(m_objects, 1, byId, m_pages)
+        || !writeLeaf(m_aces, 0, byObject, m_pages))
+        return Status::invalidArgument(QStringLiteral("too many tables for one new database file"));
+    for (Table *t : {&m_queries, &m_relationships}) {
+        for (int i = 0; i < t->indexes.size(); ++i)
+            writeLeaf(*t, i, {}, m_pages);
+    }
+    return Status::ok();
+}
+
+void NewFile::writeMapPages()
+{
+    QMap<int, QMap<int, QByteArray>> rowsByPage;
+    for (const Table *t : systemTables()) {
+        rowsByPage[t->owned.page][t->owned.row] = inlineMap(t->dataPages);
+        rowsByPage[t->freeSpace.page][t->freeSpace.row] = inlineMap(t->dataPages);
+        for (const LongValueMaps &m : t->longValueMaps) {
+            rowsByPage[m.owned.page][m.owned.row] = inlineMap({});
+            rowsByPage[m.freeSpace.page][m.freeSpace.row] = inlineMap({});
+        }
+        for (const RealIndex &ix : t->indexes)
+            rowsByPage[ix.map.page][ix.map.row] = inlineMap({ix.rootPage});
+    }
+    for (const Table &t : std::as_const(m_user)) {
+        rowsByPage[t.owned.page][t.owned.row] = inlineMap({});
+        rowsByPage[t.freeSpace.page][t.freeSpace.row] = inlineMap({});
+    }
+    for (auto it = rowsByPage.cbegin(); it != rowsByPage.cend(); ++it) {
+        DataPage page(0);
+        for (const QByteArray &row : it.value())
+            page.add(row);
+        m_pages[it.key()] = page.image();
+    }
+}
+
+// System tdefs last: they carry the row counts and distinct-key counts found above.
+void NewFile::writeTdefs()
+{
+    for (const Table *t : systemTables())
+        m_pages[t->tdefPages.first()] = tdefPageImages(tdefStream(*t), t->tdefPages).first();
+}
+
+// Header, and the global usage map: every page of the file in use, the rest of its window free.
+void NewFile::writeHeaderAndGlobalMap()
+{
+    m_pages[0] = headerPage(m_created);
+    const int pageCount = int(m_pages.size());
+    QByteArray map = inlineMap({});
+    for (int p = pageCount; p < kMapBitmapBytes * 8; ++p)
+        map[5 + p / 8] = char(uchar(map[5 + p / 8]) | (1u << (p % 8)));
+    DataPage global(1); // Jet marks its global map page with owner 1
+    global.add(map);
+    global.add(inlineMap({}));
+    m_pages[1] = global.image();
 }
 
 } // namespace
@@ -1104,251 +1408,10 @@ Status createDatabaseFile(const QString &path, const QList<TableSpec> &tables)
 
     QDateTime now = QDateTime::currentDateTime();
     now.setTime(QTime(now.time().hour(), now.time().minute(), now.time().second()));
-    const double created = oleDate(now);
-
-    Table objects = msysObjects();
-    Table aces = msysAces();
-    Table queries = msysQueries();
-    Table relationships = msysRelationships();
-    QList<Table> user;
-    for (const TableSpec &spec : tables)
-        user.append(userTable(spec));
-
-    // Fixed pages.
-    objects.tdefPages = {2};
-    aces.tdefPages = {3};
-    queries.tdefPages = {4};
-    relationships.tdefPages = {5};
-    constexpr int kSystemMapPage = 6;
-    objects.indexes[0].rootPage = 7;
-    objects.indexes[1].rootPage = 8;
-    aces.indexes[0].rootPage = 9;
-    queries.indexes[0].rootPage = 10;
-    relationships.indexes[0].rootPage = 11;
-    relationships.indexes[1].rootPage = 12;
-    relationships.indexes[2].rootPage = 13;
-    int nextPage = 14;
-
-    // Usage-map rows of the system tables on page 6, in Jet's order: each table's owned and
-    // free-space maps, its long-value column maps, then its index maps.
-    int mapRow = 0;
-    auto takeMapRow = [&](int page) {
-        MapRef r{mapRow++, page};
-        return r;
-    };
-    for (Table *t : {&objects, &aces, &queries, &relationships}) {
-        t->owned = takeMapRow(kSystemMapPage);
-        t->freeSpace = takeMapRow(kSystemMapPage);
-        for (const Column &c : t->columns) {
-            if (c.type == kMemo || c.type == kOle) {
-                LongValueMaps m;
-                m.column = c.number;
-                m.owned = takeMapRow(kSystemMapPage);
-                m.freeSpace = takeMapRow(kSystemMapPage);
-                t->longValueMaps.append(m);
-            }
-        }
-        for (RealIndex &ix : t->indexes)
-            ix.map = takeMapRow(kSystemMapPage);
-    }
-    const int systemMapRows = mapRow;
-
-    // Catalogue rows: Jet's containers and objects, then the user tables (their Ids are their
-    // tdef pages, known once the pages are laid out).
-    QList<CatalogRow> catalog = {
-        {kTablesId, kRootId, QStringLiteral("Tables"), 3, kSidEngine, kSystemFlags},
-        {kDatabasesId, kRootId, QStringLiteral("Databases"), 3, kSidEngine, kSystemFlags},
-        {kRelationshipsId, kRootId, QStringLiteral("Relationships"), 3, kSidEngine, kSystemFlags},
-        {kMSysDbId, kDatabasesId, QStringLiteral("MSysDb"), 2, kSidAdmin, kSystemFlags},
-        {2, kTablesId, objects.name, 1, kSidEngine, kSystemFlags},
-        {3, kTablesId, aces.name, 1, kSidEngine, kSystemFlags},
-        {4, kTablesId, queries.name, 1, kSidEngine, kSystemFlags},
-        {5, kTablesId, relationships.name, 1, kSidEngine, kSystemFlags},
-    };
-    for (const Table &t : user)
-        catalog.append({0, kTablesId, t.name, 1, kSidAdmin, 0});
-    auto catalogValues = [&](const CatalogRow &r) {
-        QList<QVariant> v(objects.columns.size());
-        v[0] = r.id;
-        v[1] = r.parent;
-        v[2] = r.name;
-        v[3] = r.type;
-        v[4] = created;
-        v[5] = created;
-        v[6] = r.owner;
-        v[7] = r.flags;
-        return v;
-    };
-    QList<QByteArray> catalogRowBytes;
-    for (const CatalogRow &r : catalog)
-        catalogRowBytes.append(encodeRow(objects, catalogValues(r)));
-    const int catalogPages = pagesForRows(catalogRowBytes);
-
-    QList<Ace> aceList = systemAces();
-    for (qsizetype i = 0; i < user.size(); ++i)
-        aceList.append(tableAces(0));
-    auto aceValues = [&](const Ace &a) {
-        return QList<QVariant>{a.object, a.sid, a.mask, a.inheritable};
-    };
-    QList<QByteArray> aceRowBytes;
-    for (const Ace &a : aceList)
-        aceRowBytes.append(encodeRow(aces, aceValues(a)));
-    const int acePages = pagesForRows(aceRowBytes);
-
-    for (int i = 0; i < catalogPages; ++i)
-        objects.dataPages.append(nextPage++);
-    for (int i = 0; i < acePages; ++i)
-        aces.dataPages.append(nextPage++);
-
-    // Usage-map rows of user tables: page 6 while it has room, then further map pages; a
-    // table's two rows stay on one page.
-    {
-        int page = kSystemMapPage;
-        int rowsOnPage = systemMapRows;
-        auto pageHolds = [](int rows) { return kDataHeader + rows * (kMapRowBytes + 2) <= kPageBytes; };
-        QList<int> extraMapPages;
-        for (Table &t : user) {
-            if (!pageHolds(rowsOnPage + 2)) {
-                page = nextPage++;
-                extraMapPages.append(page);
-                rowsOnPage = 0;
-            }
-            t.owned = MapRef{rowsOnPage++, page};
-            t.freeSpace = MapRef{rowsOnPage++, page};
-        }
-    }
-
-    // User tdefs.
-    QList<QByteArray> userStreams;
-    for (Table &t : user) {
-        const QByteArray stream = tdefStream(t);
-        const int count = tdefPageCount(stream);
-        for (int i = 0; i < count; ++i)
-            t.tdefPages.append(nextPage++);
-        userStreams.append(stream);
-    }
-    const int pageCount = nextPage;
-    if (pageCount > kMapBitmapBytes * 8)
-        return Status::invalidArgument(QStringLiteral("too many or too large tables for one new database file"));
-
-    // Now that the tdef pages are known, fill in the catalogue ids and pack the rows.
-    for (qsizetype i = 0; i < user.size(); ++i) {
-        const qint32 id = user.at(i).tdefPages.first();
-        catalog[8 + i].id = id;
-        for (int k = 0; k < 3; ++k)
-            aceList[systemAces().size() + i * 3 + k].object = id;
-    }
-    QList<QByteArray> pages(pageCount, QByteArray());
-
-    QList<RowLocation> catalogAt;
-    {
-        int pageIndex = 0;
-        std::optional<DataPage> page;
-        for (const CatalogRow &r : catalog) {
-            const QByteArray row = encodeRow(objects, catalogValues(r));
-            if (!page || !page->fits(int(row.size()))) {
-                if (page)
-                    pages[objects.dataPages.at(pageIndex++)] = page->image();
-                page.emplace(quint32(objects.tdefPages.first()));
-            }
-            catalogAt.append({objects.dataPages.at(pageIndex), page->add(row)});
-        }
-        pages[objects.dataPages.at(pageIndex)] = page->image();
-        objects.rowCount = quint32(catalog.size());
-    }
-    QList<RowLocation> aceAt;
-    {
-        int pageIndex = 0;
-        std::optional<DataPage> page;
-        for (const Ace &a : aceList) {
-            const QByteArray row = encodeRow(aces, aceValues(a));
-            if (!page || !page->fits(int(row.size()))) {
-                if (page)
-                    pages[aces.dataPages.at(pageIndex++)] = page->image();
-                page.emplace(quint32(aces.tdefPages.first()));
-            }
-            aceAt.append({aces.dataPages.at(pageIndex), page->add(row)});
-        }
-        pages[aces.dataPages.at(pageIndex)] = page->image();
-        aces.rowCount = quint32(aceList.size());
-    }
-
-    // Index leaves.
-    QList<IndexEntry> byParentAndName;
-    QList<IndexEntry> byId;
-    for (qsizetype i = 0; i < catalog.size(); ++i) {
-        const CatalogRow &r = catalog.at(i);
-        byParentAndName.append({longKey(r.parent) + textKey(r.name), catalogAt.at(i)});
-        byId.append({longKey(r.id), catalogAt.at(i)});
-    }
-    QList<IndexEntry> byObject;
-    for (qsizetype i = 0; i < aceList.size(); ++i)
-        byObject.append({longKey(aceList.at(i).object), aceAt.at(i)});
-    auto writeLeaf = [&](Table &t, int index, const QList<IndexEntry> &entries) {
-        RealIndex &ix = t.indexes[index];
-        std::optional<QByteArray> leaf = buildLeaf(t.tdefPages.first(), entries, &ix.distinctKeys);
-        if (!leaf)
-            return false;
-        pages[ix.rootPage] = *leaf;
-        return true;
-    };
-    if (!writeLeaf(objects, 0, byParentAndName) || !writeLeaf(objects, 1, byId) || !writeLeaf(aces, 0, byObject))
-        return Status::invalidArgument(QStringLiteral("too many tables for one new database file"));
-    writeLeaf(queries, 0, {});
-    for (int i = 0; i < 3; ++i)
-        writeLeaf(relationships, i, {});
-
-    // Usage-map pages: every map row, in row order per page.
-    {
-        QMap<int, QMap<int, QByteArray>> rowsByPage;
-        for (const Table *t : {&objects, &aces, &queries, &relationships}) {
-            rowsByPage[t->owned.page][t->owned.row] = inlineMap(t->dataPages);
-            rowsByPage[t->freeSpace.page][t->freeSpace.row] = inlineMap(t->dataPages);
-            for (const LongValueMaps &m : t->longValueMaps) {
-                rowsByPage[m.owned.page][m.owned.row] = inlineMap({});
-                rowsByPage[m.freeSpace.page][m.freeSpace.row] = inlineMap({});
-            }
-            for (const RealIndex &ix : t->indexes)
-                rowsByPage[ix.map.page][ix.map.row] = inlineMap({ix.rootPage});
-        }
-        for (const Table &t : user) {
-            rowsByPage[t.owned.page][t.owned.row] = inlineMap({});
-            rowsByPage[t.freeSpace.page][t.freeSpace.row] = inlineMap({});
-        }
-        for (auto it = rowsByPage.cbegin(); it != rowsByPage.cend(); ++it) {
-            DataPage page(0);
-            for (const QByteArray &row : it.value())
-                page.add(row);
-            pages[it.key()] = page.image();
-        }
-    }
-
-    // Table definitions.
-    for (const Table *t : {&objects, &aces, &queries, &relationships})
-        pages[t->tdefPages.first()] = tdefPageImages(tdefStream(*t), t->tdefPages).first();
-    for (qsizetype i = 0; i < user.size(); ++i) {
-        const QList<QByteArray> images = tdefPageImages(userStreams.at(i), user.at(i).tdefPages);
-        for (qsizetype k = 0; k < images.size(); ++k)
-            pages[user.at(i).tdefPages.at(k)] = images.at(k);
-    }
-
-    // Header and global usage map: every page of the file in use, the rest of the window free.
-    pages[0] = headerPage(created);
-    {
-        DataPage global(1);
-        QByteArray map = inlineMap({});
-        for (int p = 0; p < kMapBitmapBytes * 8; ++p) {
-            if (p >= pageCount)
-                map[5 + p / 8] = char(uchar(map[5 + p / 8]) | (1u << (p % 8)));
-        }
-        global.add(map);
-        global.add(inlineMap({}));
-        pages[1] = global.image();
-    }
-
-    for (qsizetype i = 0; i < pages.size(); ++i)
-        Q_ASSERT(pages.at(i).size() == kPageBytes);
-    return writeFileAtomically(path, pages);
+    Result<QList<QByteArray>> pages = NewFile(tables, now).build();
+    if (!pages)
+        return pages.status();
+    return writeFileAtomically(path, *pages);
 }
 
 } // namespace tolvane::jet::internal

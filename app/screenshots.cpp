@@ -1,0 +1,71 @@
+// Makes the README's pictures: the main window offscreen at start-up and with a catalogue
+// open, saved as PNG files. Usage: tolvane-screenshots <output folder>
+#include "catalog/creation.h"
+#include "shell/ui/form1.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+namespace {
+
+// Answers the open dialog with one fixed file and cancels everything else.
+class FixedPrompter : public tolvane::Prompter
+{
+public:
+    explicit FixedPrompter(QString file) : m_file(std::move(file)) {}
+    Answer message(const Message &) override { return Answer::Ok; }
+    QString openFile(const QString &, const QString &, const QString &) override { return m_file; }
+    QString saveFile(const QString &, const QString &, const QString &) override { return {}; }
+    QString folder(const QString &, const QString &) override { return {}; }
+    QColor color(const QString &, const QColor &) override { return {}; }
+    QString text(const QString &, const QString &, const QString &, bool *ok) override
+    {
+        *ok = false;
+        return {};
+    }
+    int number(const QString &, const QString &, int initial, int, int, bool *ok) override
+    {
+        *ok = false;
+        return initial;
+    }
+
+private:
+    QString m_file;
+};
+
+bool save(QWidget &w, const QDir &out, const char *name)
+{
+    QCoreApplication::processEvents();
+    const QString path = out.filePath(QString::fromLatin1(name));
+    const bool ok = w.grab().save(path);
+    QTextStream(stdout) << (ok ? "wrote " : "FAILED ") << path << '\n';
+    return ok;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Almaren Tolvane"));
+    const QDir out(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
+    if (!out.exists() && !QDir().mkpath(out.path()))
+        return 2;
+
+    QTemporaryDir tmp;
+    const QString base = tmp.filePath(QStringLiteral("書類"));
+    if (!tolvane::catalog::CreateCatalogFile(base) || !tolvane::catalog::PutIDno(base) ||
+        !tolvane::catalog::PutDBID(base) || !tolvane::catalog::PutItemN(base))
+        return 3;
+
+    FixedPrompter prompter(base + QStringLiteral(".mdb"));
+    tolvane::shell::Form1 window(prompter);
+    window.show();
+    bool ok = save(window, out, "start.png");
+    window.OpenCatalog();
+    ok = save(window, out, "dbuse.png") && ok;
+    return ok ? 0 : 1;
+}

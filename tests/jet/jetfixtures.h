@@ -1,0 +1,165 @@
+// Shared helpers of the engine tests: writable copies of reference files, and a comparison of
+// what the engine reads with what jet-check, mdbtools and mdb-reader see in the same file.
+#pragma once
+
+#include "platform/jet/database.h"
+#include "support/oracles.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace tolvane::test {
+
+inline const QString kSampleFile = QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-sample.mdb");
+inline const QString kLargeFile = QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-large.mdb");
+
+// A writable copy of source at path.
+inline bool copyFile(const QString &source, const QString &path)
+{
+    QFile::remove(path);
+    if (!QFile::copy(source, path))
+        return false;
+    return QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::WriteOwner);
+}
+
+inline QList<jet::Row> scanAll(jet::Database &db, const QString &table)
+{
+    QList<jet::Row> rows;
+    db.scan(table, [&](jet::RowId, const jet::Row &r) {
+        rows.append(r);
+        return true;
+    });
+    return rows;
+}
+
+// mdbtools prints a surrogate pair as two question marks.
+inline QString asMdbTools(QString s)
+{
+    for (QChar &c : s)
+        if (c.isSurrogate())
+            c = u'?';
+    return s;
+}
+
+// Dates that the oracles print correctly: both misread days before 1900, and mdbtools the
+// last day of year 9999.
+inline bool oracleDate(const QDateTime &dt) { return dt.date() >= QDate(1900, 1, 1) && dt.date() < QDate(9999, 12, 31); }
+
+// Empty when every oracle agrees with the engine about the file; otherwise what differs.
+// Rows are compared as sorted lists: readers that do not follow overflow pointers list a
+// moved row where its data lies.
+inline QString oracleMismatch(const QString &path, bool noLeaks = true)
+{
+    const OracleResult check = jetCheck(path, noLeaks);
+    if (!check.ok)
+        return QStringLiteral("jet-check: ") + check.output;
+    auto opened = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
+    if (!opened)
+        return QStringLiteral("engine: ") + opened.status().toString();
+    jet::Database &db = **opened;
+    if (mdbTables(path) != db.tableNames())
+        return QStringLiteral("mdb-tables: %1 / ours %2").arg(mdbTables(path).join(u','), db.tableNames().join(u','));
+    const QJsonObject dump = mdbReaderDump(path);
+    if (dump.contains(QStringLiteral("error")))
+        return QStringLiteral("mdb-reader: ") + dump.value(QStringLiteral("error")).toString();
+    QStringList readerNames;
+    for (const QJsonValue &v : dump.value(QStringLiteral("tableNames")).toArray())
+        readerNames << v.toString();
+    if (readerNames != db.tableNames())
+        return QStringLiteral("mdb-reader table names: %1").arg(readerNames.join(u','));
+
+    for (const QString &table : db.tableNames()) {
+        const jet::TableInfo info = *db.tableInfo(table);
+        const QList<jet::Row> rows = scanAll(db, table);
+        if (rows.size() != info.rowCount)
+            return QStringLiteral("%1: %2 rows scanned, tdef says %3").arg(table).arg(rows.size()).arg(info.rowCount);
+        if (mdbCount(path, table) != info.rowCount)
+            return QStringLiteral("%1: mdb-count %2, ours %3").arg(table).arg(mdbCount(path, table)).arg(info.rowCount);
+
+        QStringList ours, theirs, oursJs, theirsJs;
+        for (const jet::Row &r : rows) {
+            QStringList f, j;
+            for (int c = 0; c < r.size(); ++c) {
+                const QVariant &v = r.at(c);
+                const jet::ColumnType type = info.columns.at(c).type;
+                if (!v.isValid()) {
+                    f << QStringLiteral("<null>");
+                    j << QStringLiteral("<null>");
+                } else if (type == jet::ColumnType::DateTime) {
+                    const QDateTime dt = v.toDateTime();
+                    f << (oracleDate(dt) ? dt.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QStringLiteral("<old>"));
+                    j << (oracleDate(dt) ? dt.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")) : QStringLiteral("<old>"));
+                } else if (type == jet::ColumnType::Text) {
+                    const QString s = v.toString();
+                    f << (s.isEmpty() ? QStringLiteral("<null>") : asMdbTools(s));
+                    j << s;
+                } else {
+                    f << v.toString();
+                    j << v.toString();
+                }
+            }
+            ours << f.join(u'\x1f');
+            oursJs << j.join(u'\x1f');
+        }
+        const ExportResult exported = mdbExportResult(path, table);
+        if (!exported.ok)
+            return QStringLiteral("mdb-export %1: %2").arg(table, exported.error);
+        for (const QStringList &e : exported.rows) {
+            QStringList f;
+            for (int c = 0; c < e.size(); ++c) {
+                if (e.at(c).isNull())
+                    f << QStringLiteral("<null>");
+                else if (info.columns.at(c).type == jet::ColumnType::DateTime
+                         && !oracleDate(QDateTime::fromString(e.at(c), QStringLiteral("yyyy-MM-dd HH:mm:ss"))))
+                    f << QStringLiteral("<old>");
+                else
+                    f << e.at(c);
+            }
+            theirs << f.join(u'\x1f');
+        }
+        const QJsonObject t = dump.value(QStringLiteral("tables")).toObject().value(table).toObject();
+        if (t.value(QStringLiteral("rowCount")).toInt() != info.rowCount)
+            return QStringLiteral("%1: mdb-reader rowCount %2").arg(table).arg(t.value(QStringLiteral("rowCount")).toInt());
+        for (const QJsonValue &rv : t.value(QStringLiteral("rows")).toArray()) {
+            QStringList j;
+            const QJsonArray a = rv.toArray();
+            for (int c = 0; c < a.size(); ++c) {
+                const QJsonValue v = a.at(c);
+                if (v.isNull())
+                    j << QStringLiteral("<null>");
+                else if (info.columns.at(c).type == jet::ColumnType::DateTime)
+                    j << (oracleDate(QDateTime::fromString(v.toString().left(19), QStringLiteral("yyyy-MM-ddTHH:mm:ss")))
+                              ? v.toString()
+                              : QStringLiteral("<old>"));
+                else if (v.isDouble())
+                    j << QString::number(qint64(v.toDouble()));
+                else
+                    j << v.toString();
+            }
+            theirsJs << j.join(u'\x1f');
+        }
+        std::sort(ours.begin(), ours.end());
+        std::sort(theirs.begin(), theirs.end());
+        std::sort(oursJs.begin(), oursJs.end());
+        std::sort(theirsJs.begin(), theirsJs.end());
+        if (ours != theirs) {
+            for (int i = 0; i < std::min(ours.size(), theirs.size()); ++i)
+                if (ours.at(i) != theirs.at(i))
+                    return QStringLiteral("%1: mdb-export row differs: ours [%2] theirs [%3]").arg(table, ours.at(i), theirs.at(i));
+            return QStringLiteral("%1: mdb-export %2 rows, ours %3").arg(table).arg(theirs.size()).arg(ours.size());
+        }
+        if (oursJs != theirsJs) {
+            for (int i = 0; i < std::min(oursJs.size(), theirsJs.size()); ++i)
+                if (oursJs.at(i) != theirsJs.at(i))
+                    return QStringLiteral("%1: mdb-reader row differs: ours [%2] theirs [%3]").arg(table, oursJs.at(i), theirsJs.at(i));
+            return QStringLiteral("%1: mdb-reader %2 rows, ours %3").arg(table).arg(theirsJs.size()).arg(oursJs.size());
+        }
+    }
+    return {};
+}
+
+} // namespace tolvane::test

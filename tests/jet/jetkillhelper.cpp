@@ -1,0 +1,66 @@
+// Helper of the transaction tests: writes transactions into a catalogue until it is killed.
+// Usage: jetkillhelper FILE ROWS_PER_TRANSACTION
+// Each transaction inserts ROWS rows carrying its sequence number (one more than the largest
+// already stored) and makes one earlier row grow, so that it moves. After each commit it
+// prints "committed <seq>".
+#include "platform/jet/database.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QRandomGenerator>
+
+#include <cstdio>
+
+using namespace tolvane;
+using namespace tolvane::jet;
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    if (argc < 3)
+        return 2;
+    const QString path = QString::fromLocal8Bit(argv[1]);
+    const int perTxn = QString::fromLocal8Bit(argv[2]).toInt();
+    auto db = Database::open(path);
+    if (!db) {
+        std::fprintf(stderr, "%s\n", qPrintable(db.status().toString()));
+        return 1;
+    }
+    int seq = 0;
+    QList<RowId> ids;
+    (*db)->scan(QStringLiteral("Log"), [&](RowId id, const Row &r) {
+        seq = std::max(seq, r.at(0).toInt());
+        ids.append(id);
+        return true;
+    });
+    QRandomGenerator rng(quint32(QDateTime::currentMSecsSinceEpoch()));
+    for (;;) {
+        ++seq;
+        if (!(*db)->beginTransaction())
+            return 1;
+        QDateTime now = QDateTime::currentDateTime();
+        now.setTime(QTime(now.time().hour(), now.time().minute(), now.time().second()));
+        for (int i = 0; i < perTxn; ++i) {
+            const QString label = QStringLiteral("txn %1 row %2 ").arg(seq).arg(i).repeated(1 + int(rng.bounded(4)));
+            Result<RowId> id = (*db)->insertRow(QStringLiteral("Log"), Row{seq, i, label.left(120), now});
+            if (!id) {
+                std::fprintf(stderr, "%s\n", qPrintable(id.status().toString()));
+                return 1;
+            }
+            ids.append(*id);
+        }
+        const RowId grow = ids.at(int(rng.bounded(quint32(ids.size()))));
+        Result<Row> row = (*db)->readRow(QStringLiteral("Log"), grow);
+        if (row) {
+            Row r = *row;
+            r[2] = QString(120, QChar(u'伸'));
+            (*db)->updateRow(QStringLiteral("Log"), grow, r);
+        }
+        if (Status s = (*db)->commit(); !s) {
+            std::fprintf(stderr, "%s\n", qPrintable(s.toString()));
+            return 1;
+        }
+        std::printf("committed %d\n", seq);
+        std::fflush(stdout);
+    }
+}

@@ -1,0 +1,548 @@
+// The management slip and revision history: saving and reading back on a real catalogue file,
+// the first history save drawing an hsID, refused saves writing nothing, and the slip in the
+// real main window (offscreen) with its editing rules, calendar, line deletion and saving when
+// the record is left.
+#include "../browser/testfolders.h"
+#include "catalog/schema.h"
+#include "platform/jet/recordset.h"
+#include "registration/history.h"
+#include "registration/pathrecords.h"
+#include "registration/slip.h"
+#include "registration/ui/calendarpicker.h"
+#include "registration/ui/historygrid.h"
+#include "registration/ui/slipgrid.h"
+#include "shell/ui/form1.h"
+#include "support/oracles.h"
+#include "support/scriptedprompter.h"
+#include "viewer/fontsizestore.h"
+#include "viewer/ui/pictureview.h"
+
+#include <QCalendarWidget>
+#include <QComboBox>
+#include <QImage>
+#include <QStandardItemModel>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+
+using namespace tolvane;
+using namespace tolvane::registration;
+using tolvane::shell::Form1;
+using tolvane::test::ScriptedPrompter;
+
+namespace {
+
+const QDateTime kFileDay(QDate(2023, 4, 10), QTime(0, 0));
+
+struct Stored
+{
+    QString Class, fName, kStr, backC;
+    QDateTime fDate;
+    int pnID = 0, hsID = 0;
+};
+
+Stored storedFile(jet::Database *db, const QString &name)
+{
+    for (const jet::Row &r : test::tableRows(db, catalog::kFileAtrTable)) {
+        if (r[FName].toString() == name)
+            return {r[FClass].toString(), r[FName].toString(), r[FKStr].toString(), r[FBackC].toString(),
+                    r[FDate].toDateTime(),   r[FPnID].toInt(),   r[FHsID].toInt()};
+    }
+    return {};
+}
+
+// FILE_REV rows of hsID as (date text, note), in storage order.
+QList<HistoryLine> storedLines(jet::Database *db, int hsID)
+{
+    QList<HistoryLine> out;
+    for (const jet::Row &r : test::tableRows(db, catalog::kFileRevTable))
+        if (r[2].toInt() == hsID)
+            out.append({historyDateText(r[0]), r[1].toString()});
+    return out;
+}
+
+int counter(jet::Database *db, const char *column)
+{
+    const QList<jet::Row> rows = test::tableRows(db, catalog::kIdNoTable);
+    auto info = db->tableInfo(catalog::kIdNoTable);
+    if (rows.size() != 1 || !info)
+        return -1;
+    return rows[0][info->columnIndex(QString::fromLatin1(column))].toInt();
+}
+
+// A recordset positioned on the FILE_ATR row of name.
+std::unique_ptr<jet::Recordset> fileRecord(jet::Database *db, const QString &name)
+{
+    auto rs = db->select(jet::Query(catalog::kFileAtrTable).where(jet::Condition::equal(QStringLiteral("fName"), name)));
+    return rs ? rs.take() : nullptr;
+}
+
+} // namespace
+
+class TestSlip : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_tmp;
+    QString m_dir;
+    QString m_docs;
+    QString m_catalogue;
+    std::unique_ptr<jet::Database> m_db;
+
+    // Three registered files in one folder; "memo.txt" already has two history lines (hsID 5),
+    // the others none.
+    void fillCatalogue()
+    {
+        QVERIFY(AddPathName(m_db.get(), m_docs, 1));
+        const auto add = [&](const char *cls, const char *name, const char *kStr, int hsID, const char *backC) {
+            const jet::Row row{QString::fromUtf8(cls), QString::fromUtf8(name), kFileDay, QString::fromUtf8(kStr), 1,
+                               hsID,                   QString::fromUtf8(backC)};
+            QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
+        };
+        add("朝霧　凪", "photo.png", "写真", 0, "&HFFFFC0");
+        add("", "memo.txt", "メモ", 5, "");
+        add("", "plan.p21", "", 0, "");
+        const auto line = [&](int y, int m, int d, const char *note, int hsID) {
+            QVERIFY(m_db->insertRow(catalog::kFileRevTable, {QDateTime(QDate(y, m, d), QTime(0, 0)),
+                                                             QString::fromUtf8(note), hsID}));
+        };
+        line(2022, 5, 1, "第2版", 5);
+        line(2021, 3, 9, "初版", 5);
+        // The IDno counter already handed out hsID 5.
+        auto idno = m_db->openTable(catalog::kIdNoTable);
+        QVERIFY(idno);
+        QVERIFY((*idno)->setField(QStringLiteral("hsID"), 5));
+        QVERIFY((*idno)->update());
+
+        QImage image(320, 200, QImage::Format_RGB32);
+        image.fill(QColor(70, 130, 180));
+        QVERIFY(image.save(m_docs + QStringLiteral("/photo.png")));
+        QVERIFY(test::writeFile(m_docs + QStringLiteral("/memo.txt"), 20, kFileDay));
+        QVERIFY(test::writeFile(m_docs + QStringLiteral("/plan.p21"), 20, kFileDay));
+    }
+
+    void reopen()
+    {
+        m_db.reset();
+        auto db = jet::Database::open(m_catalogue);
+        QVERIFY2(db, qPrintable(db.status().toString()));
+        m_db = db.take();
+    }
+
+    // The main window with the catalogue opened through its own command and a keyword-search
+    // result holding every file in name order.
+    std::unique_ptr<Form1> openForm(ScriptedPrompter &prompter)
+    {
+        m_db.reset();
+        auto form = std::make_unique<Form1>(prompter);
+        prompter.planOpenFile(m_catalogue);
+        form->Toolbar_ButtonClick(QStringLiteral("DBopen"));
+        if (!form->catalog().db())
+            return nullptr;
+        auto rs = form->catalog().db()->select(jet::Query(catalog::kFileAtrTable).order(QStringLiteral("fName")));
+        if (!rs)
+            return nullptr;
+        form->SearchResultSet = rs.take();
+        form->ModeNo = 8; // keyword search
+        form->ResultCount = 3;
+        form->resize(1200, 760);
+        return form;
+    }
+
+    static void openRow(Form1 &form, int row)
+    {
+        form.CurrentResultRow = row;
+        form.OpenResultRow();
+    }
+
+    static QRect cellRect(QTableView *view, int row, int col)
+    {
+        return view->visualRect(view->model()->index(row, col));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_tmp.isValid());
+    }
+
+    void init()
+    {
+        m_dir = m_tmp.path() + QLatin1Char('/') + QString::fromLatin1(QTest::currentTestFunction());
+        if (QTest::currentDataTag())
+            m_dir += QLatin1Char('-') + QString::number(qHash(QByteArray(QTest::currentDataTag())));
+        m_docs = m_dir + QStringLiteral("/docs");
+        QVERIFY(QDir().mkpath(m_docs));
+        m_db = test::newCatalogue(m_dir);
+        QVERIFY(m_db);
+        m_catalogue = m_dir + QStringLiteral("/cat.mdb");
+        fillCatalogue();
+    }
+
+    void cleanup() { m_db.reset(); }
+
+    void texts()
+    {
+        QCOMPARE(slipTitle(3, 25), QStringLiteral("管理票　3/25"));
+        QCOMPARE(deleteLineQuestion(1, QStringLiteral("2010-01-05")),
+                 QStringLiteral("1行目（改訂日付：2010-01-05）を削除します。　削除後は復活できません。　実行しますか？"));
+        QCOMPARE(calendarDateText(QDate(2010, 1, 5)), QStringLiteral("2010-01-05"));
+        QCOMPARE(colourNumberText(QStringLiteral("&HFFFFC0")), QStringLiteral("16777152"));
+        QCOMPARE(colourNumberText(QStringLiteral("255")), QStringLiteral("255"));
+        QCOMPARE(colourNumberText(QStringLiteral("blue")), QString());
+        auto choices = loadClassChoices(m_db.get());
+        QVERIFY(choices);
+        QCOMPARE(classificationListText(*choices), QStringLiteral("|朝霧　凪|水無瀬　灯|霜月　柊|"));
+        QCOMPARE(classificationListText({}), QStringLiteral("|"));
+    }
+
+    void slipFieldsAreSavedAndReadBack()
+    {
+        auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
+        QVERIFY(rs && !rs->eof());
+        const QString keywords = QStringLiteral("見積 O'Neil \"改訂\"");
+        QVERIFY(SaveSlipFields(m_db.get(), *rs, {QStringLiteral("水無瀬　灯"), keywords, QStringLiteral("12648447")}));
+        reopen();
+        const Stored s = storedFile(m_db.get(), QStringLiteral("memo.txt"));
+        QCOMPARE(s.Class, QStringLiteral("水無瀬　灯"));
+        QCOMPARE(s.kStr, keywords);
+        QCOMPARE(s.backC, QStringLiteral("12648447"));
+        // The managed fields are never written.
+        QCOMPARE(s.fDate, kFileDay);
+        QCOMPARE(s.pnID, 1);
+        QCOMPARE(s.hsID, 5);
+        QCOMPARE(storedFile(m_db.get(), QStringLiteral("photo.png")).kStr, QStringLiteral("写真"));
+
+        // Another reader of the file sees the same row.
+        if (test::mdbToolsAvailable()) {
+            m_db.reset();
+            bool found = false;
+            for (const QStringList &row : test::mdbExport(m_catalogue, catalog::kFileAtrTable))
+                found = found || (row.value(1) == QStringLiteral("memo.txt") && row.value(3) == keywords);
+            QVERIFY(found);
+        }
+    }
+
+    void tooLongKeywordsWriteNothing()
+    {
+        auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
+        QVERIFY(rs);
+        const Status s = SaveSlipFields(m_db.get(), *rs, {QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {}});
+        QVERIFY(!s);
+        QCOMPARE(rs->field(QStringLiteral("Class")).toString(), QString());
+        reopen();
+        QCOMPARE(storedFile(m_db.get(), QStringLiteral("memo.txt")).Class, QString());
+        QCOMPARE(storedFile(m_db.get(), QStringLiteral("memo.txt")).kStr, QStringLiteral("メモ"));
+    }
+
+    void readOnlyCatalogueRefusesSaves()
+    {
+        m_db.reset();
+        auto db = jet::Database::open(m_catalogue, jet::Database::OpenMode::ReadOnly);
+        QVERIFY(db);
+        auto rs = fileRecord(db->get(), QStringLiteral("photo.png"));
+        QVERIFY(rs);
+        QVERIFY(!SaveSlipFields(db->get(), *rs, {QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("z")}));
+        ScriptedPrompter prompter;
+        QVERIFY(!SaveHistory(db->get(), *rs, {{QStringLiteral("2010-01-05"), QStringLiteral("n")}}, prompter));
+        QCOMPARE(rs->field(QStringLiteral("kStr")).toString(), QStringLiteral("写真"));
+        QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 0);
+    }
+
+    void historyIsLoadedInDateOrder()
+    {
+        auto lines = LoadHistory(m_db.get(), 5);
+        QVERIFY(lines);
+        QCOMPARE(*lines, (QList<HistoryLine>{{QStringLiteral("2021-03-09"), QStringLiteral("初版")},
+                                             {QStringLiteral("2022-05-01"), QStringLiteral("第2版")}}));
+        QVERIFY(LoadHistory(m_db.get(), 0)->isEmpty());
+        QVERIFY(LoadHistory(m_db.get(), 77)->isEmpty());
+    }
+
+    void firstHistorySaveDrawsAnHsID()
+    {
+        auto rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
+        QVERIFY(rs);
+        ScriptedPrompter prompter;
+        Result<int> hsID = SaveHistory(m_db.get(), *rs, {{QStringLiteral("2010-01-05"), QStringLiteral("撮影")}}, prompter);
+        QVERIFY2(hsID, qPrintable(hsID.status().toString()));
+        QCOMPARE(*hsID, 6); // the counter stood at 5
+        QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 6);
+        reopen();
+        QCOMPARE(counter(m_db.get(), "hsID"), 6);
+        QCOMPARE(storedFile(m_db.get(), QStringLiteral("photo.png")).hsID, 6);
+        QCOMPARE(storedLines(m_db.get(), 6),
+                 (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影")}}));
+        QCOMPARE(storedLines(m_db.get(), 5).size(), 2); // the other file's lines stay
+
+        // Saving again replaces the lines and keeps the key; so does saving no line at all.
+        rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
+        const QList<HistoryLine> two{{QStringLiteral("2012/7/1"), QStringLiteral("再撮影")},
+                                     {QStringLiteral("2011-02-03"), QString()}};
+        QCOMPARE(*SaveHistory(m_db.get(), *rs, two, prompter), 6);
+        QCOMPARE(*LoadHistory(m_db.get(), 6),
+                 (QList<HistoryLine>{{QStringLiteral("2011-02-03"), QString()},
+                                     {QStringLiteral("2012-07-01"), QStringLiteral("再撮影")}}));
+        QCOMPARE(*SaveHistory(m_db.get(), *rs, {}, prompter), 6);
+        QVERIFY(LoadHistory(m_db.get(), 6)->isEmpty());
+        QCOMPARE(counter(m_db.get(), "hsID"), 6);
+        reopen();
+        QCOMPARE(storedFile(m_db.get(), QStringLiteral("photo.png")).hsID, 6);
+
+        // An empty line is kept, its date stored as null.
+        rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
+        QVERIFY(SaveHistory(m_db.get(), *rs, {{QString(), QString()}}, prompter));
+        QCOMPARE(storedLines(m_db.get(), 6), (QList<HistoryLine>{{QString(), QString()}}));
+        QVERIFY(prompter.messages().isEmpty());
+    }
+
+    void refusedHistorySaveWritesNothing_data()
+    {
+        QTest::addColumn<QString>("date");
+        QTest::addColumn<QString>("note");
+        QTest::newRow("not a date") << QStringLiteral("昨日") << QStringLiteral("x");
+        QTest::newRow("no such day") << QStringLiteral("2010-02-30") << QStringLiteral("x");
+        QTest::newRow("note too long") << QStringLiteral("2010-01-05") << QString(256, QLatin1Char('n'));
+    }
+
+    void refusedHistorySaveWritesNothing()
+    {
+        QFETCH(QString, date);
+        QFETCH(QString, note);
+        auto rs = fileRecord(m_db.get(), QStringLiteral("plan.p21"));
+        QVERIFY(rs);
+        ScriptedPrompter prompter;
+        const QList<HistoryLine> lines{{QStringLiteral("2009-12-31"), QStringLiteral("ok")}, {date, note}};
+        QVERIFY(!SaveHistory(m_db.get(), *rs, lines, prompter));
+        QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 0);
+        reopen();
+        QCOMPARE(storedFile(m_db.get(), QStringLiteral("plan.p21")).hsID, 0);
+        QCOMPARE(counter(m_db.get(), "hsID"), 5);
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kFileRevTable).size(), 2);
+    }
+
+    void textSizeIsStored()
+    {
+        QCOMPARE(*viewer::ReadFontSize(m_db.get()), 10);
+        QVERIFY(viewer::SaveFontSize(m_db.get(), 14)); // first change: the row starts with 10
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kFontSizeTable).size(), 1);
+        QCOMPARE(*viewer::ReadFontSize(m_db.get()), 10);
+        QVERIFY(viewer::SaveFontSize(m_db.get(), 16));
+        reopen();
+        QCOMPARE(test::tableRows(m_db.get(), catalog::kFontSizeTable).size(), 1);
+        QCOMPARE(*viewer::ReadFontSize(m_db.get()), 16);
+    }
+
+    void openedRecordShowsItsSlip()
+    {
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        openRow(*form, 1); // memo.txt
+        QCOMPARE(form->OpenedRow, 1);
+        QCOMPARE(form->LayoutState, 2);
+        QCOMPARE(form->CurrentFileName, QStringLiteral("memo.txt"));
+        QCOMPARE(form->CurrentFolder, m_docs);
+
+        SlipGrid *slip = form->slipGrid();
+        QVERIFY(!form->fg2->isHidden());
+        QVERIFY(!form->vs->isHidden());
+        QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　1/3"));
+        QVERIFY(slip->model()->item(0, 1)->font().bold());
+        const QStringList labels{QStringLiteral("分類"),         QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
+                                 QStringLiteral("キーワード"),   QStringLiteral("ファイル所在"), QStringLiteral("History"),
+                                 QStringLiteral("BackCo")};
+        for (int r = 1; r <= 7; ++r)
+            QCOMPARE(slip->cellText(r, 1), labels[r - 1]);
+        QCOMPARE(slip->cellText(2), QStringLiteral("memo.txt"));
+        QCOMPARE(slip->cellText(3), QStringLiteral("2023/04/10"));
+        QCOMPARE(slip->cellText(4), QStringLiteral("メモ"));
+        QCOMPARE(slip->cellText(5), QDir::toNativeSeparators(m_docs));
+        QCOMPARE(slip->cellText(6), QStringLiteral("5"));
+
+        HistoryGrid *history = form->historyGrid();
+        QCOMPARE(history->model()->item(0, 1)->text(), QStringLiteral("改訂履歴"));
+        QCOMPARE(history->model()->item(1, 1)->text(), QStringLiteral("改訂日付"));
+        QCOMPARE(history->model()->item(1, 2)->text(), QStringLiteral("記事"));
+        QCOMPARE(history->lines(), (QList<HistoryLine>{{QStringLiteral("2021-03-09"), QStringLiteral("初版")},
+                                                        {QStringLiteral("2022-05-01"), QStringLiteral("第2版")}}));
+
+        // The text file is shown beside the slip, with the record display's buttons.
+        QVERIFY(!form->mData->isHidden());
+        for (const char *key : {"BackTo", "Prev", "Next", "AddLine", "DelLine", "apri"})
+            QVERIFY2(form->toolbarKeys().contains(QString::fromLatin1(key)), key);
+
+        // Opening another record rebuilds both grids: nothing of memo.txt stays.
+        openRow(*form, 2); // photo.png, no history
+        QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　2/3"));
+        QCOMPARE(slip->cellText(1), QStringLiteral("朝霧　凪"));
+        QCOMPARE(slip->model()->item(1, 2)->background().color(), QColor(0xC0, 0xFF, 0xFF));
+        QCOMPARE(history->lineCount(), 0);
+        QVERIFY(form->pictureView()->hasImage());
+        QVERIFY(!form->imk->isHidden());
+        QVERIFY(prompter.messages().isEmpty());
+    }
+
+    void slipEditingRules()
+    {
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        form->show();
+        openRow(*form, 3); // plan.p21
+        QTableView *fg2 = form->fg2;
+        SlipGrid *slip = form->slipGrid();
+
+        // A managed value is refused; labels and the title do nothing.
+        QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 2, 2).center());
+        QCOMPARE(prompter.messages().size(), 1);
+        QCOMPARE(prompter.lastMessage().text, QStringLiteral("Tolvane が管理する項目は編集できません。"));
+        QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
+        QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 2, 1).center());
+        QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 4, 2).center());
+        QCOMPARE(prompter.messages().size(), 1);
+        QVERIFY(!form->SlipDirty);
+
+        // Keywords are typed; a classification is chosen from the drop-down.
+        QVERIFY(slip->model()->item(4, 2)->isEditable());
+        QVERIFY(!slip->model()->item(2, 2)->isEditable());
+        slip->editCell(4, QStringLiteral("橋梁 図面"));
+        QVERIFY(form->SlipDirty);
+        fg2->setCurrentIndex(fg2->model()->index(1, 2));
+        fg2->edit(fg2->model()->index(1, 2));
+        auto *combo = fg2->findChild<QComboBox *>(QStringLiteral("fg2ClassList"));
+        QVERIFY(combo);
+        QCOMPARE(combo->count(), 3);
+        combo->setCurrentIndex(1);
+        slip->finishEdit();
+        QCOMPARE(slip->cellText(1), QStringLiteral("水無瀬　灯"));
+        QCOMPARE(slip->cellText(7), QStringLiteral("12648447")); // &HC0FFFF
+        QCOMPARE(slip->model()->item(1, 2)->background().color(), QColor(0xFF, 0xFF, 0xC0));
+
+        // "BackTo" writes the slip back.
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QVERIFY(!form->SlipDirty);
+        const Stored s = storedFile(form->catalog().db(), QStringLiteral("plan.p21"));
+        QCOMPARE(s.Class, QStringLiteral("水無瀬　灯"));
+        QCOMPARE(s.kStr, QStringLiteral("橋梁 図面"));
+        QCOMPARE(s.backC, QStringLiteral("12648447"));
+    }
+
+    void archiveCatalogueCannotBeEdited()
+    {
+        auto dbid = m_db->openTable(catalog::kDbidTable);
+        QVERIFY(dbid);
+        QVERIFY((*dbid)->setField(0, -11));
+        QVERIFY((*dbid)->update());
+        dbid->reset();
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        QCOMPARE(form->catalog().CatalogMark, -11);
+        form->show();
+        openRow(*form, 1); // memo.txt
+        QTableView *fg2 = form->fg2;
+        QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 2, 2).center());
+        QTest::mouseDClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 4, 2).center());
+        QVERIFY(prompter.messages().isEmpty());
+        QCOMPARE(fg2->editTriggers(), QAbstractItemView::NoEditTriggers);
+        form->slipGrid()->editCell(4, QStringLiteral("x"));
+        QCOMPARE(form->slipGrid()->cellText(4), QStringLiteral("メモ"));
+        QVERIFY(!form->SlipDirty);
+    }
+
+    void historyEditingAndSavingOnStep()
+    {
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        form->show();
+        openRow(*form, 2); // photo.png: hsID 0
+        HistoryGrid *history = form->historyGrid();
+        QTableView *vs = form->vs;
+
+        // "DelLine" on an empty history does nothing.
+        form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
+        QVERIFY(prompter.messages().isEmpty());
+
+        form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
+        QCOMPARE(history->lineCount(), 1);
+        QVERIFY(!form->HistoryDirty);
+
+        // Entering the date cell shows the calendar; a picked day is written and hides it.
+        QVERIFY(form->Calendar->isHidden());
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 1).center());
+        QCOMPARE(history->HistoryRow, 2);
+        QVERIFY(!form->Calendar->isHidden());
+        form->calendarPicker()->pick(QDate(2010, 1, 5));
+        QVERIFY(form->Calendar->isHidden());
+        QCOMPARE(history->lines().first().date, QStringLiteral("2010-01-05"));
+        QVERIFY(form->HistoryDirty);
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
+        QVERIFY(form->Calendar->isHidden());
+        history->editCell(2, 2, QStringLiteral("撮影"));
+
+        // Stepping saves: the file gets a new hsID and its line.
+        form->SaveRecordIfDirty();
+        QVERIFY(!form->HistoryDirty);
+        jet::Database *db = form->catalog().db();
+        QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
+        QCOMPARE(storedLines(db, 6), (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影")}}));
+
+        // Deleting: a press outside the lines asks for one; the question names line and date.
+        openRow(*form, 2);
+        QCOMPARE(history->lineCount(), 1);
+        QCOMPARE(form->slipGrid()->cellText(6), QStringLiteral("6"));
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 1, 1).center());
+        form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
+        QCOMPARE(prompter.lastMessage().text, QStringLiteral("削除行を選択してください。"));
+        QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
+
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
+        prompter.planAnswer(Prompter::Answer::No);
+        form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
+        QCOMPARE(history->lineCount(), 1);
+        QVERIFY(!form->HistoryDirty);
+
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
+        prompter.planAnswer(Prompter::Answer::Yes);
+        form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
+        const auto question = prompter.lastMessage();
+        QCOMPARE(question.text,
+                 QStringLiteral("1行目（改訂日付：2010-01-05）を削除します。　削除後は復活できません。　実行しますか？"));
+        QCOMPARE(question.icon, Prompter::Icon::Question);
+        QCOMPARE(question.buttons, Prompter::Buttons::YesNo);
+        QCOMPARE(history->lineCount(), 0);
+        QVERIFY(form->HistoryDirty);
+
+        // The history is written only by stepping; the file keeps its hsID without lines.
+        form->SaveRecordIfDirty();
+        QVERIFY(storedLines(db, 6).isEmpty());
+        QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
+    }
+
+    void screenshotOfAnOpenedRecord()
+    {
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        form->show();
+        openRow(*form, 2);
+        form->historyGrid()->showLines({{QStringLiteral("2010-01-05"), QStringLiteral("撮影")},
+                                        {QStringLiteral("2012-07-01"), QStringLiteral("再撮影（色調補正）")}});
+        QCoreApplication::processEvents();
+        const QImage shot = form->grab().toImage();
+        QVERIFY(!shot.isNull());
+        // The documentation's picture is refreshed on request only: TOLVANE_SCREENSHOTS=1.
+        const QString dir = qEnvironmentVariableIsSet("TOLVANE_SCREENSHOTS")
+            ? QStringLiteral(TOLVANE_SOURCE_DIR) + QStringLiteral("/docs/screenshots")
+            : m_dir;
+        QVERIFY(QDir().mkpath(dir));
+        QVERIFY(shot.save(dir + QStringLiteral("/record-slip.png")));
+    }
+};
+
+QTEST_MAIN(TestSlip)
+#include "tst_slip.moc"

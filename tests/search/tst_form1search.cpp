@@ -1,0 +1,278 @@
+// The searches end to end in the real main window, offscreen, on a real catalogue whose folders
+// hold real files: toolbar clicks, typing into the search panel, the result list, narrowing by
+// a pick in Combo1, opening a row and coming back, and the messages through the scripted
+// prompter. Set TOLVANE_SCREENSHOT_DIR to keep a picture of the narrowed result list.
+#include "browser/resultlistmodel.h"
+#include "search/searchtexts.h"
+#include "search/ui/searchpanel.h"
+#include "searchcatalogue.h"
+#include "shell/modes.h"
+#include "shell/ui/form1.h"
+#include "support/scriptedprompter.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QStandardPaths>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+#include <QToolButton>
+
+using namespace tolvane;
+using namespace Qt::StringLiterals;
+using shell::Form1;
+using tolvane::test::ScriptedPrompter;
+
+namespace {
+
+const QString kResultHint =
+    QStringLiteral(u"任意行クリックで、選択行ファイルから各個表示を開始します。\u3000ヘルプ：F1キー");
+const QString kShimotsuki = QStringLiteral(u"霜月\u3000柊");
+const QString kMinase = QStringLiteral(u"水無瀬\u3000灯");
+
+// Prompter first, window last: the window goes first, then the prompter checks its plan.
+struct Harness
+{
+    ScriptedPrompter prompter;
+    std::unique_ptr<Form1> w;
+
+    Harness()
+    {
+        w = std::make_unique<Form1>(prompter);
+        w->show();
+        QApplication::setActiveWindow(w.get());
+    }
+
+    bool click(const QString &key)
+    {
+        QCoreApplication::processEvents();
+        QToolButton *b = w->toolButton(key);
+        if (!b || !b->isVisible() || !b->isEnabled()) {
+            qWarning("no button %s to click (toolbar: %s)", qPrintable(key),
+                     qPrintable(w->toolbarKeys().join(u' ')));
+            return false;
+        }
+        QTest::mouseClick(b, Qt::LeftButton);
+        return true;
+    }
+    QLineEdit *text1(int i) const { return w->findChild<QLineEdit *>(QStringLiteral("Text1(%1)").arg(i)); }
+    QComboBox *combo1() const { return w->findChild<QComboBox *>(u"Combo1"_s); }
+    browser::ResultListModel *fs() const { return qobject_cast<browser::ResultListModel *>(w->fs->model()); }
+    QStringList listed() const
+    {
+        QStringList names;
+        for (int r = 1; r < fs()->rows(); ++r)
+            names.append(fs()->text(r, 2));
+        return names;
+    }
+    void pick(const QString &text)
+    {
+        QComboBox *c = combo1();
+        const int i = c->findText(text);
+        QVERIFY2(i >= 0, qPrintable(text));
+        c->setCurrentIndex(i);
+        emit c->activated(i);
+    }
+    int px(int twips) const { return search::ui::twipsToPixels(w->Toolbar, twips); }
+};
+
+} // namespace
+
+class TestForm1Search : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void keywordSearchNarrowOpenAndReturn();
+    void periodSearch();
+    void classificationSearch();
+    void folderSearch();
+    void emptyWord();
+
+private:
+    bool openCatalogue(Harness &h);
+
+    QTemporaryDir m_dir;
+    QString m_path;
+    QString m_docs;
+    QString m_photos;
+};
+
+void TestForm1Search::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QVERIFY(m_dir.isValid());
+    m_docs = QDir::toNativeSeparators(m_dir.filePath(u"書類"_s));
+    m_photos = QDir::toNativeSeparators(m_dir.filePath(u"写真"_s));
+    QVERIFY(QDir().mkpath(m_docs) && QDir().mkpath(m_photos));
+    for (const QString &name : {u"O'Brien.txt"_s, u"a_c.txt"_s, u"memo.txt"_s, u"[draft].txt"_s}) {
+        QFile f(QDir(m_photos).filePath(name));
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("sample text\n");
+    }
+    m_path = m_dir.filePath(u"search.mdb"_s);
+    test::SearchCatalogue cat;
+    QVERIFY(cat.create(m_path, m_docs, m_photos));
+    cat.addSampleFiles();
+}
+
+bool TestForm1Search::openCatalogue(Harness &h)
+{
+    h.prompter.planOpenFile(m_path);
+    if (!h.click(u"DBopen"_s) || !h.w->catalog().isOpen())
+        return false;
+    h.prompter.clear();
+    return h.click(u"Search"_s);
+}
+
+void TestForm1Search::keywordSearchNarrowOpenAndReturn()
+{
+    Harness h;
+    QVERIFY(openCatalogue(h));
+    QVERIFY(h.click(u"DBKeyword"_s));
+    QCOMPARE(h.w->ModeNo, shell::Mode::KeywordSearch);
+    QVERIFY(h.text1(0)->isVisible());
+    QVERIFY(!h.text1(1)->isVisible());
+    QVERIFY(!h.combo1()->isVisible());
+    QCOMPARE(h.text1(0)->x(), h.px(2000));
+    QVERIFY(!h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+
+    QTest::keyClicks(h.text1(0), u"%"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QVERIFY(h.prompter.calls().isEmpty());
+    QCOMPARE(h.listed(), (QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s, u"O'Brien.txt"_s,
+                                      u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s}));
+    QCOMPARE(h.w->ResultCount, 7);
+    QCOMPARE(h.w->statusPanelText(2), kResultHint);
+    QVERIFY(h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+    QVERIFY(h.combo1()->isVisible());
+    QCOMPARE(h.combo1()->x(), h.px(8000));
+    QCOMPARE(h.combo1()->currentText(), search::kNarrowCaption);
+
+    h.pick(kShimotsuki);
+    QCOMPARE(h.listed(), (QStringList{u"O'Brien.txt"_s, u"a_c.txt"_s}));
+    QCOMPARE(h.w->ResultCount, 2);
+    QVERIFY(h.w->fs->isColumnHidden(5));
+    if (const QString dir = qEnvironmentVariable("TOLVANE_SCREENSHOT_DIR"); !dir.isEmpty()) {
+        QDir().mkpath(dir);
+        h.pick(search::kNoNarrowingItem);
+        QVERIFY(h.w->grab().save(QDir(dir).filePath(u"result-list.png"_s)));
+        h.pick(kShimotsuki);
+    }
+
+    // Open the second row, then come back: the narrowed list and the word are there again.
+    QTableView *fs = h.w->fs;
+    const QRect cell = fs->visualRect(fs->model()->index(1, 2));
+    QTest::mouseClick(fs->viewport(), Qt::LeftButton, {}, cell.center());
+    QCOMPARE(h.w->OpenedRow, 2);
+    QCOMPARE(h.w->CurrentFileName, u"a_c.txt"_s);
+    QVERIFY(!h.text1(0)->isVisible());
+    QVERIFY(h.w->toolbarKeys().contains(u"BackTo"_s));
+    QVERIFY(h.click(u"BackTo"_s));
+    QCOMPARE(h.listed(), (QStringList{u"O'Brien.txt"_s, u"a_c.txt"_s}));
+    QCOMPARE(h.text1(0)->text(), u"%"_s);
+    QVERIFY(h.text1(0)->isVisible());
+    QVERIFY(h.combo1()->isVisible());
+    QCOMPARE(h.combo1()->itemText(0), search::kNoNarrowingItem);
+    QCOMPARE(h.w->statusPanelText(2), kResultHint);
+
+    // Undo the narrowing on the still-open result.
+    h.pick(search::kNoNarrowingItem);
+    QCOMPARE(h.w->ResultCount, 7);
+    QVERIFY(h.prompter.messages().isEmpty());
+}
+
+void TestForm1Search::periodSearch()
+{
+    Harness h;
+    QVERIFY(openCatalogue(h));
+    QVERIFY(h.click(u"DBDate"_s));
+    QCOMPARE(h.w->ModeNo, shell::Mode::PeriodSearch);
+    QCOMPARE(h.text1(0)->text(), search::kStartDateText);
+    QCOMPARE(h.text1(1)->text(), search::kUntilText);
+    QCOMPARE(h.text1(0)->x(), h.px(2200));
+    QVERIFY(!h.combo1()->isVisible());
+
+    // The untouched texts are no dates: nothing is listed and nothing is said.
+    QVERIFY(h.click(u"DurSeek"_s));
+    QVERIFY(h.prompter.calls().isEmpty());
+    QCOMPARE(h.fs()->rows(), 1);
+    QVERIFY(!h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+
+    h.text1(0)->clear();
+    QTest::keyClicks(h.text1(0), u"2009/12/31"_s);
+    h.text1(1)->clear();
+    QTest::keyClicks(h.text1(1), u"2009/12/31"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.listed(), (QStringList{u"plan_a.pdf"_s, u"O'Brien.txt"_s}));
+    QCOMPARE(h.combo1()->x(), h.px(9600));
+    QVERIFY(h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+
+    h.text1(0)->setText(u"2010/01/02"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.prompter.messages().size(), 1);
+    QCOMPARE(h.prompter.lastMessage().text, search::kZeroResultMessage);
+    QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Information);
+    QVERIFY(!h.combo1()->isVisible());
+}
+
+void TestForm1Search::classificationSearch()
+{
+    Harness h;
+    QVERIFY(openCatalogue(h));
+    QVERIFY(h.click(u"DBClass"_s));
+    QVERIFY(h.combo1()->isVisible());
+    QCOMPARE(h.combo1()->currentText(), search::kChooseClassCaption);
+    QCOMPARE(h.combo1()->x(), h.px(2000));
+
+    // A pick only chooses; "DurSeek" searches.
+    h.pick(kMinase);
+    QCOMPARE(h.fs()->rows(), 1);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.listed(), (QStringList{u"memo.txt"_s, u"plan_a.pdf"_s}));
+    QCOMPARE(h.combo1()->count(), 3);
+    QVERIFY(h.prompter.calls().isEmpty());
+}
+
+void TestForm1Search::folderSearch()
+{
+    Harness h;
+    QVERIFY(openCatalogue(h));
+    h.prompter.planFolder(m_photos);
+    QVERIFY(h.click(u"DBsearch"_s));
+    QCOMPARE(h.w->ModeNo, shell::Mode::FolderSearch);
+    QCOMPARE(h.listed(), (QStringList{u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s}));
+    QCOMPARE(h.w->CurrentFolder, m_photos);
+    QCOMPARE(h.combo1()->x(), h.px(3700));
+    QVERIFY(h.combo1()->isVisible());
+    QVERIFY(!h.text1(0)->isVisible());
+    QCOMPARE(h.w->statusPanelText(2), kResultHint);
+
+    h.pick(kMinase);
+    QCOMPARE(h.listed(), QStringList{u"memo.txt"_s});
+}
+
+void TestForm1Search::emptyWord()
+{
+    Harness h;
+    QVERIFY(openCatalogue(h));
+    QVERIFY(h.click(u"DBFiles"_s));
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.prompter.messages().size(), 1);
+    QCOMPARE(h.prompter.lastMessage().text, search::kEmptyWordMessage);
+    QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
+    QCOMPARE(h.prompter.lastMessage().title, u"Almaren Tolvane"_s);
+
+    QTest::keyClicks(h.text1(0), u"[draft].txt"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.listed(), QStringList{u"[draft].txt"_s});
+    QCOMPARE(h.combo1()->x(), h.px(7800));
+}
+
+QTEST_MAIN(TestForm1Search)
+#include "tst_form1search.moc"

@@ -1,0 +1,677 @@
+// The main window, offscreen, with every dialog answered by the scripted prompter: start-up,
+// the mode transitions driven by toolbar clicks and menu items, the catalogue commands on real
+// files, the status bar, the text size, help and the splitter.
+#include "catalog/creation.h"
+#include "catalog/schema.h"
+#include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
+#include "shell/modes.h"
+#include "shell/ui/form1.h"
+#include "shell/ui/splitterhandle.h"
+#include "support/scriptedprompter.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QFile>
+#include <QLabel>
+#include <QMenu>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+#include <QToolButton>
+
+using namespace tolvane;
+using namespace tolvane::shell;
+using tolvane::test::ScriptedPrompter;
+
+namespace {
+
+QString u(const char *s) { return QString::fromUtf8(s); }
+const QString kTitle = QStringLiteral("Almaren Tolvane");
+const QString kNotCatalog = QString::fromUtf8("Tolvane 用データベースを選択してください。");
+
+QStringList split(const char *s) { return QString::fromLatin1(s).split(QLatin1Char(' '), Qt::SkipEmptyParts); }
+
+class RecordingHelp : public HelpLauncher
+{
+public:
+    bool showHelp(const QString &file, int contextId) override
+    {
+        opened << qMakePair(file, contextId);
+        return true;
+    }
+    bool showText(const QString &file) override
+    {
+        texts << file;
+        return true;
+    }
+    QList<QPair<QString, int>> opened;
+    QStringList texts;
+};
+
+// Prompter first, window last: the window goes first, then the prompter checks its plan.
+struct Harness
+{
+    ScriptedPrompter prompter;
+    RecordingHelp help;
+    std::unique_ptr<Form1> w;
+
+    Harness()
+    {
+        w = std::make_unique<Form1>(prompter, &help);
+        w->show();
+        QApplication::setActiveWindow(w.get());
+    }
+};
+
+bool clickTool(Form1 &w, const QString &key)
+{
+    QCoreApplication::processEvents(); // lets the toolbar lay out buttons added by the last command
+    QToolButton *b = w.toolButton(key);
+    if (!b || !b->isVisible() || !b->isEnabled()) {
+        qWarning("toolbar button %s is not there to click (toolbar: %s)", qPrintable(key),
+                 qPrintable(w.toolbarKeys().join(QLatin1Char(' '))));
+        return false;
+    }
+    QTest::mouseClick(b, Qt::LeftButton);
+    return true;
+}
+
+QStringList checkedSizes(Form1 &w)
+{
+    QStringList on;
+    for (const char *n : {"m9", "m10", "m11", "m12", "m14", "m16"})
+        if (w.menuItem(QString::fromLatin1(n))->isChecked())
+            on << QString::fromLatin1(n);
+    return on;
+}
+
+bool catalogueMenusEnabled(Form1 &w)
+{
+    for (const char *n : {"mRec", "mSearch", "mBinder", "mOpt"})
+        if (!w.menuItem(QString::fromLatin1(n))->isEnabled())
+            return false;
+    return true;
+}
+
+} // namespace
+
+class TestForm1 : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_folder; // a real folder with a few files
+    int m_serial = 0;
+
+    // A complete catalogue built on disk; returns the path with ".mdb".
+    QString makeCatalogue(const QString &name = {})
+    {
+        const QString base = m_dir.filePath(name.isEmpty() ? QStringLiteral("cat%1").arg(++m_serial) : name);
+        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base) ||
+            !catalog::PutItemN(base))
+            return {};
+        return base + QStringLiteral(".mdb");
+    }
+
+    // Rewrites the DBID table of a catalogue: no row when value is empty.
+    bool setDbid(const QString &path, const QVariant &value)
+    {
+        auto db = jet::Database::open(path);
+        if (!db)
+            return false;
+        QList<jet::RowId> ids;
+        (*db)->scan(catalog::kDbidTable, [&](jet::RowId id, const jet::Row &) {
+            ids << id;
+            return true;
+        });
+        for (const auto &id : ids)
+            if (!(*db)->deleteRow(catalog::kDbidTable, id))
+                return false;
+        return !value.isValid() || (*db)->insertRow(catalog::kDbidTable, {value}).isOk();
+    }
+
+    bool openThroughToolbar(Harness &h, const QString &path)
+    {
+        h.prompter.planOpenFile(path);
+        return clickTool(*h.w, QStringLiteral("DBopen"));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QLocale::setDefault(QLocale(QLocale::Japanese, QLocale::Japan));
+        QVERIFY(m_dir.isValid());
+        m_folder = m_dir.filePath(QStringLiteral("書類"));
+        QVERIFY(QDir().mkpath(m_folder));
+        for (const char *name : {"a.txt", "b.txt"}) {
+            QFile f(QDir(m_folder).filePath(QString::fromLatin1(name)));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write("text\n");
+        }
+    }
+
+    void startUp()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        QCOMPARE(w.windowTitle(), kTitle);
+        QCOMPARE(w.width(), w.twipsToPixels(16000));
+        QCOMPARE(w.height(), w.twipsToPixels(9000));
+        QCOMPARE(w.ModeNo, 0);
+        QCOMPARE(w.HelpContextID, 1000);
+        QVERIFY(w.HelpFile.endsWith(QStringLiteral("/TolvaneHelp.chm")));
+        QCOMPARE(w.statusPanelCount(), 2);
+        QCOMPARE(w.statusPanelText(1), u("スタートモード"));
+        QCOMPARE(w.statusPanelText(2), u("これから行う作業を、ボタン又はメニューから選択してください。　　ヘルプ：F1キー"));
+        QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
+        QVERIFY(w.menuItem(QStringLiteral("mFileDBCreate"))->isEnabled());
+        QVERIFY(w.menuItem(QStringLiteral("mFileDBOpen"))->isEnabled());
+        for (const char *n : {"mRec", "mSearch", "mBinder", "mOpt"})
+            QVERIFY2(!w.menuItem(QString::fromLatin1(n))->isEnabled(), n);
+        QCOMPARE(w.TextFontSize, 10);
+        QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m10")});
+        QVERIFY(!w.catalog().isOpen());
+        QVERIFY(h.prompter.calls().isEmpty());
+    }
+
+    void menusCarryTheirCaptions()
+    {
+        Harness h;
+        const QList<QPair<const char *, const char *>> items{
+            {"mFile", "ファイル"}, {"mFileDBOpen", "データベースを開く"}, {"mFileDBCreate", "データベース新規作成"},
+            {"mFileQuit", "終了"}, {"mRec", "登録"}, {"mRecFile", "登録"}, {"mSearch", "各種検索"},
+            {"mSearch1", "フォルダ検索"}, {"mSearch2", "ファイル名検索"}, {"mSearch3", "分類検索"},
+            {"mSearch4", "期間検索"}, {"mSearch5", "キーワード検索"}, {"mSearch7", "バインダ閲覧"},
+            {"mBinder", "バインダ"}, {"mBinderFolder", "バインダ作成"}, {"mBinderDel", "バインダ削除"},
+            {"mBinderRename", "バインダ名変更"}, {"mSort2", "バインダ並べ替え"},
+            {"mSort3", "バインダ内ファイル並べ替え"}, {"mSort4", "バインダ内ファイル取り外し"},
+            {"mOpt", "オプション"}, {"mAidCombo", "分類・コンボボックス項目編集"}, {"mOptSize", "文字サイズ"},
+            {"m9", "9"}, {"m16", "16"}, {"mOptCol", "Column"}, {"mHelp", "ヘルプ"}, {"mHelpHelp", "ヘルプ"},
+            {"mHelpReadMe", "ReadMe"}, {"mHelpVer", "バージョン情報"}};
+        for (const auto &[name, caption] : items) {
+            QAction *a = h.w->menuItem(QString::fromLatin1(name));
+            QVERIFY2(a, name);
+            QCOMPARE(a->text(), u(caption));
+        }
+        // Separators stand where the menus group their items.
+        auto shape = [&](const char *menu) {
+            QStringList s;
+            const auto actions = h.w->findChild<QMenu *>(QString::fromLatin1(menu))->actions();
+            for (const QAction *a : actions)
+                s << (a->isSeparator() ? QStringLiteral("-") : a->objectName());
+            return s;
+        };
+        QCOMPARE(shape("mFile"), split("mFileDBOpen - mFileDBCreate mFileQuit"));
+        QCOMPARE(shape("mSearch"), split("mSearch1 mSearch2 mSearch3 mSearch4 mSearch5 - mSearch7"));
+        QCOMPARE(shape("mBinder"), split("mBinderFolder - mBinderDel mBinderRename mSort2 - mSort3 mSort4"));
+        QCOMPARE(shape("mOpt"), split("mAidCombo - mOptSize mOptCol"));
+        QCOMPARE(shape("mHelp"), split("mHelpHelp - mHelpReadMe mHelpVer"));
+    }
+
+    void toolbarButtonsAsShown_data()
+    {
+        QTest::addColumn<bool>("archive");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("caption");
+        QTest::addColumn<QString>("toolTip");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("start: no catalogue") << false << "StartShowFile" << u("DB不使用") << u("DBを使用せず、単にファイル内容を表示") << true;
+        QTest::newRow("start: open") << false << "DBopen" << u("DBオープン") << u("データベースをオープン") << true;
+        QTest::newRow("db: back") << false << "BackToStart" << u("　　戻る　　") << u("スタートモードに戻る") << true;
+        QTest::newRow("db: register") << false << "DBrec" << u("DB登録") << u("ファイル情報をDBに登録") << true;
+        QTest::newRow("db: search") << false << "Search" << u("DB検索各種") << u("DBによる各種検索") << true;
+        QTest::newRow("archive: register") << true << "DBrec" << u("DB登録") << u("ファイル情報をDBに登録") << false;
+        QTest::newRow("archive: search") << true << "Search" << u("DB検索各種") << u("DBによる各種検索") << true;
+    }
+
+    void toolbarButtonsAsShown()
+    {
+        QFETCH(bool, archive);
+        QFETCH(QString, key);
+        QFETCH(QString, caption);
+        QFETCH(QString, toolTip);
+        QFETCH(bool, enabled);
+        Harness h;
+        if (key != QStringLiteral("StartShowFile") && key != QStringLiteral("DBopen")) {
+            const QString path = makeCatalogue();
+            QVERIFY(!path.isEmpty());
+            if (archive)
+                QVERIFY(setDbid(path, -11));
+            QVERIFY(openThroughToolbar(h, path));
+        }
+        QToolButton *b = h.w->toolButton(key);
+        QVERIFY(b);
+        QCOMPARE(b->text(), caption);
+        QCOMPARE(b->toolTip(), toolTip);
+        QCOMPARE(b->isEnabled(), enabled);
+        QVERIFY(!b->icon().isNull());
+        QWidget *gap = h.w->Toolbar->findChild<QWidget *>(QStringLiteral("ph1"));
+        QVERIFY(gap);
+        QCOMPARE(gap->width(), h.w->twipsToPixels(800));
+    }
+
+    void transitions_data()
+    {
+        QTest::addColumn<bool>("withCatalogue");
+        QTest::addColumn<QStringList>("steps");   // toolbar keys; "m:<item>" menu item; "open"; "viewer"
+        QTest::addColumn<QStringList>("folders"); // answers of the folder dialog: "" cancel, "dir" the test folder
+        QTest::addColumn<QStringList>("toolbar"); // empty: not checked
+        QTest::addColumn<int>("modeNo");
+        QTest::addColumn<QString>("panel1");
+        QTest::addColumn<int>("panel2Code"); // status code whose panel 2 text is shown; -1: not checked
+        QTest::addColumn<int>("help");
+
+        const QStringList start = split("ph1 StartShowFile DBopen");
+        const QStringList fileShow = split("ph1 BackToStart View");
+        const QStringList dbUse = split("ph1 BackToStart DBrec Search");
+        const QStringList menu = split("ph1 Back2DB DBsearch DBFiles DBClass DBDate DBKeyword BDRsearch");
+        const QStringList seek = split("ph1 BackToSearch ph2 DurSeek FullTextSearchDB");
+        const QStringList list = split("ph1 BackToSearch FullTextSearchDB");
+        const QStringList binder = split("ph1 BackToINI up down del reg");
+        const QString startText = u("スタートモード");
+
+        QTest::newRow("start -> file show") << false << split("StartShowFile") << QStringList() << fileShow << 1
+                                            << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("file show -> back to start") << false << split("StartShowFile BackToStart") << QStringList() << start
+                                                    << 1 << startText << 0 << 10019;
+        QTest::newRow("file show, folder dialog cancelled") << false << split("StartShowFile View") << QStringList{QString()}
+                                                            << fileShow << 1 << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("file show, viewer, back") << false << split("StartShowFile viewer BackTo") << QStringList() << fileShow
+                                                 << 1 << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("open") << true << split("open") << QStringList() << dbUse << 0 << u("DB使用モード") << 11 << 10038;
+        QTest::newRow("open keeps ModeNo") << true << split("StartShowFile BackToStart open") << QStringList() << dbUse << 1
+                                           << u("DB使用モード") << 11 << 10038;
+        QTest::newRow("db -> back to start") << true << split("open BackToStart") << QStringList() << start << 0 << startText
+                                             << 0 << 10038;
+        QTest::newRow("db -> search menu") << true << split("open Search") << QStringList() << menu << 0
+                                           << u("各種検索モード") << 4 << 10038;
+        QTest::newRow("search menu -> db") << true << split("open Search Back2DB") << QStringList() << dbUse << 0
+                                           << u("DB使用モード") << 11 << 10038;
+        QTest::newRow("file-name search") << true << split("open Search DBFiles") << QStringList() << seek << 10
+                                          << u("ファイル検索モード") << 6 << 10022;
+        QTest::newRow("class search") << true << split("open Search DBClass") << QStringList() << seek << 7
+                                      << u("分類検索モード") << 7 << 10006;
+        QTest::newRow("period search") << true << split("open Search DBDate") << QStringList() << seek << 6
+                                       << u("期間検索モード") << 8 << 10007;
+        QTest::newRow("keyword search") << true << split("open Search DBKeyword") << QStringList() << seek << 8
+                                        << u("キーワード検索モード") << 9 << 10008;
+        QTest::newRow("search -> back to search menu") << true << split("open Search DBKeyword BackToSearch") << QStringList()
+                                                       << menu << 0 << u("各種検索モード") << 4 << 10008;
+        QTest::newRow("keyword record -> back to list") << true << split("open Search DBKeyword viewer BackTo") << QStringList()
+                                                        << seek << 8 << u("キーワード検索モード") << 51 << 10008;
+        QTest::newRow("folder search cancelled") << true << split("open Search DBsearch") << QStringList{QString()} << menu
+                                                 << 3 << u("フォルダ検索モード") << 5 << 10038;
+        QTest::newRow("folder search") << true << split("open Search DBsearch") << QStringList{QStringLiteral("dir")} << list
+                                       << 3 << u("フォルダ検索モード") << -1 << 10005;
+        QTest::newRow("folder record -> back to list") << true << split("open Search DBsearch viewer BackTo")
+                                                       << QStringList{QStringLiteral("dir")} << list << 3
+                                                       << u("フォルダ検索モード") << 51 << 10005;
+        QTest::newRow("binder browse") << true << split("open Search BDRsearch") << QStringList() << binder << 5 << QString()
+                                       << -1 << 10010;
+        QTest::newRow("db register, folder chosen") << true << split("open DBrec") << QStringList{QStringLiteral("dir")}
+                                                    << QStringList() << 2 << u("DB登録モード") << -1 << 10019;
+        QTest::newRow("db register, cancelled") << true << split("open DBrec") << QStringList{QString()} << dbUse << 2
+                                                << u("DB登録モード") << 1 << 10019;
+        QTest::newRow("menu: record") << true << split("open m:mRecFile") << QStringList() << split("ph1 BackToINI DBrec") << 2
+                                      << u("登録モード") << 2 << 10018;
+        QTest::newRow("record -> back to start") << true << split("open m:mRecFile BackToINI") << QStringList() << fileShow
+                                                 << 0 << startText << 0 << 10018;
+        QTest::newRow("record, viewer, back") << true << split("open m:mRecFile viewer BackTo") << QStringList() << dbUse << 2
+                                              << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("menu: file-name search") << true << split("open m:mSearch2") << QStringList() << seek << 10
+                                                << u("ファイル検索モード") << 6 << 10022;
+        QTest::newRow("menu: period search") << true << split("open m:mSearch4") << QStringList() << seek << 6
+                                             << u("期間検索モード") << 8 << 10007;
+        QTest::newRow("menu: binder create") << true << split("open m:mBinderFolder") << QStringList() << binder << 0
+                                             << u("バインダ作成モード") << 101 << 10014;
+        QTest::newRow("menu: binder delete") << true << split("open m:mBinderDel") << QStringList() << binder << 0
+                                             << u("バインダ削除モード") << 102 << 10023;
+        QTest::newRow("menu: binder rename") << true << split("open m:mBinderRename") << QStringList() << binder << 0
+                                             << u("バインダ名変更モード") << 103 << 10024;
+        QTest::newRow("menu: binder order") << true << split("open m:mSort2") << QStringList() << binder << 0
+                                            << u("バインダ並べ替えモード") << 104 << 10017;
+        QTest::newRow("binder maintenance -> back") << true << split("open m:mSort2 BackToINI") << QStringList() << fileShow
+                                                    << 0 << startText << 0 << 10017;
+        QTest::newRow("menu: file order") << true << split("open m:mSort3") << QStringList() << binder << 5 << QString() << -1
+                                          << 10016;
+        QTest::newRow("menu: detach") << true << split("open m:mSort4") << QStringList() << binder << 5 << QString() << -1
+                                      << 10026;
+    }
+
+    void transitions()
+    {
+        QFETCH(bool, withCatalogue);
+        QFETCH(QStringList, steps);
+        QFETCH(QStringList, folders);
+        QFETCH(QStringList, toolbar);
+        QFETCH(int, modeNo);
+        QFETCH(QString, panel1);
+        QFETCH(int, panel2Code);
+        QFETCH(int, help);
+
+        Harness h;
+        Form1 &w = *h.w;
+        const QString path = withCatalogue ? makeCatalogue() : QString();
+        for (const QString &f : folders)
+            h.prompter.planFolder(f == QStringLiteral("dir") ? m_folder : f);
+        for (const QString &step : steps) {
+            if (step == QStringLiteral("open")) {
+                QVERIFY(openThroughToolbar(h, path));
+            } else if (step.startsWith(QStringLiteral("m:"))) {
+                QAction *a = w.menuItem(step.mid(2));
+                QVERIFY2(a && a->isEnabled(), qPrintable(step));
+                a->trigger();
+            } else if (step == QStringLiteral("viewer")) {
+                // A file shown from the current list: the viewer's buttons.
+                w.ShowLayout(ViewerLayout(ViewerKind::None, w.ModeNo, w.LayoutState, w.catalog().isArchive()));
+            } else {
+                QVERIFY(clickTool(w, step));
+            }
+        }
+        if (!toolbar.isEmpty())
+            QCOMPARE(w.toolbarKeys(), toolbar);
+        QCOMPARE(w.ModeNo, modeNo);
+        if (!panel1.isNull())
+            QCOMPARE(w.statusPanelText(1), panel1);
+        if (panel2Code >= 0)
+            QCOMPARE(w.statusPanelText(2), *statusTexts(panel2Code)->panel2);
+        QCOMPARE(w.HelpContextID, help);
+        // Only an open changes the menus; nothing closes the catalogue.
+        QCOMPARE(catalogueMenusEnabled(w), withCatalogue);
+        QCOMPARE(w.catalog().isOpen(), withCatalogue);
+        if (folders.contains(QStringLiteral("dir")))
+            QCOMPARE(w.LastChosenFolder, QDir::toNativeSeparators(m_folder));
+        if (folders.contains(QString()) && !folders.contains(QStringLiteral("dir")))
+            QVERIFY(w.LastChosenFolder.isEmpty());
+    }
+
+    void placeholderKeysDoNothing()
+    {
+        Harness h;
+        h.w->Toolbar_ButtonClick(QStringLiteral("ph1"));
+        h.w->Toolbar_ButtonClick(QStringLiteral("NoSuchKey"));
+        QCOMPARE(h.w->toolbarKeys(), split("ph1 StartShowFile DBopen"));
+        QCOMPARE(h.w->statusPanelText(1), u("スタートモード"));
+    }
+
+    void appendingOntoAFullToolbarAddsNothing()
+    {
+        Harness h;
+        QVERIFY(!h.w->AppendLayout(FileShowLayout()));
+        QCOMPARE(h.w->toolbarKeys(), split("ph1 StartShowFile DBopen"));
+    }
+
+    void createThenOpen_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("with extension") << QStringLiteral("書類.mdb");
+        QTest::newRow("without extension") << QStringLiteral("書類2");
+    }
+
+    void createThenOpen()
+    {
+        QFETCH(QString, typed);
+        Harness h;
+        Form1 &w = *h.w;
+        const QString chosen = m_dir.filePath(QStringLiteral("new-%1/").arg(++m_serial));
+        QVERIFY(QDir().mkpath(chosen));
+        h.prompter.planSaveFile(chosen + typed);
+        w.menuItem(QStringLiteral("mFileDBCreate"))->trigger();
+
+        QString base = chosen + typed;
+        if (base.endsWith(QStringLiteral(".mdb")))
+            base.chop(4);
+        QCOMPARE(h.prompter.calls().size(), 2);
+        QCOMPARE(h.prompter.calls()[0].kind, QStringLiteral("saveFile"));
+        QCOMPARE(h.prompter.calls()[0].title, u("データベース新規作成"));
+        QVERIFY(h.prompter.calls()[0].text.contains(QStringLiteral("*.mdb")));
+        const auto &done = h.prompter.lastMessage();
+        QCOMPARE(done.title, kTitle);
+        QCOMPARE(done.icon, Prompter::Icon::Information);
+        QCOMPARE(done.text, base + u(".mdb が使えるようになりました。") + QStringLiteral("\r\n") +
+                                u("DBオープンボタンで使用開始します。"));
+        QVERIFY(QFileInfo::exists(base + QStringLiteral(".mdb")));
+        // Creating does not open, nor change the mode.
+        QVERIFY(!w.catalog().isOpen());
+        QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
+        QCOMPARE(w.windowTitle(), kTitle);
+
+        h.prompter.clear();
+        QVERIFY(openThroughToolbar(h, base + QStringLiteral(".mdb")));
+        QCOMPARE(h.prompter.calls().size(), 1);
+        QCOMPARE(h.prompter.calls()[0].title, u("データベースオープン"));
+        QVERIFY(w.catalog().isOpen());
+        QCOMPARE(w.catalog().CatalogMark, 11);
+        QCOMPARE(w.windowTitle(), QFileInfo(base).fileName());
+        QCOMPARE(w.toolbarKeys(), split("ph1 BackToStart DBrec Search"));
+        QVERIFY(!w.menuItem(QStringLiteral("mFileDBCreate"))->isEnabled());
+        QVERIFY(catalogueMenusEnabled(w));
+        QCOMPARE(w.statusPanelText(1), u("DB使用モード"));
+        QCOMPARE(w.HelpContextID, 10038);
+
+        // Opening the same file again works: the first connection is closed first.
+        h.prompter.planOpenFile(base + QStringLiteral(".mdb"));
+        w.menuItem(QStringLiteral("mFileDBOpen"))->trigger();
+        QVERIFY(w.catalog().isOpen());
+        QCOMPARE(w.catalog().CatalogMark, 11);
+
+        // Cancelling a later open leaves no catalogue connected, the window as it was.
+        h.prompter.planOpenFile(QString());
+        w.menuItem(QStringLiteral("mFileDBOpen"))->trigger();
+        QVERIFY(!w.catalog().isOpen());
+        QCOMPARE(w.toolbarKeys(), split("ph1 BackToStart DBrec Search"));
+
+        // Closing the window closes the catalogue.
+        h.prompter.planOpenFile(base + QStringLiteral(".mdb"));
+        w.menuItem(QStringLiteral("mFileDBOpen"))->trigger();
+        QVERIFY(w.catalog().isOpen());
+        w.menuItem(QStringLiteral("mFileQuit"))->trigger();
+        QVERIFY(!w.catalog().isOpen());
+    }
+
+    void createNeverOverwrites()
+    {
+        Harness h;
+        const QString existing = m_dir.filePath(QStringLiteral("keep.mdb"));
+        QFile f(existing);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("precious");
+        f.close();
+        h.prompter.planSaveFile(existing);
+        h.w->menuItem(QStringLiteral("mFileDBCreate"))->trigger();
+        const auto &m = h.prompter.lastMessage();
+        QCOMPARE(m.text, u("データベース作成に失敗しました。"));
+        QCOMPARE(m.icon, Prompter::Icon::Critical);
+        QCOMPARE(m.title, kTitle);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll(), QByteArray("precious"));
+    }
+
+    void createCancelledDoesNothing()
+    {
+        Harness h;
+        h.prompter.planSaveFile(QString());
+        h.w->menuItem(QStringLiteral("mFileDBCreate"))->trigger();
+        QVERIFY(h.prompter.messages().isEmpty());
+    }
+
+    void refusals_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<bool>("message");
+        QTest::newRow("not a database") << "text" << false;
+        QTest::newRow("database without DBID") << "noDbid" << true;
+        QTest::newRow("empty DBID") << "emptyDbid" << true;
+        QTest::newRow("foreign DBID value") << "dbid5" << true;
+    }
+
+    void refusals()
+    {
+        QFETCH(QString, kind);
+        QFETCH(bool, message);
+        QString path;
+        if (kind == QStringLiteral("text")) {
+            path = m_dir.filePath(QStringLiteral("notes.mdb"));
+            QFile f(path);
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write("This is not a database, just some words.\n");
+        } else if (kind == QStringLiteral("noDbid")) {
+            path = m_dir.filePath(QStringLiteral("other%1.mdb").arg(++m_serial));
+            QVERIFY(jet::Database::create(path, {{QStringLiteral("Things"),
+                                                  {{QStringLiteral("id"), jet::ColumnType::Long, 0}}}}));
+        } else {
+            path = makeCatalogue();
+            QVERIFY(setDbid(path, kind == QStringLiteral("dbid5") ? QVariant(5) : QVariant()));
+        }
+        Harness h;
+        Form1 &w = *h.w;
+        QVERIFY(openThroughToolbar(h, path));
+        QCOMPARE(h.prompter.messages().size(), message ? 1 : 0);
+        if (message) {
+            const auto &m = h.prompter.lastMessage();
+            QCOMPARE(m.text, kNotCatalog);
+            QCOMPARE(m.icon, Prompter::Icon::Critical);
+            QCOMPARE(m.buttons, Prompter::Buttons::Ok);
+            QCOMPARE(m.title, kTitle);
+        }
+        // Nothing of the window changes.
+        QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
+        QCOMPARE(w.windowTitle(), kTitle);
+        QCOMPARE(w.statusPanelText(1), u("スタートモード"));
+        QVERIFY(!catalogueMenusEnabled(w));
+        QCOMPARE(w.HelpContextID, 1000);
+    }
+
+    void archiveCatalogue()
+    {
+        const QString path = makeCatalogue(QStringLiteral("保存"));
+        QVERIFY(!path.isEmpty());
+        QVERIFY(setDbid(path, -11));
+        Harness h;
+        Form1 &w = *h.w;
+        QVERIFY(openThroughToolbar(h, path));
+        QCOMPARE(w.catalog().CatalogMark, -11);
+        QVERIFY(w.catalog().isArchive());
+        QVERIFY(w.catalog().db()->isReadOnly());
+        QCOMPARE(w.windowTitle(), u("保存 （保存版）"));
+        QCOMPARE(w.toolbarKeys(), split("ph1 BackToStart DBrec Search"));
+        QVERIFY(!w.toolButton(QStringLiteral("DBrec"))->isEnabled());
+        // Menus and status bar stay as they were.
+        QVERIFY(w.menuItem(QStringLiteral("mFileDBCreate"))->isEnabled());
+        QVERIFY(!catalogueMenusEnabled(w));
+        QCOMPARE(w.statusPanelText(1), u("スタートモード"));
+        QCOMPARE(w.HelpContextID, 10038);
+
+        // The viewer's filing and registering buttons are refused too.
+        w.ShowLayout(ViewerLayout(ViewerKind::Picture, Mode::Record, Layout::FolderFileShown, true));
+        QVERIFY(!w.toolButton(QStringLiteral("RecAll"))->isEnabled());
+        QVERIFY(!w.toolButton(QStringLiteral("Rec2Binder"))->isEnabled());
+    }
+
+    void statusBarForms()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        w.CurrentFolder = QStringLiteral("/data/書類");
+        w.ShowModeStatus(12);
+        QCOMPARE(w.statusPanelCount(), 3);
+        QCOMPARE(w.statusPanelText(1), u("ファイル表示モード"));
+        QCOMPARE(w.statusPanelText(2), QStringLiteral("/data/書類"));
+        const QString stepping = u("「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー");
+        QCOMPARE(w.statusPanelText(3), stepping);
+
+        // A two-panel code writes panels 1 and 2 and leaves panel 3.
+        w.ShowModeStatus(2);
+        QCOMPARE(w.statusPanelCount(), 3);
+        QCOMPARE(w.statusPanelText(1), u("登録モード"));
+        QCOMPARE(w.statusPanelText(3), stepping);
+
+        // Hints change panel 2 only; an unknown code changes nothing.
+        w.ShowModeStatus(54);
+        QCOMPARE(w.statusPanelText(1), u("登録モード"));
+        QCOMPARE(w.statusPanelText(2), u("削除行クリック選択。　「取り外し」ボタンで削除。　ヘルプ：F1キー"));
+        w.ShowModeStatus(13);
+        QCOMPARE(w.statusPanelText(1), u("登録モード"));
+        QCOMPARE(w.statusPanelText(2), u("削除行クリック選択。　「取り外し」ボタンで削除。　ヘルプ：F1キー"));
+
+        w.InitStatusBar();
+        QCOMPARE(w.statusPanelCount(), 2);
+        QCOMPARE(w.statusPanelText(1), QString());
+        QCOMPARE(w.StatusBar1->findChild<QLabel *>(QStringLiteral("Panel1"))->width(), w.twipsToPixels(2000));
+    }
+
+    void textSize()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        w.menuItem(QStringLiteral("m12"))->trigger();
+        QCOMPARE(w.TextFontSize, 12);
+        QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m12")});
+        w.menuItem(QStringLiteral("m9"))->trigger();
+        QCOMPARE(w.TextFontSize, 9);
+        QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m9")});
+    }
+
+    void help()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        w.HelpFile = m_dir.filePath(QStringLiteral("missing/TolvaneHelp.chm"));
+        QTest::keyClick(&w, Qt::Key_F1);
+        QCOMPARE(h.prompter.messages().size(), 1);
+        QVERIFY(h.prompter.lastMessage().text.contains(QDir::toNativeSeparators(w.HelpFile)));
+        QCOMPARE(h.prompter.lastMessage().title, kTitle);
+        QVERIFY(h.help.opened.isEmpty());
+
+        QFile f(m_dir.filePath(QStringLiteral("TolvaneHelp.chm")));
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.close();
+        w.HelpFile = f.fileName();
+        QVERIFY(clickTool(w, QStringLiteral("StartShowFile")));
+        QTest::keyClick(&w, Qt::Key_F1);
+        QCOMPARE(h.help.opened.size(), 1);
+        QCOMPARE(h.help.opened.last(), qMakePair(w.HelpFile, 10019));
+
+        w.menuItem(QStringLiteral("mHelpHelp"))->trigger();
+        QCOMPARE(h.help.opened.last().second, 0);
+        QCOMPARE(w.HelpContextID, 1000);
+    }
+
+    void splitterWidthOfTheSlipIsBounded_data()
+    {
+        QTest::addColumn<int>("dropX");
+        QTest::addColumn<int>("width");
+        QTest::newRow("too narrow") << 1500 << 2000;
+        QTest::newRow("within") << 3000 << 3000;
+        QTest::newRow("too wide") << 7000 << 6000;
+    }
+
+    void splitterWidthOfTheSlipIsBounded()
+    {
+        QFETCH(int, dropX);
+        QFETCH(int, width);
+        Harness h;
+        Form1 &w = *h.w;
+        w.LayoutState = Layout::RecordShown;
+        w.fg2->resize(w.twipsToPixels(8000), w.fg2->height());
+        w.ShowLeftPane(1);
+        w.UpdateLayout3();
+        QVERIFY(w.fg2->isVisible());
+        const QPoint target = w.fg2->mapToGlobal(QPoint(w.twipsToPixels(dropX), w.fg2->height() / 2));
+        SplitterHandle *bar = w.picDrag;
+        QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
+        QTest::mouseRelease(bar, Qt::LeftButton, {}, bar->mapFromGlobal(target));
+        QCOMPARE(w.fg2->width(), w.twipsToPixels(width));
+        QCOMPARE(w.vs->width(), w.twipsToPixels(width));
+        QCOMPARE(w.picDrag->x(), w.fg2->x() + w.fg2->width());
+    }
+};
+
+QTEST_MAIN(TestForm1)
+#include "tst_form1.moc"
