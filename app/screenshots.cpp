@@ -67,5 +67,7 @@ int main(int argc, char *argv[])
     bool ok = save(window, out, "start.png");
     window.OpenCatalog();
     ok = save(window, out, "dbuse.png") && ok;
+    window.Toolbar_ButtonClick(QStringLiteral("Search"));
+    ok = save(window, out, "search.png") && ok;
     return ok ? 0 : 1;
 }

@@ -101,10 +101,7 @@ int fillRows(ResultListModel &fs, jet::Recordset &rs, int fontSize, bool colourC
             rows.append(std::move(values));
             rs.moveNext();
         }
-        const int first = fs.appendRows(rows);
-        for (int i = 0; i < backs.size(); ++i)
-            if (backs[i].isValid())
-                fs.setCellBackColor(first + i, 1, backs[i]);
+        fs.appendRows(rows, 1, backs);
         written = int(rows.size());
     }
     if (fontSize > 0)

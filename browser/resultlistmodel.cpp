@@ -75,17 +75,20 @@ int ResultListModel::addRow()
     return row + 1;
 }
 
-int ResultListModel::appendRows(const QList<QList<QVariant>> &rows)
+int ResultListModel::appendRows(const QList<QList<QVariant>> &rows, int backColumn, const QList<QColor> &backColors)
 {
     const int first = int(m_rows.size());
     if (rows.isEmpty())
         return first + 1;
     beginInsertRows({}, first, first + int(rows.size()) - 1);
     m_rows.reserve(first + rows.size());
-    for (const QList<QVariant> &values : rows) {
+    for (qsizetype i = 0; i < rows.size(); ++i) {
+        const QList<QVariant> &values = rows[i];
         GridRow r(m_cols);
         for (int c = 0; c < m_cols && c < values.size(); ++c)
             r[c].value = values[c];
+        if (backColumn >= 0 && backColumn < m_cols && i < backColors.size())
+            r[backColumn].back = backColors[i];
         m_rows.append(std::move(r));
     }
     endInsertRows();

@@ -33,7 +33,9 @@ public:
     int addRow();
     // Appends many rows at once (each a list of cell values from column 0); returns the grid
     // row of the first. Cheaper than addRow() for long results.
-    int appendRows(const QList<QList<QVariant>> &rows);
+    // backColumn/backColors, when given, colour that column of each appended row (an invalid
+    // colour leaves the cell's default).
+    int appendRows(const QList<QList<QVariant>> &rows, int backColumn = -1, const QList<QColor> &backColors = {});
 
     // Cell access by grid row: row 0 addresses the heading. Out-of-range writes are ignored,
     // reads give a null value.

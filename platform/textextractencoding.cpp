@@ -5,6 +5,8 @@
 #include <QStringDecoder>
 
 #include <array>
+#include <climits>
+#include <optional>
 
 namespace tolvane {
 
@@ -130,6 +132,13 @@ DecodedText decodeText(const QByteArray &bytes)
         QString text = utf8.decode(bytes);
         if (!utf8.hasError())
             return {text, TextEncoding::Utf8};
+        // A file cut inside its last character is still UTF-8.
+        for (qsizetype cut = 1; cut <= 3 && cut < bytes.size(); ++cut) {
+            QStringDecoder head(QStringConverter::Utf8, QStringDecoder::Flag::Stateless);
+            QString headText = head.decode(QByteArrayView(bytes).chopped(cut));
+            if (!head.hasError() && headText.size() > 0)
+                return {headText + QChar(QChar::ReplacementCharacter), TextEncoding::Utf8};
+        }
     }
 
     static const std::array<Candidate, 2> candidates{{

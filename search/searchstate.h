@@ -1,6 +1,5 @@
-// What the searches remember between runs besides the result itself: which search ran last and
-// the panel texts to write back on return from the one-by-one display. Plain value; GUI thread
-// only.
+// What the searches remember between runs besides the result itself: the panel texts to write
+// back on return from the one-by-one display. Plain value; GUI thread only.
 #pragma once
 
 #include <QString>
@@ -12,8 +11,6 @@ enum class SearchKind { Folder, FileName, Class, Period, Keyword };
 
 struct SearchState
 {
-    // The kind of the last search.
-    SearchKind LastSearch = SearchKind::Folder;
     // The trimmed word, file-name pattern or start date of the last keyword, file-name or
     // period search.
     QString SavedSearchWord;

@@ -62,7 +62,7 @@ void FileListView::mousePressEvent(QMouseEvent *event)
     const QPoint p = event->position().toPoint();
     m_pressRow = gridRowAt(p);
     m_pressCol = columnAt(p.x());
-    emit pressed(m_pressRow, m_pressCol);
+    emit rowPressed(m_pressRow, m_pressCol);
     QTableView::mousePressEvent(event);
 }
 
@@ -70,7 +70,7 @@ void FileListView::mouseReleaseEvent(QMouseEvent *event)
 {
     QTableView::mouseReleaseEvent(event);
     if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
-        emit clicked(m_pressRow, m_pressCol);
+        emit rowClicked(m_pressRow, m_pressCol);
 }
 
 } // namespace tolvane::browser::ui

@@ -27,9 +27,9 @@ public:
 
 signals:
     // A mouse press (before the click): grid row and column under the mouse (-1 outside).
-    void pressed(int gridRow, int col);
+    void rowPressed(int gridRow, int col);
     // A click released on the list: the handler opens the file of the pressed row.
-    void clicked(int gridRow, int col);
+    void rowClicked(int gridRow, int col);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

@@ -3,7 +3,7 @@
 #include "catalog/schema.h"
 #include "platform/jet/database.h"
 
-#include <QApplication>
+#include <QHash>
 #include <QHeaderView>
 #include <QStandardItemModel>
 #include <QStyle>
@@ -15,16 +15,6 @@ namespace tolvane::browser::ui {
 namespace {
 constexpr int kOpenRole = Qt::UserRole + 1;
 
-bool isInside(const QString &child, const QString &parent)
-{
-    if (child.size() <= parent.size() || !child.startsWith(parent))
-        return false;
-    const QChar last = parent.back();
-    if (last == QLatin1Char('/') || last == QLatin1Char('\\'))
-        return true;
-    const QChar next = child.at(parent.size());
-    return next == QLatin1Char('/') || next == QLatin1Char('\\');
-}
 } // namespace
 
 FolderPanel::FolderPanel(QWidget *parent) : QTreeView(parent), m_model(new QStandardItemModel(this))
@@ -54,21 +44,28 @@ void FolderPanel::setFolders(const QStringList &paths)
     QStringList sorted = paths;
     sorted.removeDuplicates();
     std::sort(sorted.begin(), sorted.end());
-    // Sorted by text, a folder comes right after the folders that contain it; a stack of the
-    // open ancestors finds each folder's parent.
-    QList<QPair<QString, QStandardItem *>> stack;
+    // Sorted by text, a folder comes after every folder that contains it, so its nearest
+    // registered ancestor (found by cutting the path at its separators) is already placed.
+    QHash<QString, QStandardItem *> placed;
     const QIcon closed = style()->standardIcon(QStyle::SP_DirClosedIcon);
     for (const QString &path : std::as_const(sorted)) {
-        while (!stack.isEmpty() && !isInside(path, stack.back().first))
-            stack.removeLast();
+        QStandardItem *parentItem = nullptr;
+        for (qsizetype cut = path.size() - 2; cut > 0 && !parentItem; --cut) {
+            const QChar c = path.at(cut);
+            if (c != QLatin1Char('/') && c != QLatin1Char('\\'))
+                continue;
+            parentItem = placed.value(path.left(cut), nullptr);
+            if (!parentItem)
+                parentItem = placed.value(path.left(cut + 1), nullptr); // a root such as "C:\\"
+        }
         auto *item = new QStandardItem(closed, path);
         item->setData(false, kOpenRole);
         item->setToolTip(path);
-        if (stack.isEmpty())
-            m_model->appendRow(item);
+        if (parentItem)
+            parentItem->appendRow(item);
         else
-            stack.back().second->appendRow(item);
-        stack.append({path, item});
+            m_model->appendRow(item);
+        placed.insert(path, item);
     }
     expandAll();
     m_quiet = false;

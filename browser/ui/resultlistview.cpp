@@ -52,14 +52,14 @@ int ResultListView::gridRowAt(const QPoint &viewportPos) const
 void ResultListView::mousePressEvent(QMouseEvent *event)
 {
     const QPoint p = event->position().toPoint();
-    emit pressed(gridRowAt(p), columnAt(p.x()));
+    emit rowPressed(gridRowAt(p), columnAt(p.x()));
     QTableView::mousePressEvent(event);
 }
 
 void ResultListView::mouseDoubleClickEvent(QMouseEvent *event)
 {
     const QPoint p = event->position().toPoint();
-    emit doubleClicked(gridRowAt(p), columnAt(p.x()));
+    emit rowDoubleClicked(gridRowAt(p), columnAt(p.x()));
     QTableView::mouseDoubleClickEvent(event);
 }
 

@@ -22,8 +22,8 @@ public:
 
 signals:
     // A mouse press: grid row and column under the mouse (-1 outside).
-    void pressed(int gridRow, int col);
-    void doubleClicked(int gridRow, int col);
+    void rowPressed(int gridRow, int col);
+    void rowDoubleClicked(int gridRow, int col);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

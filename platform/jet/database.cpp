@@ -32,22 +32,60 @@ Status Database::create(const QString &path, const QList<TableSpec> &tables)
 QString Database::path() const { return m_engine->path(); }
 bool Database::isReadOnly() const { return m_engine->isReadOnly(); }
 QString Database::readOnlyReason() const { return m_engine->readOnlyReason(); }
-QStringList Database::tableNames() const { return m_engine->tableNames(); }
-bool Database::hasTable(const QString &name) const { return m_engine->hasTable(name); }
-Result<TableInfo> Database::tableInfo(const QString &table) const { return m_engine->tableInfo(table); }
+QStringList Database::tableNames() const
+{
+    m_engine->refreshIfChanged();
+    return m_engine->tableNames();
+}
+bool Database::hasTable(const QString &name) const
+{
+    m_engine->refreshIfChanged();
+    return m_engine->hasTable(name);
+}
+Result<TableInfo> Database::tableInfo(const QString &table) const
+{
+    m_engine->refreshIfChanged();
+    return m_engine->tableInfo(table);
+}
 
-Status Database::beginTransaction() { return m_engine->beginTransaction(); }
+Status Database::beginTransaction()
+{
+    if (Status s = m_engine->refreshIfChanged(); !s)
+        return s;
+    return m_engine->beginTransaction();
+}
 Status Database::commit() { return m_engine->commit(); }
 void Database::rollback() { m_engine->rollback(); }
 bool Database::inTransaction() const { return m_engine->inTransaction(); }
 
-Result<RowId> Database::insertRow(const QString &table, const Row &values) { return m_engine->insertRow(table, values); }
-Status Database::updateRow(const QString &table, RowId id, const Row &values) { return m_engine->updateRow(table, id, values); }
-Status Database::deleteRow(const QString &table, RowId id) { return m_engine->deleteRow(table, id); }
-Result<Row> Database::readRow(const QString &table, RowId id) const { return m_engine->readRow(table, id); }
+// Every call first picks up what another connection to the same file may have committed.
+Result<RowId> Database::insertRow(const QString &table, const Row &values)
+{
+    if (Status s = m_engine->refreshIfChanged(); !s)
+        return s;
+    return m_engine->insertRow(table, values);
+}
+Status Database::updateRow(const QString &table, RowId id, const Row &values)
+{
+    if (Status s = m_engine->refreshIfChanged(); !s)
+        return s;
+    return m_engine->updateRow(table, id, values);
+}
+Status Database::deleteRow(const QString &table, RowId id)
+{
+    if (Status s = m_engine->refreshIfChanged(); !s)
+        return s;
+    return m_engine->deleteRow(table, id);
+}
+Result<Row> Database::readRow(const QString &table, RowId id) const
+{
+    m_engine->refreshIfChanged();
+    return m_engine->readRow(table, id);
+}
 
 Status Database::scan(const QString &table, const std::function<bool(RowId, const Row &)> &visit) const
 {
+    m_engine->refreshIfChanged();
     return m_engine->scan(table, visit);
 }
 

@@ -14,6 +14,7 @@ Recordset::Recordset(Database *db, QString table, QStringList columns, QList<int
       m_rows(std::move(rows)),
       m_deleted(m_rows.size(), false)
 {
+    recomputeVisible();
     m_cur = firstVisibleFrom(0, 1);
 }
 
@@ -25,10 +26,18 @@ int Recordset::fieldIndex(const QString &name) const
     return -1;
 }
 
-bool Recordset::visible(int i) const
+void Recordset::recomputeVisible()
 {
-    if (i < 0 || i >= m_rows.size() || m_deleted.at(i))
-        return false;
+    m_visible.resize(m_rows.size());
+    m_visibleCount = 0;
+    for (int i = 0; i < m_rows.size(); ++i) {
+        m_visible[i] = !m_deleted.at(i) && passesFilter(i);
+        m_visibleCount += m_visible.at(i) ? 1 : 0;
+    }
+}
+
+bool Recordset::passesFilter(int i) const
+{
     for (int k = 0; k < m_filter.size(); ++k) {
         const int col = m_filterColumns.at(k);
         if (col < 0 || !m_filter.at(k).matches(m_rows.at(i).at(col)))
@@ -49,13 +58,7 @@ int Recordset::firstVisibleFrom(int i, int step) const
 bool Recordset::bof() const { return m_cur < 0 || recordCount() == 0; }
 bool Recordset::eof() const { return m_cur >= m_rows.size() || recordCount() == 0; }
 
-int Recordset::recordCount() const
-{
-    int n = 0;
-    for (int i = 0; i < m_rows.size(); ++i)
-        n += visible(i) ? 1 : 0;
-    return n;
-}
+int Recordset::recordCount() const { return m_visibleCount; }
 
 void Recordset::moveFirst()
 {
@@ -183,6 +186,9 @@ Status Recordset::update()
         m_ids.append(*id);
         m_rows.append(shown);
         m_deleted.append(false);
+        // A new row is shown whether or not it passes the filter, as the current row.
+        m_visible.append(true);
+        ++m_visibleCount;
         m_cur = int(m_rows.size()) - 1;
     } else {
         if (Status s = m_db->updateRow(m_table, m_ids.at(m_cur), full); !s)
@@ -215,6 +221,10 @@ Status Recordset::deleteCurrent()
     if (Status s = m_db->deleteRow(m_table, m_ids.at(m_cur)); !s)
         return s;
     m_deleted[m_cur] = true;
+    if (m_visible.at(m_cur)) {
+        m_visible[m_cur] = false;
+        --m_visibleCount;
+    }
     return Status::ok();
 }
 
@@ -225,6 +235,7 @@ void Recordset::setFilter(const QList<Condition> &conditions)
     m_filterColumns.clear();
     for (const Condition &c : conditions)
         m_filterColumns.append(fieldIndex(c.column));
+    recomputeVisible();
     m_cur = firstVisibleFrom(0, 1);
 }
 

@@ -54,12 +54,15 @@ public:
     Status deleteCurrent();
 
     // Filter: only rows satisfying every condition stay visible. An empty list removes it.
+    // Conditions name fields of this recordset; one on a column it lacks matches nothing.
     void setFilter(const QList<Condition> &conditions);
     void clearFilter() { setFilter({}); }
     bool filtered() const { return !m_filter.isEmpty(); }
 
 private:
-    bool visible(int i) const;
+    bool visible(int i) const { return i >= 0 && i < m_visible.size() && m_visible.at(i); }
+    bool passesFilter(int i) const;
+    void recomputeVisible();
     int firstVisibleFrom(int i, int step) const;
 
     Database *m_db;
@@ -75,6 +78,8 @@ private:
     bool m_editing = false;
     bool m_adding = false;
     Row m_buffer;
+    QList<bool> m_visible; // not deleted and passing the filter
+    int m_visibleCount = 0;
 };
 
 } // namespace tolvane::jet

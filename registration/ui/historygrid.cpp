@@ -41,7 +41,11 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::MouseButtonPress) {
+        if (event->type() == QEvent::Hide && watched == m_grid->view()) {
+            // The calendar belongs to the history: it goes when the grid goes.
+            if (CalendarPicker *calendar = m_grid->calendar())
+                calendar->hide();
+        } else if (event->type() == QEvent::MouseButtonPress && watched == m_grid->view()->viewport()) {
             const auto *me = static_cast<QMouseEvent *>(event);
             const QModelIndex index = m_grid->view()->indexAt(me->position().toPoint());
             m_grid->HistoryRow = index.isValid() ? index.row() : -1;
@@ -70,7 +74,9 @@ HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &p
     m_view->setSelectionBehavior(QAbstractItemView::SelectItems);
     m_view->setWordWrap(true);
     setArchive(false);
-    m_view->viewport()->installEventFilter(new PressRecorder(this));
+    auto *recorder = new PressRecorder(this);
+    m_view->viewport()->installEventFilter(recorder);
+    m_view->installEventFilter(recorder);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex &current, const QModelIndex &) {
                 currentCellChanged(current.row(), current.column());

@@ -31,6 +31,7 @@ public:
 
     QTableView *view() const { return m_view; }
     QStandardItemModel *model() const { return m_model; }
+    CalendarPicker *calendar() const { return m_calendar; }
 
     // An archive catalogue: lines cannot be edited, added or deleted.
     void setArchive(bool archive);

@@ -127,6 +127,8 @@ void SlipGrid::prepare(const QStringList &headings)
         m_model->item(r, kLabelCol)->setText(headings.at(r - 1));
     for (int c = 0; c < 3; ++c)
         m_view->setColumnWidth(c, twipsToPixels(m_view, kColumnTwips[c]));
+    // No cell is current until the user clicks one.
+    m_view->selectionModel()->clear();
     m_filling = false;
 }
 

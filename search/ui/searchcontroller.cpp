@@ -110,7 +110,6 @@ void SearchController::EnterSearchPanel(SearchKind kind)
 
 SearchController::Outcome SearchController::finishQuery(SearchKind kind, const Result<bool> &found)
 {
-    m_state.LastSearch = kind;
     if (!found || !found.value()) {
         m_resultCount = 0;
         // The narrowing box of an earlier result would narrow nothing now; the chooser of the

@@ -87,6 +87,16 @@ SearchPanel::SearchPanel(QWidget *host, QObject *parent)
     m_combo->hide();
     connect(m_combo, &QComboBox::activated, this,
             [this](int index) { emit classPicked(m_combo->itemText(index), m_combo->itemData(index)); });
+    // The controls are centred on the host's height, which the toolbar settles only when shown.
+    if (host)
+        host->installEventFilter(this);
+}
+
+bool SearchPanel::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_host && event->type() == QEvent::Resize)
+        relayout();
+    return QObject::eventFilter(watched, event);
 }
 
 QLineEdit *SearchPanel::Text1(int index) const

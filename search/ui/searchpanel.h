@@ -61,6 +61,9 @@ signals:
     // The user picked an item of Combo1 (text, the item's data value).
     void classPicked(const QString &text, const QVariant &data);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     int px(int twips) const;
     void place(QWidget *w, int leftTwips, int widthTwips);

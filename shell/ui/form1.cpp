@@ -88,6 +88,7 @@ void Form1::createControls()
     m_area = new QWidget(this);
     m_area->setObjectName(QStringLiteral("area"));
     setCentralWidget(m_area);
+    m_area->installEventFilter(this);
 
     auto table = [this](const char *name) {
         auto *t = new QTableView(m_area);
@@ -851,10 +852,12 @@ void Form1::ArrangeForLayoutState()
     }
 }
 
-void Form1::resizeEvent(QResizeEvent *event)
+bool Form1::eventFilter(QObject *watched, QEvent *event)
 {
-    QMainWindow::resizeEvent(event);
-    ArrangeForLayoutState();
+    // The panes follow the frame: a resize re-runs the current arrangement.
+    if (watched == m_area && event->type() == QEvent::Resize)
+        ArrangeForLayoutState();
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void Form1::picDragDropped(const QPoint &globalPos)

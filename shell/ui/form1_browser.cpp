@@ -69,13 +69,13 @@ void Form1::SetupBrowser()
 
     connect(panel, &browser::ui::FolderPanel::folderChosen, this,
             [this](int row, const QString &path) { SelectFolderNode(row, path); });
-    connect(frView, &browser::ui::FileListView::pressed, this, [this](int row, int col) {
+    connect(frView, &browser::ui::FileListView::rowPressed, this, [this](int row, int col) {
         CurrentResultRow = row;
         CurrentResultCol = col;
         PreviousResultRow = CurrentResultRow;
     });
-    connect(frView, &browser::ui::FileListView::clicked, this, [this](int, int) { OpenListedFile(); });
-    connect(fsView, &browser::ui::ResultListView::pressed, this, [this](int row, int col) {
+    connect(frView, &browser::ui::FileListView::rowClicked, this, [this](int, int) { OpenListedFile(); });
+    connect(fsView, &browser::ui::ResultListView::rowPressed, this, [this](int row, int col) {
         CurrentResultRow = row;
         CurrentResultCol = col;
         PreviousResultRow = CurrentResultRow;

@@ -50,7 +50,9 @@ void Form1::SetupSlip()
     // A click on a result row opens its record. The row of the click is the grid row: the
     // heading is row 0, so model row i is grid row i + 1.
     connect(fs, &QAbstractItemView::clicked, this, [this](const QModelIndex &index) {
-        if (!index.isValid())
+        // Rows of a record carry their number in column 0; the one-line "not registered" text
+        // of the folder search does not, and opens nothing.
+        if (!index.isValid() || index.sibling(index.row(), 0).data().toString().isEmpty())
             return;
         CurrentResultRow = index.row() + 1;
         CurrentResultCol = index.column();

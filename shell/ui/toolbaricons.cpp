@@ -25,7 +25,7 @@ const IconRecipe kRecipes[] = {
     {"each", "document-open", 0xff3d7ab8, "\xE6\x96\x87"},        // 文
     {"DBOpen", "document-open-data", 0xff2e8b57, "DB"},
     {"arrow", "go-previous", 0xff6a6a6a, "\xE2\x86\x90"},          // ←
-    {"addFolder", "folder-open", 0xffc68a12, "\xE2\x96\xA1"},      // □
+    {"addFolder", "folder-open", 0xffc68a12, "folder"},             // drawn: folder
     {"binoc", "edit-find", 0xff5b5ea6, ""},                        // drawn: magnifier
     {"tree", "view-list-tree", 0xff4f8a3c, "\xE2\x89\xA1"},        // ≡
     {"pic", "x-office-calendar", 0xffa0522d, "\xE6\x97\xA5"},      // 日
@@ -60,6 +60,14 @@ QPixmap drawTile(QRgb colour, const QString &glyph, int size)
     QPainterPath tile;
     tile.addRoundedRect(QRectF(1, 1, size - 2, size - 2), size / 6.0, size / 6.0);
     p.fillPath(tile, QColor::fromRgb(colour));
+    if (glyph == QStringLiteral("folder")) {
+        // A folder: a tab over a body.
+        p.setPen(Qt::NoPen);
+        p.setBrush(Qt::white);
+        p.drawRoundedRect(QRectF(size * 0.18, size * 0.26, size * 0.3, size * 0.14), size / 24.0, size / 24.0);
+        p.drawRoundedRect(QRectF(size * 0.18, size * 0.34, size * 0.64, size * 0.42), size / 16.0, size / 16.0);
+        return pm;
+    }
     if (glyph.isEmpty() || glyph == QStringLiteral("+")) {
         // A magnifying glass: a ring and a handle, with a plus for "magnify".
         const qreal r = size * 0.22;

@@ -25,6 +25,12 @@ inline std::unique_ptr<jet::Database> newCatalogue(const QString &dir, const QSt
     return db ? db.take() : nullptr;
 }
 
+inline bool setModified(const QString &path, const QDateTime &modified)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadWrite) && f.setFileTime(modified, QFileDevice::FileModificationTime);
+}
+
 // Writes a file of size bytes and sets its modification time (when valid).
 inline bool writeFile(const QString &path, qint64 size, const QDateTime &modified = {})
 {
@@ -33,15 +39,8 @@ inline bool writeFile(const QString &path, qint64 size, const QDateTime &modifie
         return false;
     if (size > 0 && f.write(QByteArray(size, 'x')) != size)
         return false;
-    if (modified.isValid() && !f.setFileTime(modified, QFileDevice::FileModificationTime))
-        return false;
-    return true;
-}
-
-inline bool setModified(const QString &path, const QDateTime &modified)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadWrite) && f.setFileTime(modified, QFileDevice::FileModificationTime);
+    f.close(); // the time is set after the data is on disk, or the flush would renew it
+    return !modified.isValid() || setModified(path, modified);
 }
 
 // Every row of table in storage order.

@@ -155,8 +155,8 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&view));
         QCOMPARE(view.columnWidth(0), twipsToPixels(&view, 1400));
 
-        QSignalSpy pressed(&view, &FileListView::pressed);
-        QSignalSpy clicked(&view, &FileListView::clicked);
+        QSignalSpy pressed(&view, &FileListView::rowPressed);
+        QSignalSpy clicked(&view, &FileListView::rowClicked);
         const QRect second = view.visualRect(fr.index(1, 0));
         QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, second.center());
         QCOMPARE(pressed.size(), 1);

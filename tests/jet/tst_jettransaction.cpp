@@ -51,6 +51,7 @@ private slots:
     void interruptedCommitIsRolledBackAtOpen();
     void tornJournalIsIgnored();
     void killedWriterLeavesWholeTransactions();
+    void twoConnectionsSeeEachOthersCommits();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -209,6 +210,24 @@ void TstJetTransaction::killedWriterLeavesWholeTransactions()
     qInfo("%d transactions survived 12 kills; %d kills left a journal to roll back", lastSeq, hotJournals);
     const QString mismatch = test::oracleMismatch(m_path);
     QVERIFY2(mismatch.isEmpty(), qPrintable(mismatch));
+}
+
+void TstJetTransaction::twoConnectionsSeeEachOthersCommits()
+{
+    auto a = Database::open(m_path);
+    auto b = Database::open(m_path);
+    QVERIFY(a && b);
+    QVERIFY((*b)->insertRow(u"Log"_s, Row{1, 1, u"from b"_s, QVariant()}));
+    QCOMPARE(sequences(**a), (QMap<int, int>{{1, 1}}));
+    QVERIFY((*a)->insertRow(u"Log"_s, Row{2, 1, u"from a"_s, QVariant()}));
+    QVERIFY((*b)->beginTransaction());
+    QVERIFY((*b)->insertRow(u"Log"_s, Row{3, 1, u"from b again"_s, QVariant()}));
+    QVERIFY((*b)->commit());
+    QCOMPARE((*a)->tableInfo(u"Log"_s)->rowCount, 3);
+    a->reset();
+    b->reset();
+    auto c = Database::open(m_path);
+    QCOMPARE(sequences(**c), (QMap<int, int>{{1, 1}, {2, 1}, {3, 1}}));
 }
 
 QTEST_GUILESS_MAIN(TstJetTransaction)

@@ -20,6 +20,8 @@
 #include <QCalendarWidget>
 #include <QComboBox>
 #include <QImage>
+#include <QLinearGradient>
+#include <QPainter>
 #include <QStandardItemModel>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -116,8 +118,23 @@ private:
         QVERIFY((*idno)->setField(QStringLiteral("hsID"), 5));
         QVERIFY((*idno)->update());
 
-        QImage image(320, 200, QImage::Format_RGB32);
-        image.fill(QColor(70, 130, 180));
+        // A small landscape: sky, hills and a sun.
+        QImage image(480, 300, QImage::Format_RGB32);
+        {
+            QPainter p(&image);
+            QLinearGradient sky(0, 0, 0, 300);
+            sky.setColorAt(0, QColor(70, 130, 180));
+            sky.setColorAt(1, QColor(200, 225, 245));
+            p.fillRect(image.rect(), sky);
+            p.setRenderHint(QPainter::Antialiasing);
+            p.setPen(Qt::NoPen);
+            p.setBrush(QColor(250, 210, 80));
+            p.drawEllipse(QPointF(370, 80), 36, 36);
+            p.setBrush(QColor(80, 140, 70));
+            p.drawEllipse(QRectF(-120, 190, 420, 240));
+            p.setBrush(QColor(60, 115, 60));
+            p.drawEllipse(QRectF(180, 210, 420, 220));
+        }
         QVERIFY(image.save(m_docs + QStringLiteral("/photo.png")));
         QVERIFY(test::writeFile(m_docs + QStringLiteral("/memo.txt"), 20, kFileDay));
         QVERIFY(test::writeFile(m_docs + QStringLiteral("/plan.p21"), 20, kFileDay));
@@ -483,6 +500,12 @@ private slots:
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
         QVERIFY(form->Calendar->isHidden());
         history->editCell(2, 2, QStringLiteral("撮影"));
+        // The calendar goes with the history grid.
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 1).center());
+        QVERIFY(!form->Calendar->isHidden());
+        vs->hide();
+        QVERIFY(form->Calendar->isHidden());
+        vs->show();
 
         // Stepping saves: the file gets a new hsID and its line.
         form->SaveRecordIfDirty();

@@ -140,6 +140,8 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QVERIFY(!h.text1(1)->isVisible());
     QVERIFY(!h.combo1()->isVisible());
     QCOMPARE(h.text1(0)->x(), h.px(2000));
+    QCOMPARE(h.text1(0)->width(), h.px(3000));
+    QCOMPARE(h.text1(0)->toolTip(), search::kWordToolTip);
     QVERIFY(!h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
 
     QTest::keyClicks(h.text1(0), u"%"_s);
@@ -185,6 +187,27 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     h.pick(search::kNoNarrowingItem);
     QCOMPARE(h.w->ResultCount, 7);
     QVERIFY(h.prompter.messages().isEmpty());
+
+    // A narrowing that leaves nothing: the notice, an empty list, and from then on every pick,
+    // the no-narrowing item included, does nothing until a new search.
+    h.text1(0)->setText(u"ab%"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.w->ResultCount, 3);
+    h.pick(kShimotsuki);
+    QCOMPARE(h.prompter.messages().size(), 1);
+    QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
+    QCOMPARE(h.prompter.lastMessage().text,
+             QStringLiteral(u"分類「霜月\u3000柊」で絞込みしましたが、該当ファイル情報はありません。\n"
+                            u"一覧表は一掃されますから、再度同一条件で検索してください。\n"
+                            u"フォルダ検索の場合は、二重検索しないよう無能化されていますから、"
+                            u"一旦別フォルダをクリックした後、戻って再度クリックしてください。"));
+    QCOMPARE(h.fs()->rows(), 1);
+    h.pick(search::kNoNarrowingItem);
+    h.pick(kMinase);
+    QCOMPARE(h.fs()->rows(), 1);
+    QCOMPARE(h.prompter.messages().size(), 1);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.w->ResultCount, 3);
 }
 
 void TestForm1Search::periodSearch()
@@ -196,7 +219,14 @@ void TestForm1Search::periodSearch()
     QCOMPARE(h.text1(0)->text(), search::kStartDateText);
     QCOMPARE(h.text1(1)->text(), search::kUntilText);
     QCOMPARE(h.text1(0)->x(), h.px(2200));
+    QCOMPARE(h.text1(0)->width(), h.px(2000));
+    QCOMPARE(h.text1(1)->x(), h.text1(0)->x() + h.text1(0)->width());
+    QCOMPARE(h.text1(1)->width(), h.px(2000));
     QVERIFY(!h.combo1()->isVisible());
+    // The dates that have files are offered as choices.
+    QCOMPARE(h.combo1()->count(), 8);
+    QCOMPARE(h.combo1()->itemText(3), u"2009/12/31"_s);
+    QVERIFY(h.text1(0)->completer() && h.text1(1)->completer());
 
     // The untouched texts are no dates: nothing is listed and nothing is said.
     QVERIFY(h.click(u"DurSeek"_s));
@@ -212,6 +242,17 @@ void TestForm1Search::periodSearch()
     QCOMPARE(h.listed(), (QStringList{u"plan_a.pdf"_s, u"O'Brien.txt"_s}));
     QCOMPARE(h.combo1()->x(), h.px(9600));
     QVERIFY(h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+
+    // Open the file of row 2 and come back: both dates are written back.
+    h.text1(0)->setText(u"--"_s);
+    QTableView *fs = h.w->fs;
+    QTest::mouseClick(fs->viewport(), Qt::LeftButton, {}, fs->visualRect(fs->model()->index(1, 2)).center());
+    QCOMPARE(h.w->CurrentFileName, u"O'Brien.txt"_s);
+    QVERIFY(h.click(u"BackTo"_s));
+    QCOMPARE(h.text1(0)->text(), u"2009/12/31"_s);
+    QCOMPARE(h.text1(1)->text(), u"2009/12/31"_s);
+    QVERIFY(h.text1(1)->isVisible());
+    QCOMPARE(h.listed(), (QStringList{u"plan_a.pdf"_s, u"O'Brien.txt"_s}));
 
     h.text1(0)->setText(u"2010/01/02"_s);
     QVERIFY(h.click(u"DurSeek"_s));
@@ -237,6 +278,12 @@ void TestForm1Search::classificationSearch()
     QCOMPARE(h.listed(), (QStringList{u"memo.txt"_s, u"plan_a.pdf"_s}));
     QCOMPARE(h.combo1()->count(), 3);
     QVERIFY(h.prompter.calls().isEmpty());
+
+    h.combo1()->setEditText(u"O'Neil"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.prompter.lastMessage().text, search::kZeroResultMessage);
+    QVERIFY(h.combo1()->isVisible());
+    QCOMPARE(h.combo1()->count(), 3);
 }
 
 void TestForm1Search::folderSearch()
@@ -255,6 +302,16 @@ void TestForm1Search::folderSearch()
 
     h.pick(kMinase);
     QCOMPARE(h.listed(), QStringList{u"memo.txt"_s});
+
+    // A folder without registered files picked in the folder panel: one explanatory row.
+    const QString other = QDir::toNativeSeparators(m_dir.path());
+    h.w->RunFolderPanelSearch(other);
+    QCOMPARE(h.fs()->rows(), 2);
+    QCOMPARE(h.fs()->text(1, 1),
+             QStringLiteral(u"フォルダ：") + other + QStringLiteral(u"\u3000内のファイル情報は登録されていません。 "));
+    h.w->RunFolderPanelSearch(m_docs);
+    QCOMPARE(h.w->ResultCount, 4);
+    QVERIFY(h.prompter.messages().isEmpty());
 }
 
 void TestForm1Search::emptyWord()
@@ -264,10 +321,17 @@ void TestForm1Search::emptyWord()
     QVERIFY(h.click(u"DBFiles"_s));
     QVERIFY(h.click(u"DurSeek"_s));
     QCOMPARE(h.prompter.messages().size(), 1);
-    QCOMPARE(h.prompter.lastMessage().text, search::kEmptyWordMessage);
+    QCOMPARE(h.prompter.lastMessage().text,
+             QStringLiteral(u"検索語句を記入して下さい。\u3000ワイルドカードは「%」を使用してください。"));
     QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
     QCOMPARE(h.prompter.lastMessage().title, u"Almaren Tolvane"_s);
 
+    // Blanks pass the check and search the empty name: nothing has it.
+    QTest::keyClicks(h.text1(0), u"  "_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.prompter.lastMessage().text, search::kZeroResultMessage);
+
+    h.text1(0)->clear();
     QTest::keyClicks(h.text1(0), u"[draft].txt"_s);
     QVERIFY(h.click(u"DurSeek"_s));
     QCOMPARE(h.listed(), QStringList{u"[draft].txt"_s});

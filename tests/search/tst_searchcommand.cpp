@@ -65,23 +65,14 @@ void TestSearchCommand::rows_data()
     QTest::addColumn<QStringList>("names");
 
     const QString minase = QStringLiteral(u"水無瀬\u3000灯");
-    QTest::newRow("keyword pattern") << QStringList{u"--keyword"_s, u"ab%"_s}
-                                     << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s};
-    QTest::newRow("keyword exact, trimmed") << QStringList{u"--keyword"_s, u" ab "_s} << QStringList{u"plan_a.pdf"_s};
-    QTest::newRow("name with apostrophe") << QStringList{u"--name"_s, u"O'Brien.txt"_s}
-                                          << QStringList{u"O'Brien.txt"_s};
-    QTest::newRow("name pattern with bracket") << QStringList{u"--name"_s, u"[draft]%"_s}
-                                               << QStringList{u"[draft].txt"_s};
-    QTest::newRow("class, by date") << QStringList{u"--class"_s, minase}
-                                    << QStringList{u"memo.txt"_s, u"plan_a.pdf"_s};
-    QTest::newRow("period inclusive") << QStringList{u"--period"_s, u"2009/12/30"_s, u"12/31/2009"_s}
-                                      << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"O'Brien.txt"_s};
+    QTest::newRow("keyword, trimmed") << QStringList{u"--keyword"_s, u" ab% "_s}
+                                      << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s};
+    QTest::newRow("period") << QStringList{u"--period"_s, u"2009/12/30"_s, u"12/31/2009"_s}
+                            << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"O'Brien.txt"_s};
     QTest::newRow("folder") << QStringList{u"--folder"_s, u"C:\\photos"_s}
                             << QStringList{u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s};
-    QTest::newRow("narrowed") << QStringList{u"--narrow"_s, minase, u"--keyword"_s, u"%"_s}
-                              << QStringList{u"plan_a.pdf"_s, u"memo.txt"_s};
-    QTest::newRow("not narrowed") << QStringList{u"--folder"_s, u"C:\\docs"_s, u"--narrow"_s, u"絞込みなし"_s}
-                                  << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s, u"scan.tif"_s};
+    QTest::newRow("narrowed, option first") << QStringList{u"--narrow"_s, minase, u"--class"_s, minase}
+                                            << QStringList{u"memo.txt"_s, u"plan_a.pdf"_s};
 }
 
 void TestSearchCommand::rows()

@@ -15,6 +15,9 @@
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
+#include <QPushButton>
+#include <QTimer>
+#include <QDialog>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTableView>
@@ -641,6 +644,35 @@ private Q_SLOTS:
         w.menuItem(QStringLiteral("mHelpHelp"))->trigger();
         QCOMPARE(h.help.opened.last().second, 0);
         QCOMPARE(w.HelpContextID, 1000);
+
+        // The read-me text sits beside the program; here there is none.
+        h.prompter.clear();
+        w.menuItem(QStringLiteral("mHelpReadMe"))->trigger();
+        QCOMPARE(h.prompter.messages().size(), 1);
+        QVERIFY(h.prompter.lastMessage().text.contains(QStringLiteral("ReadMe.txt")));
+        QVERIFY(h.help.texts.isEmpty());
+    }
+
+    void versionDialog()
+    {
+        Harness h;
+        QString caption;
+        bool sawSystemInfoButton = false;
+        QTimer::singleShot(0, this, [&] {
+            auto *dlg = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+            if (!dlg)
+                return;
+            caption = dlg->windowTitle();
+            if (auto *b = dlg->findChild<QPushButton *>(QStringLiteral("cmdSysInfo"))) {
+                sawSystemInfoButton = true;
+                b->click();
+            }
+            dlg->close();
+        });
+        h.w->menuItem(QStringLiteral("mHelpVer"))->trigger();
+        QCOMPARE(caption, u("Almaren Tolvaneのﾊﾞｰｼﾞｮﾝ情報"));
+        QVERIFY(sawSystemInfoButton);
+        QCOMPARE(h.prompter.lastMessage().text, u("現時点ではｼｽﾃﾑ情報を使用できません"));
     }
 
     void splitterWidthOfTheSlipIsBounded_data()

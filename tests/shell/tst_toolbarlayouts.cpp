@@ -87,8 +87,13 @@ private Q_SLOTS:
             QCOMPARE(recAll->enabled, !archive);
     }
 
-    void recAllIsDisabledInAnArchive()
+    void registeringIsDisabledInAnArchive()
     {
+        for (bool archive : {false, true}) {
+            QCOMPARE(find(DBUseLayout(archive), QStringLiteral("DBrec"))->enabled, !archive);
+            QCOMPARE(find(RecordLayout(archive), QStringLiteral("DBrec"))->enabled, !archive);
+        }
+
         const ToolbarLayout l = ViewerLayout(ViewerKind::Picture, Mode::Record, Layout::FolderFileShown, true);
         QVERIFY(!find(l, QStringLiteral("RecAll"))->enabled);
     }

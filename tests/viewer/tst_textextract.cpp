@@ -96,6 +96,9 @@ private slots:
             << encode("windows-31j", QStringLiteral("表示ソフト")) << QStringLiteral("表示ソフト") << TextEncoding::ShiftJis;
         QTest::newRow("euc half-width kana") << encode("EUC-JP", QStringLiteral("ﾃｷｽﾄとテキスト"))
                                              << QStringLiteral("ﾃｷｽﾄとテキスト") << TextEncoding::EucJp;
+        QTest::newRow("utf-8 cut inside the last character")
+            << kJapanese.toUtf8() + QStringLiteral("終").toUtf8().left(2) << kJapanese + QChar(QChar::ReplacementCharacter)
+            << TextEncoding::Utf8;
         QTest::newRow("latin-1") << QByteArray("caf\xE9 cr\xE8me\n") << QStringLiteral("café crème\n")
                                  << TextEncoding::Latin1;
     }

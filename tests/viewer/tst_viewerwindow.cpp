@@ -7,6 +7,7 @@
 #include "viewer/ui/pictureview.h"
 
 #include <QAction>
+#include <array>
 #include <QFile>
 #include <QImage>
 #include <QStringEncoder>
@@ -29,6 +30,46 @@ qreal sizeAt(QTextEdit *edit, int pos)
     c.setPosition(pos);
     c.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor);
     return c.charFormat().fontPointSize();
+}
+
+// An uncompressed 8-bit grey TIFF with one page per grey level (Qt writes single pages only).
+QByteArray multiPageTiff(const QList<int> &greys, int width = 40, int height = 30)
+{
+    QByteArray out("II*\0", 4);
+    const auto u16 = [&](int v) { out.append(char(v & 0xFF)).append(char((v >> 8) & 0xFF)); };
+    const auto u32 = [&](qint64 v) {
+        for (int i = 0; i < 4; ++i)
+            out.append(char((v >> (8 * i)) & 0xFF));
+    };
+    u32(0); // first IFD offset, patched below
+    qsizetype patch = 4;
+    for (const int grey : greys) {
+        const qint64 data = out.size();
+        out.append(QByteArray(width * height, char(grey)));
+        if (out.size() % 2)
+            out.append('\0');
+        const qint64 ifd = out.size();
+        for (int i = 0; i < 4; ++i)
+            out[patch + i] = char((ifd >> (8 * i)) & 0xFF);
+        const QList<std::array<qint64, 3>> entries{{256, 4, width},  {257, 4, height}, {258, 3, 8},
+                                                   {259, 3, 1},      {262, 3, 1},      {273, 4, data},
+                                                   {277, 3, 1},      {278, 4, height}, {279, 4, width * height}};
+        u16(int(entries.size()));
+        for (const auto &e : entries) {
+            u16(int(e[0]));
+            u16(int(e[1]));
+            u32(1);
+            if (e[1] == 3) {
+                u16(int(e[2]));
+                u16(0);
+            } else {
+                u32(e[2]);
+            }
+        }
+        patch = out.size();
+        u32(0); // next IFD
+    }
+    return out;
 }
 
 } // namespace
@@ -85,6 +126,7 @@ private slots:
         writeBytes(QStringLiteral("bridge.p21"), "ISO-10303-21;");
         writeBytes(QStringLiteral("photo.Jpg"), "whatever");
         writeBytes(QStringLiteral("README"), "read me");
+        writeBytes(QStringLiteral("scan3.tiff"), multiPageTiff({30, 120, 220}));
     }
 
     void init()
@@ -157,6 +199,27 @@ private slots:
         QVERIFY(!m_form->toolAction(QStringLiteral("Gnext"))->isEnabled());
         QCOMPARE(m_form->statusPanelText(2),
                  QStringLiteral("「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー　　"));
+    }
+
+    void multiPageTiffPaging()
+    {
+        show(QStringLiteral("scan3.tiff"));
+        QCOMPARE(m_form->PageCount, 3);
+        QCOMPARE(m_form->CurrentPage, 0);
+        QVERIFY(m_form->toolAction(QStringLiteral("Gprev"))->isEnabled());
+        QVERIFY(m_form->toolAction(QStringLiteral("Gnext"))->isEnabled());
+        QCOMPARE(m_form->statusPanelText(2), QStringLiteral("マルチページ：　1/3"));
+        const auto grey = [&] { return qGray(m_form->pictureView()->image().pixel(5, 5)); };
+        QCOMPARE(grey(), 30);
+        m_form->Toolbar_ButtonClick(QStringLiteral("Gnext"));
+        QCOMPARE(m_form->statusPanelText(2), QStringLiteral("マルチページ：　2/3"));
+        QCOMPARE(grey(), 120);
+        m_form->Toolbar_ButtonClick(QStringLiteral("Gprev"));
+        m_form->Toolbar_ButtonClick(QStringLiteral("Gprev")); // wraps to the last page
+        QCOMPARE(m_form->statusPanelText(2), QStringLiteral("マルチページ：　3/3"));
+        QCOMPARE(grey(), 220);
+        m_form->Toolbar_ButtonClick(QStringLiteral("Gnext"));
+        QCOMPARE(m_form->CurrentPage, 0);
     }
 
     void brokenPictureIsReported()

@@ -194,6 +194,27 @@ Status Engine::loadCatalogue()
     return Status::ok();
 }
 
+Status Engine::refreshIfChanged()
+{
+    if (m_inTransaction || m_store->dirty() || !m_store->changedOnDisk())
+        return Status::ok();
+    Result<std::unique_ptr<PageStore>> store = PageStore::open(m_store->path(), !m_readOnly);
+    if (!store)
+        return store.status();
+    std::unique_ptr<PageStore> old = std::move(m_store);
+    QList<Table> oldTables = std::move(m_tables);
+    m_store = store.take();
+    m_tables.clear();
+    Status s = checkHeader();
+    if (s)
+        s = loadCatalogue();
+    if (!s) {
+        m_store = std::move(old);
+        m_tables = std::move(oldTables);
+    }
+    return s;
+}
+
 Status Engine::reloadTables()
 {
     for (Table &t : m_tables) {

@@ -27,6 +27,10 @@ public:
     bool isReadOnly() const { return m_readOnly; }
     QString readOnlyReason() const { return m_readOnlyReason; }
 
+    // Outside a transaction, re-reads the file when another connection has written it since
+    // this one read or committed it.
+    Status refreshIfChanged();
+
     QStringList tableNames() const;
     bool hasTable(const QString &name) const;
     Result<TableInfo> tableInfo(const QString &name) const;

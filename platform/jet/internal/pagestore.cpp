@@ -2,6 +2,7 @@
 
 #include "platform/jet/internal/bytes.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -132,6 +133,14 @@ Status PageStore::recoverJournal(const QString &path, QByteArray *image, bool wr
     return Status::ok();
 }
 
+PageStore::Fingerprint PageStore::fingerprint(const QString &path)
+{
+    const QFileInfo fi(path);
+    if (!fi.exists())
+        return {};
+    return {fi.size(), fi.lastModified().toMSecsSinceEpoch(), fi.metadataChangeTime().toMSecsSinceEpoch()};
+}
+
 Result<std::unique_ptr<PageStore>> PageStore::open(const QString &path, bool writable)
 {
     QFile f(path);
@@ -153,6 +162,7 @@ Result<std::unique_ptr<PageStore>> PageStore::open(const QString &path, bool wri
                                       .arg(QDir::toNativeSeparators(path))
                                       .arg(store->m_data.size()));
     store->m_committedPages = store->pageCount();
+    store->m_fingerprint = fingerprint(path);
     return store;
 }
 
@@ -284,6 +294,7 @@ Status PageStore::commit()
     syncDirectoryOf(jpath);
     m_original.clear();
     m_committedPages = pageCount();
+    m_fingerprint = fingerprint(m_path);
     return Status::ok();
 }
 

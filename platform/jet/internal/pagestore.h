@@ -51,12 +51,25 @@ public:
     void releaseSavepoint();
     void rollbackToSavepoint();
 
+    // True when the file on disk is no longer the one this image was read from or last
+    // committed to (another connection wrote it).
+    bool changedOnDisk() const { return fingerprint(m_path) != m_fingerprint; }
+
     // Test hook: when set, commit() stops after flushing the journal and writing this many
     // pages to the database file, as a crash there would (returns IOError).
     void setCrashAfterPagesForTesting(int pages) { m_crashAfter = pages; }
 
 private:
     static constexpr int kPageBytes = 4096;
+    struct Fingerprint
+    {
+        qint64 size = -1;
+        qint64 modified = 0;
+        qint64 changed = 0;
+        bool operator==(const Fingerprint &) const = default;
+    };
+    static Fingerprint fingerprint(const QString &path);
+
     PageStore() = default;
     static Status recoverJournal(const QString &path, QByteArray *image, bool writeBack);
 
@@ -68,6 +81,7 @@ private:
     quint32 m_savepointPages = 0;
     QHash<quint32, QByteArray> m_savepointImages;
     int m_crashAfter = -1;
+    Fingerprint m_fingerprint;
 };
 
 } // namespace tolvane::jet::internal

@@ -1,0 +1,136 @@
+// The real dialogs behind the Prompter, answered the way a user would: the message box's
+// buttons, the save dialog's extension, the folder dialog and its cancel.
+#include "shell/browseforfolder.h"
+#include "shell/ui/qtprompter.h"
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
+
+using namespace tolvane;
+using namespace tolvane::shell;
+
+namespace {
+
+// Runs act on the next modal dialog of type T once it is up.
+template <class T>
+void whenModal(std::function<void(T *)> act)
+{
+    auto *timer = new QTimer;
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, act] {
+        if (auto *dlg = qobject_cast<T *>(QApplication::activeModalWidget())) {
+            timer->stop();
+            timer->deleteLater();
+            act(dlg);
+        }
+    });
+    timer->start();
+}
+
+// Types name into the file dialog's name box and accepts.
+void typeAndAccept(QFileDialog *dlg, const QString &name)
+{
+    auto *edit = dlg->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    QVERIFY(edit);
+    edit->setText(name);
+    QTest::keyClick(edit, Qt::Key_Return);
+}
+
+} // namespace
+
+class TestQtPrompter : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_dir.isValid()); }
+
+    void messageBoxAnswers_data()
+    {
+        QTest::addColumn<int>("buttons");
+        QTest::addColumn<int>("press");
+        QTest::addColumn<int>("answer");
+        QTest::newRow("ok") << int(Prompter::Buttons::Ok) << int(QMessageBox::Ok) << int(Prompter::Answer::Ok);
+        QTest::newRow("yes") << int(Prompter::Buttons::YesNo) << int(QMessageBox::Yes) << int(Prompter::Answer::Yes);
+        QTest::newRow("no") << int(Prompter::Buttons::YesNo) << int(QMessageBox::No) << int(Prompter::Answer::No);
+        QTest::newRow("cancel") << int(Prompter::Buttons::OkCancel) << int(QMessageBox::Cancel)
+                                << int(Prompter::Answer::Cancel);
+    }
+
+    void messageBoxAnswers()
+    {
+        QFETCH(int, buttons);
+        QFETCH(int, press);
+        QFETCH(int, answer);
+        QtPrompter prompter;
+        QString seenTitle, seenText;
+        QMessageBox::Icon seenIcon = QMessageBox::NoIcon;
+        whenModal<QMessageBox>([&](QMessageBox *box) {
+            seenTitle = box->windowTitle();
+            seenText = box->text();
+            seenIcon = box->icon();
+            box->button(QMessageBox::StandardButton(press))->click();
+        });
+        const auto got = prompter.message({QStringLiteral("Almaren Tolvane"), QString::fromUtf8("確認　します"),
+                                           Prompter::Icon::Question, Prompter::Buttons(buttons)});
+        QCOMPARE(int(got), answer);
+        QCOMPARE(seenTitle, QStringLiteral("Almaren Tolvane"));
+        QCOMPARE(seenText, QString::fromUtf8("確認　します"));
+        QCOMPARE(seenIcon, QMessageBox::Question);
+    }
+
+    void saveDialogAddsTheExtension_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("bare name") << QStringLiteral("書類") << QStringLiteral("書類.mdb");
+        QTest::newRow("with extension") << QStringLiteral("台帳.mdb") << QStringLiteral("台帳.mdb");
+    }
+
+    void saveDialogAddsTheExtension()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, expected);
+        QtPrompter prompter;
+        whenModal<QFileDialog>([&](QFileDialog *dlg) { typeAndAccept(dlg, typed); });
+        const QString got = prompter.saveFile(QString::fromUtf8("データベース新規作成"),
+                                              QStringLiteral("Database (*.mdb)"), m_dir.path());
+        QCOMPARE(QFileInfo(got).fileName(), expected);
+        QCOMPARE(QFileInfo(got).absolutePath(), QFileInfo(m_dir.path()).absoluteFilePath());
+    }
+
+    void folderChoiceAndCancel()
+    {
+        const QString sub = m_dir.filePath(QStringLiteral("図面"));
+        QVERIFY(QDir().mkpath(sub));
+        QtPrompter prompter;
+        whenModal<QFileDialog>([&](QFileDialog *dlg) { typeAndAccept(dlg, sub); });
+        QCOMPARE(BrowseForFolder(prompter, QString::fromUtf8("フォルダを指定してください"), m_dir.path()),
+                 QDir::toNativeSeparators(sub));
+
+        whenModal<QFileDialog>([](QFileDialog *dlg) { dlg->reject(); });
+        QCOMPARE(BrowseForFolder(prompter, QString::fromUtf8("フォルダを指定してください"), m_dir.path()),
+                 QStringLiteral("Canceled"));
+    }
+
+    void suffixOfAFilter()
+    {
+        QCOMPARE(QtPrompter::defaultSuffix(QStringLiteral("Database (*.mdb)")), QStringLiteral("mdb"));
+        QCOMPARE(QtPrompter::defaultSuffix(QStringLiteral("All files (*)")), QString());
+    }
+};
+
+QTEST_MAIN(TestQtPrompter)
+#include "tst_qtprompter.moc"
