@@ -48,7 +48,14 @@ void FileListView::setFontSize(int points)
     f.setPointSize(points);
     setFont(f);
     horizontalHeader()->setFont(f);
-    verticalHeader()->setDefaultSectionSize(QFontMetrics(f).height() + 6);
+}
+
+void FileListView::changeEvent(QEvent *event)
+{
+    QTableView::changeEvent(event);
+    // Rows have one fixed height; it follows the text size however the font was set.
+    if (event->type() == QEvent::FontChange)
+        verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
 }
 
 int FileListView::gridRowAt(const QPoint &viewportPos) const

@@ -13,6 +13,8 @@ CalendarPicker::CalendarPicker(QCalendarWidget *calendar, QObject *parent) : QOb
         m_calendar->setObjectName(QStringLiteral("Calendar"));
     m_calendar->setSelectedDate(QDate::currentDate());
     m_calendar->setGridVisible(true);
+    m_calendar->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
+    m_calendar->resize(m_calendar->sizeHint());
     m_calendar->hide();
     connect(m_calendar, &QCalendarWidget::clicked, this, &CalendarPicker::pick);
     connect(m_calendar, &QCalendarWidget::activated, this, &CalendarPicker::pick);
@@ -20,6 +22,14 @@ CalendarPicker::CalendarPicker(QCalendarWidget *calendar, QObject *parent) : QOb
 
 void CalendarPicker::showInFront()
 {
+    // Whole and inside the window, wherever the layout put it.
+    m_calendar->resize(m_calendar->sizeHint());
+    if (const QWidget *parent = m_calendar->parentWidget()) {
+        QPoint pos = m_calendar->pos();
+        pos.setX(qBound(0, pos.x(), qMax(0, parent->width() - m_calendar->width())));
+        pos.setY(qBound(0, pos.y(), qMax(0, parent->height() - m_calendar->height())));
+        m_calendar->move(pos);
+    }
     m_calendar->show();
     m_calendar->raise();
 }

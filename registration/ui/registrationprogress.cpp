@@ -37,7 +37,9 @@ Progress RegistrationProgress::callback()
         if (m_dialog->maximum() != qMax(1, total))
             m_dialog->setMaximum(qMax(1, total));
         m_dialog->setValue(qMin(done, m_dialog->maximum()));
-        QCoreApplication::processEvents();
+        // Until the dialog shows (and blocks the window), clicks must not start other commands.
+        QCoreApplication::processEvents(m_dialog->isVisible() ? QEventLoop::AllEvents
+                                                               : QEventLoop::ExcludeUserInputEvents);
         m_cancelled = m_dialog->wasCanceled();
         return !m_cancelled;
     };

@@ -26,6 +26,7 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QTreeView>
+#include <QWidgetAction>
 
 #include <algorithm>
 
@@ -231,6 +232,13 @@ void Form1::ClearToolbar()
 {
     const QList<QAction *> actions = Toolbar->actions();
     for (QAction *a : actions) {
+        // The action may be the one whose click is being handled: it goes once the click is done.
+        // Until then nothing may find it, or its button, by its key.
+        if (QWidget *w = Toolbar->widgetForAction(a))
+            w->setObjectName(QString());
+        if (auto *wa = qobject_cast<QWidgetAction *>(a); wa && wa->defaultWidget())
+            wa->defaultWidget()->setObjectName(QString());
+        a->setObjectName(QString());
         Toolbar->removeAction(a);
         a->deleteLater();
     }

@@ -20,8 +20,10 @@
 #include <QCalendarWidget>
 #include <QComboBox>
 #include <QImage>
+#include <QLineEdit>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -438,6 +440,15 @@ private slots:
         QCOMPARE(slip->cellText(7), QStringLiteral("12648447")); // &HC0FFFF
         QCOMPARE(slip->model()->item(1, 2)->background().color(), QColor(0xFF, 0xFF, 0xC0));
 
+        // Left and Right step to the previous and next record.
+        QSignalSpy steps(slip, &SlipGrid::stepRequested);
+        fg2->setCurrentIndex(fg2->model()->index(2, 2));
+        QTest::keyClick(fg2, Qt::Key_Right);
+        QTest::keyClick(fg2, Qt::Key_Left);
+        QCOMPARE(steps.size(), 2);
+        QCOMPARE(steps[0][0].toBool(), true);
+        QCOMPARE(steps[1][0].toBool(), false);
+
         // "BackTo" writes the slip back.
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
         QVERIFY(!form->SlipDirty);
@@ -546,6 +557,46 @@ private slots:
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
     }
 
+    void keywordSearchRowOpensItsRecord()
+    {
+        // The whole road through the window: search, click a row, edit, go back.
+        ScriptedPrompter prompter;
+        m_db.reset();
+        Form1 form(prompter);
+        form.resize(1200, 760);
+        form.show();
+        prompter.planOpenFile(m_catalogue);
+        form.Toolbar_ButtonClick(QStringLiteral("DBopen"));
+        QVERIFY(form.catalog().db());
+        form.Toolbar_ButtonClick(QStringLiteral("DBKeyword"));
+        auto *word = form.findChild<QLineEdit *>(QStringLiteral("Text1(0)"));
+        QVERIFY(word);
+        word->setText(QStringLiteral("%"));
+        form.Toolbar_ButtonClick(QStringLiteral("DurSeek"));
+        QAbstractItemModel *list = form.fs->model();
+        QCOMPARE(list->rowCount(), 3);
+        int photoRow = -1;
+        for (int r = 0; r < list->rowCount(); ++r)
+            if (list->index(r, 2).data().toString() == QStringLiteral("photo.png"))
+                photoRow = r;
+        QVERIFY(photoRow >= 0);
+
+        const QRect rowRect = form.fs->visualRect(list->index(photoRow, 2));
+        QTest::mouseClick(form.fs->viewport(), Qt::LeftButton, {}, rowRect.center());
+        QCOMPARE(form.LayoutState, 2);
+        QCOMPARE(form.slipGrid()->cellText(0, 1), QStringLiteral("管理票　%1/3").arg(photoRow + 1));
+        QCOMPARE(form.slipGrid()->cellText(2), QStringLiteral("photo.png"));
+        QVERIFY(!form.imk->isHidden());
+        QVERIFY(form.pictureView()->hasImage());
+
+        form.slipGrid()->editCell(4, QStringLiteral("風景 写真"));
+        form.Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QCOMPARE(storedFile(form.catalog().db(), QStringLiteral("photo.png")).kStr, QStringLiteral("風景 写真"));
+        QVERIFY(!form.fs->isHidden());
+        QCOMPARE(form.fs->model()->rowCount(), 3);
+        QVERIFY(prompter.messages().isEmpty());
+    }
+
     void screenshotOfAnOpenedRecord()
     {
         ScriptedPrompter prompter;
@@ -564,6 +615,14 @@ private slots:
             : m_dir;
         QVERIFY(QDir().mkpath(dir));
         QVERIFY(shot.save(dir + QStringLiteral("/record-slip.png")));
+
+        // The same record with a new history line whose date is being picked.
+        form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
+        QTableView *vs = form->vs;
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 4, 1).center());
+        QVERIFY(!form->Calendar->isHidden());
+        QCoreApplication::processEvents();
+        QVERIFY(form->grab().toImage().save(dir + QStringLiteral("/record-calendar.png")));
     }
 };
 
