@@ -111,8 +111,16 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
         return OpenOutcome::NotCatalog;
     }
     state.CatalogMark = ReadDbid(state);
-    if (state.CatalogMark == kOrdinaryCatalogMark)
+    if (state.CatalogMark == kOrdinaryCatalogMark) {
+        // A file that is in use elsewhere or cannot be written opens read-only; say so rather
+        // than let every later change fail unseen.
+        if (state.db()->isReadOnly())
+            prompter.inform(appTitle(),
+                            QString::fromUtf8("データベースは読み取り専用で開かれました。変更は保存できません。") +
+                                QStringLiteral("\r\n") + state.db()->readOnlyReason(),
+                            Prompter::Icon::Warning);
         return OpenOutcome::Ordinary;
+    }
     if (state.CatalogMark == kArchiveCatalogMark) {
         // An archive edition is never written: keep it open read-only.
         auto ro = jet::Database::open(state.CatalogPath, jet::Database::OpenMode::ReadOnly);

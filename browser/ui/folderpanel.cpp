@@ -25,6 +25,7 @@ FolderPanel::FolderPanel(QWidget *parent) : QTreeView(parent), m_model(new QStan
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setUniformRowHeights(true);
+    setTextElideMode(Qt::ElideMiddle); // both the drive and the folder name stay readable
     // Double click toggles a node, Left collapses and Right expands it: the tree's own keys.
     setExpandsOnDoubleClick(true);
     connect(selectionModel(), &QItemSelectionModel::currentChanged, this, &FolderPanel::onCurrentChanged);

@@ -1,6 +1,6 @@
 // Database: a Jet 4 (.mdb, Access 2000) file opened for reading and writing rows of its user
 // tables, or created anew. One object per open file; not thread-safe (use from one thread).
-// Format facts: docs/jet4-format.md.
+// Format facts and the engine's layers: docs/jet4-engine.md.
 #pragma once
 
 #include "platform/jet/query.h"
@@ -50,6 +50,9 @@ public:
     // Transactions. Without one, every write commits on its own. Nested begin is refused.
     // commit() makes all writes since begin durable at once; a crash or kill before commit()
     // returns leaves the file as it was before begin (a journal is rolled back at next open).
+    // A commit that fails (IOError) leaves the file as it was and drops the transaction's changes.
+    // Between transactions, each call first picks up what another connection to the same file
+    // has committed.
     Status beginTransaction();
     Status commit();
     void rollback();

@@ -439,6 +439,8 @@ void Form1::dispatchBackTo()
     case Mode::FolderSearch:
         SaveSlipIfDirty();
         RestoreSearchList();
+        LayoutState = Layout::Lists;
+        ShowLeftPane(0);
         UpdateLayout();
         ShowLayout(SearchListLayout(ModeNo));
         ShowModeStatus(51);
@@ -458,6 +460,7 @@ void Form1::dispatchBackTo()
         ShowLayout(SearchListLayout(ModeNo));
         RestoreSearchList();
         ShowModeStatus(51);
+        ShowLeftPane(0);
         LayoutState = Layout::SearchPanel;
         UpdateLayout5();
         break;
@@ -669,6 +672,7 @@ void Form1::EnterBinderFilesMode(int binderOperation)
 
 void Form1::OpenCatalog()
 {
+    Q_EMIT catalogAboutToClose();
     const auto outcome = catalog::OpenCatalogFile(m_prompter, m_catalog, SearchResultSet, BinderSet);
     switch (outcome) {
     case catalog::OpenOutcome::Ordinary:
@@ -686,6 +690,7 @@ void Form1::OpenCatalog()
         return;
     }
     HelpContextID = Help::CatalogOpened;
+    Q_EMIT catalogOpened();
 }
 
 void Form1::mFileDBCreate_Click()
@@ -698,6 +703,7 @@ void Form1::shutdown()
     if (m_shutDown)
         return;
     m_shutDown = true;
+    Q_EMIT catalogAboutToClose();
     catalog::CloseCatalog(m_catalog, SearchResultSet, BinderSet);
     // Every other window of the program goes with the main window.
     const QList<QWidget *> tops = QApplication::topLevelWidgets();

@@ -279,6 +279,13 @@ public:
     void SetupClasses();
     void mAidCombo_Click();
 
+Q_SIGNALS:
+    // The catalogue connection, SearchResultSet and BinderSet are about to be closed (before
+    // an open and at shutdown): drop every pointer into them.
+    void catalogAboutToClose();
+    // A catalogue was opened (ordinary or archive).
+    void catalogOpened();
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;

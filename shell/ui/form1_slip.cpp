@@ -47,6 +47,12 @@ void Form1::SetupSlip()
         if (LayoutState == Layout::RecordShown)
             Toolbar_ButtonClick(next ? QStringLiteral("Next") : QStringLiteral("Prev"));
     });
+    // Unsaved marks belong to a record of the catalogue being closed: they must not reach the
+    // current record of the next one.
+    connect(this, &Form1::catalogAboutToClose, this, [this] {
+        SlipDirty = false;
+        HistoryDirty = false;
+    });
     // A click on a result row opens its record. The row of the click is the grid row: the
     // heading is row 0, so model row i is grid row i + 1.
     connect(fs, &QAbstractItemView::clicked, this, [this](const QModelIndex &index) {

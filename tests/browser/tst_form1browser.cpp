@@ -11,6 +11,8 @@
 #include "testfolders.h"
 
 #include <QApplication>
+#include <QProgressDialog>
+#include <QTimer>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -197,6 +199,44 @@ private slots:
         QVERIFY(w.fs->isColumnHidden(5));
         w.mOptCol_Click();
         QVERIFY(!w.fs->isColumnHidden(5));
+    }
+
+    void cancelledRegistrationLeavesCatalogue()
+    {
+        const QString big = QDir::toNativeSeparators(m_tmp.path() + QStringLiteral("/big"));
+        QVERIFY(QDir().mkpath(big));
+        for (int i = 0; i < 1500; ++i)
+            QVERIFY(test::writeFile(big + QStringLiteral("/p%1.dat").arg(i), 0));
+        Harness h;
+        shell::Form1 &w = *h.w;
+        h.prompter.planOpenFile(m_mdb);
+        QVERIFY(clickTool(w, "DBopen"));
+        const auto filesBefore = test::tableRows(w.catalog().db(), catalog::kFileAtrTable).size();
+        const auto pathsBefore = test::tableRows(w.catalog().db(), catalog::kPathNameTable).size();
+        h.prompter.planFolder(big);
+        QVERIFY(clickTool(w, "DBrec"));
+        QCOMPARE(files(w)->rows(), 1501);
+
+        // The progress dialog's Cancel, pressed as soon as the work reports progress.
+        bool cancelled = false;
+        QTimer::singleShot(0, &w, [&] {
+            if (auto *dialog = w.findChild<QProgressDialog *>(QStringLiteral("RegistrationProgress"))) {
+                dialog->cancel();
+                cancelled = true;
+            }
+        });
+        h.prompter.planAnswer(Prompter::Answer::Yes);
+        QVERIFY(clickTool(w, "RecAll"));
+        QVERIFY(cancelled);
+        QCOMPARE(h.prompter.messages().size(), 1); // the confirmation only
+        QCOMPARE(test::tableRows(w.catalog().db(), catalog::kFileAtrTable).size(), filesBefore);
+        QCOMPARE(test::tableRows(w.catalog().db(), catalog::kPathNameTable).size(), pathsBefore);
+
+        // Run to the end, the same folder registers completely.
+        h.prompter.planAnswer(Prompter::Answer::Yes);
+        QVERIFY(clickTool(w, "RecAll"));
+        QCOMPARE(h.prompter.lastMessage().text, QStringLiteral("1500件のファイル情報を登録しました。"));
+        QCOMPARE(test::tableRows(w.catalog().db(), catalog::kFileAtrTable).size(), filesBefore + 1500);
     }
 };
 

@@ -149,6 +149,12 @@ QStringList tableFigures(Database &db, Engine &engine, const QString &table)
     return out;
 }
 
+// A value that makes a row grow, so that an update has to move it.
+QVariant growingValue(const ColumnInfo &c)
+{
+    return c.type == ColumnType::Text ? QVariant(QString(c.maxLength, u'長')) : QVariant(8);
+}
+
 QByteArray readAll(const QString &path)
 {
     QFile f(path);
@@ -300,28 +306,51 @@ void TstJetRead::malformedPagesNeverCrash()
     QVERIFY(writeAll(path, readAll(kSample).left(4096 * 3)));
     QVERIFY(!Database::open(path, Database::OpenMode::ReadOnly) || true);
 
-    // Random damage to data, map and tdef pages: opening and reading may fail, never crash.
+    // Random damage to data, map and tdef pages: opening, reading and writing may fail, never
+    // crash.
     const QByteArray original = readAll(kSample);
     QRandomGenerator rng(20261123);
     int failures = 0;
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 400; ++round) {
         QByteArray data = original;
         const int page = 1 + int(rng.bounded(quint32(data.size() / 4096 - 1)));
-        const int hits = 1 + int(rng.bounded(12));
-        for (int h = 0; h < hits; ++h)
-            data[page * 4096 + int(rng.bounded(4096))] = char(rng.bounded(256));
+        if (round % 10 == 0) {
+            for (int i = 0; i < 4096; ++i)
+                data[page * 4096 + i] = char(rng.bounded(256));
+        } else {
+            const int hits = 1 + int(rng.bounded(12));
+            for (int h = 0; h < hits; ++h)
+                data[page * 4096 + int(rng.bounded(4096))] = char(rng.bounded(256));
+        }
         QVERIFY(writeAll(path, data));
-        auto db = Database::open(path, Database::OpenMode::ReadOnly);
+        auto db = Database::open(path);
         if (!db) {
             ++failures;
             continue;
         }
+        // Writes run in a transaction that is rolled back: the damage is not made permanent.
+        (*db)->beginTransaction();
         for (const QString &t : (*db)->tableNames()) {
-            const Status s = (*db)->scan(t, [](RowId, const Row &) { return true; });
+            QList<RowId> ids;
+            const Status s = (*db)->scan(t, [&](RowId id, const Row &) {
+                ids << id;
+                return true;
+            });
             failures += s ? 0 : 1;
+            const TableInfo info = *(*db)->tableInfo(t);
+            Row row;
+            for (const ColumnInfo &c : info.columns)
+                row << (c.type == ColumnType::Text ? QVariant(u"fuzz"_s) : QVariant(7));
+            (*db)->insertRow(t, row);
+            if (!ids.isEmpty()) {
+                row[info.columns.size() - 1] = growingValue(info.columns.last());
+                (*db)->updateRow(t, ids.first(), row);
+                (*db)->deleteRow(t, ids.last());
+            }
         }
+        (*db)->rollback();
     }
-    qInfo("damaged copies refused or partly unreadable: %d of 300", failures);
+    qInfo("damaged copies refused or partly unreadable: %d of 400", failures);
 }
 
 void TstJetRead::oleDateConversion_data()

@@ -577,6 +577,22 @@ private Q_SLOTS:
         QVERIFY(!w.toolButton(QStringLiteral("Rec2Binder"))->isEnabled());
     }
 
+    void catalogueInUseElsewhereOpensReadOnly()
+    {
+        const QString path = makeCatalogue();
+        QFile lock(path.left(path.size() - 4) + QStringLiteral(".ldb"));
+        QVERIFY(lock.open(QIODevice::WriteOnly));
+        lock.close();
+        Harness h;
+        QVERIFY(openThroughToolbar(h, path));
+        QVERIFY(h.w->catalog().db()->isReadOnly());
+        QCOMPARE(h.prompter.messages().size(), 1);
+        QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
+        QVERIFY(h.prompter.lastMessage().text.startsWith(u("データベースは読み取り専用で開かれました。")));
+        QCOMPARE(h.w->toolbarKeys(), split("ph1 BackToStart DBrec Search"));
+        QFile::remove(lock.fileName());
+    }
+
     void statusBarForms()
     {
         Harness h;
