@@ -1,10 +1,7 @@
 // Registers a generated folder of many files into a new catalogue, then synchronises it
 // unchanged, and prints both times beside a bare directory walk with stat of the same folder.
 // Usage: bench_register [FILE_COUNT] (default 10000).
-#include "browser/filelist.h"
-#include "catalog/creation.h"
-#include "platform/jet/database.h"
-#include "registration/bulkregistration.h"
+#include <cstdio>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,14 +11,16 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
-#include <cstdio>
+#include "browser/filelist.h"
+#include "catalog/creation.h"
+#include "platform/jet/database.h"
+#include "registration/bulkregistration.h"
 
 using namespace tolvane;
 
 namespace {
 
-class YesPrompter : public Prompter
-{
+class YesPrompter : public Prompter {
 public:
     QString last;
     Answer message(const Message &m) override
@@ -118,6 +117,7 @@ int main(int argc, char *argv[])
     print("unchanged resynchronisation", sync, walk);
     std::printf("messages: %s / %s\n", firstMsg.toUtf8().constData(), prompter.last.toUtf8().constData());
     const bool ok = first.kind == registration::RegistrationOutcome::Kind::Registered && first.added == count
-        && again.kind == registration::RegistrationOutcome::Kind::Synchronised && again.added == 0 && again.deleted == 0;
+        && again.kind == registration::RegistrationOutcome::Kind::Synchronised && again.added == 0
+        && again.deleted == 0;
     return ok ? 0 : 1;
 }

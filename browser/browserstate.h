@@ -7,8 +7,7 @@
 
 namespace tolvane::browser {
 
-struct BrowserState
-{
+struct BrowserState {
     // Full path of the folder whose files `fr` shows (exactly as the folder dialog returned it),
     // or the folder of the record opened from the result list.
     QString CurrentFolder;

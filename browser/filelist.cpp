@@ -1,11 +1,11 @@
 #include "browser/filelist.h"
 
-#include "browser/bgrcolor.h"
+#include <algorithm>
 
 #include <QDir>
 #include <QFileInfo>
 
-#include <algorithm>
+#include "browser/bgrcolor.h"
 
 namespace tolvane::browser {
 
@@ -51,7 +51,7 @@ QString joinPath(const QString &folder, const QString &name)
         return folder + name;
     // Keep the folder's own separator style so the path shown to the user stays native.
     const QChar sep = folder.contains(QLatin1Char('\\')) && !folder.contains(QLatin1Char('/')) ? QLatin1Char('\\')
-                                                                                                 : QLatin1Char('/');
+                                                                                               : QLatin1Char('/');
     return folder + sep + name;
 }
 

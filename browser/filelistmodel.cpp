@@ -1,17 +1,20 @@
 #include "browser/filelistmodel.h"
 
+#include <cmath>
+
 #include <QBrush>
 #include <QLocale>
 
-#include <cmath>
-
 namespace tolvane::browser {
 
-FileListModel::FileListModel(QObject *parent) : QAbstractTableModel(parent) { }
+FileListModel::FileListModel(QObject *parent)
+    : QAbstractTableModel(parent)
+{
+}
 
 QStringList FileListModel::headings()
 {
-    return {QStringLiteral("ファイル名"), QStringLiteral("サイズﾞ KB"), QStringLiteral("更新日時")};
+    return { QStringLiteral("ファイル名"), QStringLiteral("サイズﾞ KB"), QStringLiteral("更新日時") };
 }
 
 QString FileListModel::formatSizeKB(qint64 bytes)
@@ -69,8 +72,9 @@ void FileListModel::setRowColors(int gridRow, const QColor &back, const QColor &
 {
     if (gridRow < 1 || gridRow > m_files.size())
         return;
-    m_colors[gridRow - 1] = {back, text};
-    emit dataChanged(index(gridRow - 1, 0), index(gridRow - 1, ColumnCount - 1), {Qt::BackgroundRole, Qt::ForegroundRole});
+    m_colors[gridRow - 1] = { back, text };
+    emit dataChanged(
+        index(gridRow - 1, 0), index(gridRow - 1, ColumnCount - 1), { Qt::BackgroundRole, Qt::ForegroundRole });
 }
 
 void FileListModel::clearRowColors()
@@ -78,7 +82,8 @@ void FileListModel::clearRowColors()
     if (m_files.isEmpty())
         return;
     m_colors = QList<RowColors>(m_files.size());
-    emit dataChanged(index(0, 0), index(int(m_files.size()) - 1, ColumnCount - 1), {Qt::BackgroundRole, Qt::ForegroundRole});
+    emit dataChanged(
+        index(0, 0), index(int(m_files.size()) - 1, ColumnCount - 1), { Qt::BackgroundRole, Qt::ForegroundRole });
 }
 
 QColor FileListModel::rowBackColor(int gridRow) const

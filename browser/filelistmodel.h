@@ -12,15 +12,13 @@
 
 namespace tolvane::browser {
 
-struct ListedFile
-{
-    QString name;          // as the file system gives it
-    qint64 size = -1;      // bytes; -1 when the length could not be read
-    QDateTime modified;    // invalid when the date could not be read
+struct ListedFile {
+    QString name; // as the file system gives it
+    qint64 size = -1; // bytes; -1 when the length could not be read
+    QDateTime modified; // invalid when the date could not be read
 };
 
-class FileListModel : public QAbstractTableModel
-{
+class FileListModel : public QAbstractTableModel {
     Q_OBJECT
 public:
     enum Column { NameColumn = 0, SizeColumn = 1, DateColumn = 2, ColumnCount = 3 };
@@ -59,8 +57,7 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 private:
-    struct RowColors
-    {
+    struct RowColors {
         QColor back;
         QColor text;
     };

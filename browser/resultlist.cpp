@@ -14,8 +14,12 @@ constexpr int kCatalogFieldCount = 7;
 const QStringList &CatalogHeadings()
 {
     static const QStringList headings = {
-        QStringLiteral("分類"),         QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
-        QStringLiteral("キーワード"),   QStringLiteral("ファイル所在"), QStringLiteral("History"),
+        QStringLiteral("分類"),
+        QStringLiteral("ファイル名"),
+        QStringLiteral("更新年月日"),
+        QStringLiteral("キーワード"),
+        QStringLiteral("ファイル所在"),
+        QStringLiteral("History"),
         QStringLiteral("BackCo"),
     };
     return headings;
@@ -23,8 +27,8 @@ const QStringList &CatalogHeadings()
 
 const QStringList &BinderHeadings()
 {
-    static const QStringList headings = {QStringLiteral("BinderID"), QStringLiteral("ファイル名"),
-                                         QStringLiteral("PathNameID"), QStringLiteral("DocNo")};
+    static const QStringList headings = { QStringLiteral("BinderID"), QStringLiteral("ファイル名"),
+        QStringLiteral("PathNameID"), QStringLiteral("DocNo") };
     return headings;
 }
 
@@ -73,10 +77,10 @@ void SetResultColumns(ResultListModel &fs, int variant, bool hide)
 {
     if (variant == 1) {
         fs.setColumnHidden(1, false);
-        for (int c : {5, 6, 7})
+        for (int c : { 5, 6, 7 })
             fs.setColumnHidden(c, hide);
     } else if (variant == 2) {
-        for (int c : {1, 3, 4})
+        for (int c : { 1, 3, 4 })
             fs.setColumnHidden(c, hide);
     }
 }
@@ -97,7 +101,8 @@ int fillRows(ResultListModel &fs, jet::Recordset &rs, int fontSize, bool colourC
             for (int i = 0; i < fields; ++i)
                 values[i + 1] = rs.field(i);
             if (colourClass)
-                backs.append(rs.fieldCount() >= kCatalogFieldCount ? colorFromBgrText(rs.field(6).toString()) : QColor());
+                backs.append(
+                    rs.fieldCount() >= kCatalogFieldCount ? colorFromBgrText(rs.field(6).toString()) : QColor());
             rows.append(std::move(values));
             rs.moveNext();
         }

@@ -3,11 +3,11 @@
 // view showing that model follows (browser/ui/resultlistview.h). GUI thread only.
 #pragma once
 
-#include "browser/resultlistmodel.h"
+#include <functional>
 
 #include <QStringList>
 
-#include <functional>
+#include "browser/resultlistmodel.h"
 
 namespace tolvane::jet {
 class Recordset;

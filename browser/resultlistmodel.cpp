@@ -5,7 +5,10 @@
 
 namespace tolvane::browser {
 
-ResultListModel::ResultListModel(QObject *parent) : QAbstractTableModel(parent) { }
+ResultListModel::ResultListModel(QObject *parent)
+    : QAbstractTableModel(parent)
+{
+}
 
 QString ResultListModel::displayText(const QVariant &value)
 {
@@ -116,7 +119,7 @@ void ResultListModel::setCell(int row, int col, const QVariant &value)
     if (row == 0)
         emit headerDataChanged(Qt::Horizontal, col, col);
     else
-        emit dataChanged(index(row - 1, col), index(row - 1, col), {Qt::DisplayRole, Qt::EditRole});
+        emit dataChanged(index(row - 1, col), index(row - 1, col), { Qt::DisplayRole, Qt::EditRole });
 }
 
 QVariant ResultListModel::cell(int row, int col) const
@@ -130,7 +133,7 @@ void ResultListModel::setCellBackColor(int row, int col, const QColor &color)
     if (Cell *c = cellAt(row, col)) {
         c->back = color;
         if (row > 0)
-            emit dataChanged(index(row - 1, col), index(row - 1, col), {Qt::BackgroundRole});
+            emit dataChanged(index(row - 1, col), index(row - 1, col), { Qt::BackgroundRole });
     }
 }
 
@@ -139,7 +142,7 @@ void ResultListModel::setCellTextColor(int row, int col, const QColor &color)
     if (Cell *c = cellAt(row, col)) {
         c->text = color;
         if (row > 0)
-            emit dataChanged(index(row - 1, col), index(row - 1, col), {Qt::ForegroundRole});
+            emit dataChanged(index(row - 1, col), index(row - 1, col), { Qt::ForegroundRole });
     }
 }
 

@@ -12,8 +12,7 @@
 
 namespace tolvane::browser {
 
-class ResultListModel : public QAbstractTableModel
-{
+class ResultListModel : public QAbstractTableModel {
     Q_OBJECT
 public:
     explicit ResultListModel(QObject *parent = nullptr);
@@ -64,8 +63,7 @@ signals:
     void fontSizeChanged(int points);
 
 private:
-    struct Cell
-    {
+    struct Cell {
         QVariant value;
         QColor back;
         QColor text;

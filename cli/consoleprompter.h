@@ -12,8 +12,7 @@ namespace tolvane::cli {
 void writeOut(const QString &text);
 void writeErr(const QString &text);
 
-class ConsolePrompter : public Prompter
-{
+class ConsolePrompter : public Prompter {
 public:
     // The answer of saveFile/openFile (the catalogue path given on the command line).
     void setFileAnswer(const QString &path) { m_file = path; }

@@ -1,10 +1,10 @@
 // tolvane-cli create CATALOG.mdb: the create command of the program, with its messages.
+#include <QFileInfo>
+
 #include "catalog/catalogstate.h"
 #include "catalog/lifecycle.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
-
-#include <QFileInfo>
 
 namespace tolvane::cli {
 

@@ -1,13 +1,13 @@
 // tolvane-cli dump CATALOG.mdb TABLE: every row of TABLE in storage order, one line each, values
 // separated by tabs; dates as yyyy-mm-dd HH:MM:SS, nulls empty. A tab, line break or backslash
 // inside a text is written as \t, \n, \r or \\ so that each row stays one line.
-#include "cli/commands.h"
-#include "cli/consoleprompter.h"
-#include "platform/jet/database.h"
+#include <cstdio>
 
 #include <QDateTime>
 
-#include <cstdio>
+#include "cli/commands.h"
+#include "cli/consoleprompter.h"
+#include "platform/jet/database.h"
 
 namespace tolvane::cli {
 

@@ -1,8 +1,8 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search).
+#include <QCoreApplication>
+
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
-
-#include <QCoreApplication>
 
 namespace {
 int usage()

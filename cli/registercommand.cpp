@@ -1,14 +1,14 @@
 // tolvane-cli register CATALOG.mdb FOLDER: opens the catalogue as the program does, lists FOLDER
 // as the file list would, and runs the bulk registration on it with the confirmation answered Yes.
+#include <QDir>
+#include <QFileInfo>
+
 #include "browser/filelist.h"
 #include "catalog/catalogstate.h"
 #include "catalog/lifecycle.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "registration/bulkregistration.h"
-
-#include <QDir>
-#include <QFileInfo>
 
 namespace tolvane::cli {
 

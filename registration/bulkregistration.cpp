@@ -10,8 +10,7 @@ constexpr int kRecordMode = 2;
 
 // Runs body inside one catalogue transaction: committed when body succeeds, rolled back when it
 // fails, so that a failed or stopped command leaves the catalogue as it was.
-template <class Body>
-Status inTransaction(jet::Database *db, Body body)
+template <class Body> Status inTransaction(jet::Database *db, Body body)
 {
     const bool own = !db->inTransaction();
     if (own) {
@@ -52,18 +51,18 @@ QString emptyListMessage()
 QString confirmRegistrationMessage()
 {
     const QString crlf = QStringLiteral("\r\n");
-    return QStringLiteral("表示中の全ファイル情報をデータベースに登録します。") + crlf +
-           QStringLiteral("登録済みファイルは二重登録しません。　追加ファイルはデータベースに追加登録し、"
-                          "削除ファイルは登録から抹消します。") +
-           crlf + QStringLiteral("データベースのファイル更新年月日は最新日付に訂正します。") + crlf +
-           QStringLiteral("実行しますか？");
+    return QStringLiteral("表示中の全ファイル情報をデータベースに登録します。") + crlf
+        + QStringLiteral("登録済みファイルは二重登録しません。　追加ファイルはデータベースに追加登録し、"
+                         "削除ファイルは登録から抹消します。")
+        + crlf + QStringLiteral("データベースのファイル更新年月日は最新日付に訂正します。") + crlf
+        + QStringLiteral("実行しますか？");
 }
 
 QString synchronisedMessage(int deleted, int added, int dateFixed)
 {
-    return QStringLiteral("全ファイル登録済みです。 削除ファイル数：") + QString::number(deleted) +
-           QStringLiteral("　追加ファイル数：") + QString::number(added) + QStringLiteral("　日付訂正数：") +
-           QString::number(dateFixed);
+    return QStringLiteral("全ファイル登録済みです。 削除ファイル数：") + QString::number(deleted)
+        + QStringLiteral("　追加ファイル数：") + QString::number(added) + QStringLiteral("　日付訂正数：")
+        + QString::number(dateFixed);
 }
 
 QString registeredMessage(int added)
@@ -82,7 +81,7 @@ QString registrationFailedMessage()
 }
 
 RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, const QString &CurrentFolder,
-                                        const QStringList &names, int &ModeNo, const Progress &progress)
+    const QStringList &names, int &ModeNo, const Progress &progress)
 {
     RegistrationOutcome out;
     ModeNo = kRecordMode;
@@ -91,8 +90,8 @@ RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, c
         out.kind = RegistrationOutcome::Kind::Refused;
         return out;
     }
-    const Prompter::Answer answer =
-        prompter.message({appTitle(), confirmRegistrationMessage(), Prompter::Icon::Question, Prompter::Buttons::YesNo});
+    const Prompter::Answer answer = prompter.message(
+        { appTitle(), confirmRegistrationMessage(), Prompter::Icon::Question, Prompter::Buttons::YesNo });
     if (answer != Prompter::Answer::Yes) {
         out.kind = RegistrationOutcome::Kind::Declined;
         return out;
@@ -115,7 +114,7 @@ RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, c
                 return error;
             int DateFixCount = 0;
             out.added = AddNewFiles(db, CurrentFolder, out.pnID, names, DateFixCount, &error,
-                                    part(progress, listed / 4 + 1, listed, total));
+                part(progress, listed / 4 + 1, listed, total));
             out.dateFixed = DateFixCount;
             return error;
         });
@@ -130,8 +129,8 @@ RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, c
             return out;
         }
         out.kind = RegistrationOutcome::Kind::Synchronised;
-        prompter.inform(appTitle(), synchronisedMessage(out.deleted, out.added, out.dateFixed),
-                        Prompter::Icon::Information);
+        prompter.inform(
+            appTitle(), synchronisedMessage(out.deleted, out.added, out.dateFixed), Prompter::Icon::Information);
         return out;
     }
 
@@ -150,7 +149,8 @@ RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, c
             return error;
         }
         int DateFixCount = 0;
-        out.added = AddNewFiles(db, CurrentFolder, pnID, names, DateFixCount, &error, part(progress, 0, listed, listed));
+        out.added
+            = AddNewFiles(db, CurrentFolder, pnID, names, DateFixCount, &error, part(progress, 0, listed, listed));
         return error;
     });
     if (!st) {

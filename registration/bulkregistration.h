@@ -10,15 +10,14 @@
 
 namespace tolvane::registration {
 
-struct RegistrationOutcome
-{
+struct RegistrationOutcome {
     enum class Kind {
-        Refused,      // the list was empty
-        Declined,     // the confirmation was not answered Yes
-        Registered,   // a new folder and its files were registered
+        Refused, // the list was empty
+        Declined, // the confirmation was not answered Yes
+        Registered, // a new folder and its files were registered
         Synchronised, // a registered folder was synchronised
-        Failed,       // a step failed; the catalogue was left unchanged
-        Cancelled,    // stopped through the progress callback; the catalogue was left unchanged
+        Failed, // a step failed; the catalogue was left unchanged
+        Cancelled, // stopped through the progress callback; the catalogue was left unchanged
     };
     Kind kind = Kind::Refused;
     int pnID = -1;
@@ -42,6 +41,6 @@ QString registrationFailedMessage();
 // "Almaren Tolvane". Sets ModeNo to 2. The list is the truth about the folder's contents; only
 // the files' dates are read from the disk.
 RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, const QString &CurrentFolder,
-                                        const QStringList &names, int &ModeNo, const Progress &progress = {});
+    const QStringList &names, int &ModeNo, const Progress &progress = {});
 
 } // namespace tolvane::registration

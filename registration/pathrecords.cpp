@@ -1,11 +1,11 @@
 #include "registration/pathrecords.h"
 
+#include <QFileInfo>
+#include <QHash>
+
 #include "browser/filelist.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
-
-#include <QFileInfo>
-#include <QHash>
 
 namespace tolvane::registration {
 
@@ -41,7 +41,7 @@ QString GetPathName(jet::Database *db, int pnID)
     if (!db)
         return kNoPathName;
     auto rs = db->select(jet::Query(kPathNameTable)
-                             .select({QStringLiteral("pnID"), QStringLiteral("pName")})
+                             .select({ QStringLiteral("pnID"), QStringLiteral("pName") })
                              .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
     if (!rs || (*rs)->bof())
         return kNoPathName;
@@ -84,8 +84,7 @@ jet::Row newFileRow(const QString &name, int pnID, const QDateTime &day)
 }
 
 // A registered file's row as read once for the in-memory matching.
-struct FolderRow
-{
+struct FolderRow {
     jet::RowId id;
     jet::Row values;
 };
@@ -101,7 +100,7 @@ Result<QList<FolderRow>> readFolderRows(jet::Database *db, int pnID)
     QList<FolderRow> rows;
     const Status st = db->scan(kFileAtrTable, [&](jet::RowId id, const jet::Row &row) {
         if (row.size() == FileAtrFieldCount && row[FPnID].isValid() && row[FPnID].toInt() == pnID)
-            rows.append({id, row});
+            rows.append({ id, row });
         return true;
     });
     if (!st)
@@ -147,7 +146,7 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name)
 }
 
 int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
-                Status *error, const Progress &progress)
+    Status *error, const Progress &progress)
 {
     auto fail = [&](Status st) {
         if (error)
@@ -200,7 +199,7 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
             fail(id.status());
             return added;
         }
-        rows.append({id.value(), values});
+        rows.append({ id.value(), values });
         byName.insert(key, int(rows.size()) - 1);
         ++added;
     }

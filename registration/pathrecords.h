@@ -4,15 +4,15 @@
 // so names with apostrophes or Japanese text need no care. GUI thread only (one Database).
 #pragma once
 
-#include "browser/browserstate.h"
-#include "platform/jet/database.h"
-#include "platform/status.h"
+#include <functional>
 
 #include <QDateTime>
 #include <QSet>
 #include <QStringList>
 
-#include <functional>
+#include "browser/browserstate.h"
+#include "platform/jet/database.h"
+#include "platform/status.h"
 
 namespace tolvane::jet {
 class Recordset;
@@ -21,7 +21,16 @@ class Recordset;
 namespace tolvane::registration {
 
 // Field positions of a FILE_ATR row.
-enum FileAtrField { FClass = 0, FName = 1, FDate = 2, FKStr = 3, FPnID = 4, FHsID = 5, FBackC = 6, FileAtrFieldCount = 7 };
+enum FileAtrField {
+    FClass = 0,
+    FName = 1,
+    FDate = 2,
+    FKStr = 3,
+    FPnID = 4,
+    FHsID = 5,
+    FBackC = 6,
+    FileAtrFieldCount = 7
+};
 // Field positions of a PATH_NAME row.
 enum PathNameField { PPnID = 0, PName = 1 };
 
@@ -59,12 +68,12 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name);
 // Returns the number of rows added; on failure (or a stop by progress) the count reached so far,
 // with error set. Runs inside the caller's transaction when one is open.
 int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
-                Status *error = nullptr, const Progress &progress = {});
+    Status *error = nullptr, const Progress &progress = {});
 
 // Deletes every FILE_ATR row of pnID whose fName is not in names. Returns the number deleted;
 // on failure the count reached so far, with error set.
-int DeleteMissingFiles(jet::Database *db, int pnID, const QStringList &names, Status *error = nullptr,
-                       const Progress &progress = {});
+int DeleteMissingFiles(
+    jet::Database *db, int pnID, const QStringList &names, Status *error = nullptr, const Progress &progress = {});
 
 // From the current record of a result recordset with the FILE_ATR fields: CurrentFileName =
 // fName, CurrentFileDate = fDate as "yyyy-mm-dd" and, unless inFolderSearch (whose folder is

@@ -12,7 +12,9 @@ int twipsToPixels(const QWidget *widget, int twips)
     return qRound(twips * dpi / 1440.0);
 }
 
-FileListView::FileListView(FileListModel *model, QWidget *parent) : QTableView(parent), m_model(model)
+FileListView::FileListView(FileListModel *model, QWidget *parent)
+    : QTableView(parent)
+    , m_model(model)
 {
     setObjectName(QStringLiteral("fr"));
     setModel(model);

@@ -2,14 +2,13 @@
 // row, the size column right-aligned, mouse presses reported as grid rows. GUI thread only.
 #pragma once
 
-#include "browser/filelistmodel.h"
-
 #include <QTableView>
+
+#include "browser/filelistmodel.h"
 
 namespace tolvane::browser::ui {
 
-class FileListView : public QTableView
-{
+class FileListView : public QTableView {
     Q_OBJECT
 public:
     // The view does not own model; model must outlive it.

@@ -1,14 +1,14 @@
 #include "browser/ui/folderpanel.h"
 
-#include "catalog/schema.h"
-#include "platform/jet/database.h"
+#include <algorithm>
 
 #include <QHash>
 #include <QHeaderView>
 #include <QStandardItemModel>
 #include <QStyle>
 
-#include <algorithm>
+#include "catalog/schema.h"
+#include "platform/jet/database.h"
 
 namespace tolvane::browser::ui {
 
@@ -17,7 +17,9 @@ constexpr int kOpenRole = Qt::UserRole + 1;
 
 } // namespace
 
-FolderPanel::FolderPanel(QWidget *parent) : QTreeView(parent), m_model(new QStandardItemModel(this))
+FolderPanel::FolderPanel(QWidget *parent)
+    : QTreeView(parent)
+    , m_model(new QStandardItemModel(this))
 {
     setObjectName(QStringLiteral("fg"));
     setModel(m_model);

@@ -17,8 +17,7 @@ class Database;
 
 namespace tolvane::browser::ui {
 
-class FolderPanel : public QTreeView
-{
+class FolderPanel : public QTreeView {
     Q_OBJECT
 public:
     explicit FolderPanel(QWidget *parent = nullptr);

@@ -5,7 +5,9 @@
 
 namespace tolvane::browser::ui {
 
-ResultListView::ResultListView(ResultListModel *model, QWidget *parent) : QTableView(parent), m_model(model)
+ResultListView::ResultListView(ResultListModel *model, QWidget *parent)
+    : QTableView(parent)
+    , m_model(model)
 {
     setObjectName(QStringLiteral("fs"));
     setModel(model);
@@ -18,7 +20,7 @@ ResultListView::ResultListView(ResultListModel *model, QWidget *parent) : QTable
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setWordWrap(false);
     connect(model, &ResultListModel::columnHiddenChanged, this,
-            [this](int col, bool hidden) { setColumnHidden(col, hidden); });
+        [this](int col, bool hidden) { setColumnHidden(col, hidden); });
     connect(model, &ResultListModel::fontSizeChanged, this, &ResultListView::applyFontSize);
     // Columns coming back after a reset take the model's visibility again.
     connect(model, &QAbstractItemModel::columnsInserted, this, &ResultListView::syncColumns);

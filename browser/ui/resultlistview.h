@@ -2,14 +2,13 @@
 // columns and text size, reports the row and column of each mouse press. GUI thread only.
 #pragma once
 
-#include "browser/resultlistmodel.h"
-
 #include <QTableView>
+
+#include "browser/resultlistmodel.h"
 
 namespace tolvane::browser::ui {
 
-class ResultListView : public QTableView
-{
+class ResultListView : public QTableView {
     Q_OBJECT
 public:
     // The view does not own model; model must outlive it.

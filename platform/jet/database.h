@@ -53,6 +53,7 @@ public:
     // A commit that fails (IOError) leaves the file as it was and drops the transaction's changes.
     // Between transactions, each call first picks up what another connection to the same file
     // has committed.
+    // Destroying the Database with a transaction open drops that transaction.
     Status beginTransaction();
     Status commit();
     void rollback();

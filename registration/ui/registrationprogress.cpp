@@ -1,13 +1,17 @@
 #include "registration/ui/registrationprogress.h"
 
-#include "platform/apptitle.h"
-
 #include <QCoreApplication>
 #include <QProgressDialog>
 
+#include "platform/apptitle.h"
+
 namespace tolvane::registration::ui {
 
-RegistrationProgress::RegistrationProgress(QWidget *parent, int fileCount) : m_parent(parent), m_fileCount(fileCount) { }
+RegistrationProgress::RegistrationProgress(QWidget *parent, int fileCount)
+    : m_parent(parent)
+    , m_fileCount(fileCount)
+{
+}
 
 void RegistrationProgress::createDialog()
 {
@@ -38,8 +42,8 @@ Progress RegistrationProgress::callback()
             m_dialog->setMaximum(qMax(1, total));
         m_dialog->setValue(qMin(done, m_dialog->maximum()));
         // Until the dialog shows (and blocks the window), clicks must not start other commands.
-        QCoreApplication::processEvents(m_dialog->isVisible() ? QEventLoop::AllEvents
-                                                               : QEventLoop::ExcludeUserInputEvents);
+        QCoreApplication::processEvents(
+            m_dialog->isVisible() ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
         m_cancelled = m_dialog->wasCanceled();
         return !m_cancelled;
     };

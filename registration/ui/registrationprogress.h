@@ -3,17 +3,16 @@
 // GUI thread only.
 #pragma once
 
-#include "registration/pathrecords.h"
-
 #include <memory>
+
+#include "registration/pathrecords.h"
 
 class QProgressDialog;
 class QWidget;
 
 namespace tolvane::registration::ui {
 
-class RegistrationProgress
-{
+class RegistrationProgress {
 public:
     // fileCount: the number of listed files, shown in the label.
     RegistrationProgress(QWidget *parent, int fileCount);

@@ -5,18 +5,17 @@
 // as stored, which is what the folder search looks up. It is filled when the folder search is
 // entered (FillFolderPanel) and emptied when a file-display or registration mode is entered
 // (InitControls), so a click on a node in the folder search searches that folder.
-#include "shell/ui/form1.h"
+#include <QTableView>
+#include <QTreeView>
 
 #include "browser/filelist.h"
 #include "browser/resultlist.h"
-#include "browser/ui/folderpanel.h"
 #include "browser/ui/filelistview.h"
+#include "browser/ui/folderpanel.h"
 #include "browser/ui/resultlistview.h"
 #include "platform/apptitle.h"
 #include "shell/modes.h"
-
-#include <QTableView>
-#include <QTreeView>
+#include "shell/ui/form1.h"
 
 namespace tolvane::shell {
 
@@ -30,6 +29,10 @@ constexpr int kFileShowEmptyStatus = 1;
 constexpr int kResultListPanel = 11;
 constexpr int kBinderColumns = 2;
 constexpr int kCatalogColumns = 1;
+// A file shown from the list always gets the viewer's buttons built, whatever its kind: with
+// kind 0 remembered, a first file of an unknown type would keep the mode's toolbar, and with it
+// the folder's registration button ("RecAll") out of reach.
+constexpr int kNoViewerButtons = -1;
 
 browser::FileListModel *frModel(QTableView *fr)
 {
@@ -42,8 +45,7 @@ browser::ResultListModel *fsModel(QTableView *fs)
 }
 
 // Puts replacement in the place of the placeholder control made by the shell.
-template <class W>
-W *replaceControl(QWidget *placeholder, W *replacement)
+template <class W> W *replaceControl(QWidget *placeholder, W *replacement)
 {
     replacement->setGeometry(placeholder->geometry());
     replacement->setVisible(!placeholder->isHidden());
@@ -68,7 +70,7 @@ void Form1::SetupBrowser()
     CatalogHeadings = browser::CatalogHeadings();
 
     connect(panel, &browser::ui::FolderPanel::folderChosen, this,
-            [this](int row, const QString &path) { SelectFolderNode(row, path); });
+        [this](int row, const QString &path) { SelectFolderNode(row, path); });
     connect(frView, &browser::ui::FileListView::rowPressed, this, [this](int row, int col) {
         CurrentResultRow = row;
         CurrentResultCol = col;
@@ -188,7 +190,7 @@ void Form1::OpenListedFile()
     PreviousResultRow = 0;
     PutGreen_frList();
     PreviousResultRow = previous;
-    ViewerToolbarKind = 0;
+    ViewerToolbarKind = kNoViewerButtons;
     DispFR();
     ShowModeStatus(kFileShownStatus);
     HelpContextID = kShownFileHelp;
@@ -212,7 +214,7 @@ void Form1::ShowFirstFile()
     PreviousResultRow = 0;
     PutGreen_frList();
     PreviousResultRow = CurrentResultRow;
-    ViewerToolbarKind = 0;
+    ViewerToolbarKind = kNoViewerButtons;
     DispFR();
     ShowModeStatus(kFileShownStatus);
     HelpContextID = Help::FileShow;

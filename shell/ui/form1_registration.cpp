@@ -1,17 +1,14 @@
 // Form1: registration handlers.
-#include "shell/ui/form1.h"
+#include <QTableView>
 
 #include "browser/filelistmodel.h"
 #include "registration/bulkregistration.h"
 #include "registration/ui/registrationprogress.h"
-
-#include <QTableView>
+#include "shell/ui/form1.h"
 
 namespace tolvane::shell {
 
-void Form1::SetupRegistration()
-{
-}
+void Form1::SetupRegistration() { }
 
 // "RecAll": registers (or synchronises) the files of the shown folder. The list fr is the truth
 // about the folder's contents; nothing on screen changes afterwards.

@@ -202,12 +202,11 @@ void Form1::SaveHistory()
         HistoryDirty = false;
 }
 
-// Saves the slip fields when SlipDirty (before the record is left).
+// Before the record is left for the list: the slip fields when SlipDirty, and the history
+// lines as well, so that going back never drops lines the user has typed.
 void Form1::SaveSlipIfDirty()
 {
-    if (SlipDirty)
-        SaveSlipFields();
-    SlipDirty = false;
+    SaveRecordIfDirty();
 }
 
 // Before stepping to another record: the slip fields and the history lines.

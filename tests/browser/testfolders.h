@@ -2,15 +2,15 @@
 // with chosen sizes and modification times, and reading a table back.
 #pragma once
 
-#include "catalog/creation.h"
-#include "platform/jet/database.h"
+#include <memory>
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QTest>
 
-#include <memory>
+#include "catalog/creation.h"
+#include "platform/jet/database.h"
 
 namespace tolvane::test {
 

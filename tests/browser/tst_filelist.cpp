@@ -1,20 +1,19 @@
 // The file list `fr` on real folders: rows, the size and date columns, the current file and
 // its highlight, and the view's row reporting.
-#include "browser/filelist.h"
-#include "browser/ui/filelistview.h"
-#include "testfolders.h"
-
 #include <QHeaderView>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "browser/filelist.h"
+#include "browser/ui/filelistview.h"
+#include "testfolders.h"
+
 using namespace tolvane;
 using namespace tolvane::browser;
 using namespace tolvane::browser::ui;
 
-class TestFileList : public QObject
-{
+class TestFileList : public QObject {
     Q_OBJECT
 
 private:
@@ -83,17 +82,17 @@ private slots:
     {
         const QString dir = folder("docs");
         const QDateTime when(QDate(2020, 2, 29), QTime(12, 0));
-        for (const char *n : {"b.txt", "A.txt", "c d.txt", "報告書.doc", "O'Neil.doc", ".hidden"})
+        for (const char *n : { "b.txt", "A.txt", "c d.txt", "報告書.doc", "O'Neil.doc", ".hidden" })
             QVERIFY(test::writeFile(dir + QLatin1Char('/') + QString::fromUtf8(n), 1, when));
         FileListModel fr;
         QCOMPARE(ListFolderFiles(fr, dir), 6);
         QCOMPARE(fr.names(),
-                 QStringList({QStringLiteral(".hidden"), QStringLiteral("A.txt"), QStringLiteral("b.txt"),
-                              QStringLiteral("c d.txt"), QStringLiteral("O'Neil.doc"), QStringLiteral("報告書.doc")}));
+            QStringList({ QStringLiteral(".hidden"), QStringLiteral("A.txt"), QStringLiteral("b.txt"),
+                QStringLiteral("c d.txt"), QStringLiteral("O'Neil.doc"), QStringLiteral("報告書.doc") }));
 
         BrowserState state;
         state.CurrentFolder = dir;
-        for (int row : {0, -1, 7}) {
+        for (int row : { 0, -1, 7 }) {
             state.CurrentResultRow = row;
             TakeCurrentFile(fr, state);
             QCOMPARE(state.CurrentFileName, QString());
@@ -118,8 +117,12 @@ private slots:
         FileListModel fr;
         ListFolderFiles(fr, dir);
         BrowserState state;
-        auto back = [&](int gridRow) { return fr.data(fr.index(gridRow - 1, 2), Qt::BackgroundRole).value<QBrush>().color(); };
-        auto text = [&](int gridRow) { return fr.data(fr.index(gridRow - 1, 0), Qt::ForegroundRole).value<QBrush>().color(); };
+        auto back = [&](int gridRow) {
+            return fr.data(fr.index(gridRow - 1, 2), Qt::BackgroundRole).value<QBrush>().color();
+        };
+        auto text = [&](int gridRow) {
+            return fr.data(fr.index(gridRow - 1, 0), Qt::ForegroundRole).value<QBrush>().color();
+        };
 
         state.PreviousResultRow = 0;
         state.CurrentResultRow = 2;

@@ -1,6 +1,14 @@
 // The main window offscreen with a scripted prompter: a folder chosen and listed in fr, its
 // files shown and stepped through with the highlight following, registration from the toolbar,
 // and the folder search over the registered folders of fg.
+#include <QApplication>
+#include <QProgressDialog>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
 #include "browser/filelistmodel.h"
 #include "browser/resultlistmodel.h"
 #include "browser/ui/folderpanel.h"
@@ -10,21 +18,12 @@
 #include "support/scriptedprompter.h"
 #include "testfolders.h"
 
-#include <QApplication>
-#include <QProgressDialog>
-#include <QTimer>
-#include <QTableView>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QToolButton>
-
 using namespace tolvane;
 using tolvane::test::ScriptedPrompter;
 
 namespace {
 
-class NoHelp : public shell::HelpLauncher
-{
+class NoHelp : public shell::HelpLauncher {
 public:
     bool showHelp(const QString &, int) override { return true; }
     bool showText(const QString &) override { return true; }
@@ -61,8 +60,7 @@ bool isGreen(shell::Form1 &w, int gridRow)
 
 } // namespace
 
-class TestForm1Browser : public QObject
-{
+class TestForm1Browser : public QObject {
     Q_OBJECT
 
 private:
@@ -70,8 +68,7 @@ private:
     QString m_docs;
     QString m_mdb;
 
-    struct Harness
-    {
+    struct Harness {
         ScriptedPrompter prompter;
         NoHelp help;
         std::unique_ptr<shell::Form1> w;
@@ -91,7 +88,7 @@ private slots:
         m_docs = QDir::toNativeSeparators(m_tmp.path() + QStringLiteral("/書類"));
         QVERIFY(QDir().mkpath(m_docs));
         const QDateTime when(QDate(2024, 2, 3), QTime(4, 5, 6));
-        for (const char *n : {"a.txt", "b.txt", "c.txt"})
+        for (const char *n : { "a.txt", "b.txt", "c.txt" })
             QVERIFY(test::writeFile(m_docs + QLatin1Char('/') + QString::fromLatin1(n), 2048, when));
         QVERIFY(test::newCatalogue(m_tmp.path(), QStringLiteral("台帳")));
         m_mdb = m_tmp.path() + QStringLiteral("/台帳.mdb");
@@ -109,7 +106,8 @@ private slots:
         QVERIFY(clickTool(w, "View"));
         QCOMPARE(w.CurrentFolder, m_docs);
         QCOMPARE(w.LastChosenFolder, m_docs);
-        QCOMPARE(files(w)->names(), QStringList({QStringLiteral("a.txt"), QStringLiteral("b.txt"), QStringLiteral("c.txt")}));
+        QCOMPARE(files(w)->names(),
+            QStringList({ QStringLiteral("a.txt"), QStringLiteral("b.txt"), QStringLiteral("c.txt") }));
         QCOMPARE(w.fr->model()->data(w.fr->model()->index(0, 1)).toString(), QStringLiteral("2"));
         // The first file is shown and marked.
         QCOMPARE(w.CurrentResultRow, 1);
@@ -182,7 +180,7 @@ private slots:
         w.EnterFolderSearchMode();
         auto *panel = qobject_cast<browser::ui::FolderPanel *>(w.fg);
         QVERIFY(panel);
-        QCOMPARE(panel->folderPaths(), QStringList({m_docs, sub}));
+        QCOMPARE(panel->folderPaths(), QStringList({ m_docs, sub }));
         QVERIFY(panel->isOpenPicture(0));
         auto *results = qobject_cast<browser::ResultListModel *>(w.fs->model());
         QVERIFY(results);
@@ -219,12 +217,16 @@ private slots:
 
         // The progress dialog's Cancel, pressed as soon as the work reports progress.
         bool cancelled = false;
-        QTimer::singleShot(0, &w, [&] {
+        QTimer poll;
+        poll.setInterval(0);
+        QObject::connect(&poll, &QTimer::timeout, &w, [&] {
             if (auto *dialog = w.findChild<QProgressDialog *>(QStringLiteral("RegistrationProgress"))) {
                 dialog->cancel();
                 cancelled = true;
+                poll.stop();
             }
         });
+        poll.start();
         h.prompter.planAnswer(Prompter::Answer::Yes);
         QVERIFY(clickTool(w, "RecAll"));
         QVERIFY(cancelled);

@@ -1,5 +1,9 @@
 // The result list `fs` filled from a real catalogue, its columns and colours, and the folder
 // panel `fg` showing the catalogue's registered folders.
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
 #include "browser/bgrcolor.h"
 #include "browser/resultlist.h"
 #include "browser/ui/autofitgrid.h"
@@ -9,16 +13,11 @@
 #include "platform/jet/recordset.h"
 #include "testfolders.h"
 
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-
 using namespace tolvane;
 using namespace tolvane::browser;
 using tolvane::browser::ui::ResultListView;
 
-class TestResultList : public QObject
-{
+class TestResultList : public QObject {
     Q_OBJECT
 
 private:
@@ -39,10 +38,11 @@ private slots:
         const QDateTime d1(QDate(2023, 5, 6), QTime());
         const QDateTime d2(QDate(2024, 7, 8), QTime(13, 14, 15));
         const QList<jet::Row> rows = {
-            {QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"), d1, QStringLiteral("見積 2023"), 1, 0,
-             QStringLiteral("&HFFFFC0")},
-            {QString(), QStringLiteral("plan.pdf"), d2, QString(), 1, 5, QString()},
-            {QStringLiteral("霜月　柊"), QStringLiteral("報告書.txt"), d1, QString(), 2, 0, QStringLiteral("&HC0FFFF")},
+            { QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"), d1, QStringLiteral("見積 2023"), 1, 0,
+                QStringLiteral("&HFFFFC0") },
+            { QString(), QStringLiteral("plan.pdf"), d2, QString(), 1, 5, QString() },
+            { QStringLiteral("霜月　柊"), QStringLiteral("報告書.txt"), d1, QString(), 2, 0,
+                QStringLiteral("&HC0FFFF") },
         };
         for (const jet::Row &r : rows)
             QVERIFY(m_db->insertRow(catalog::kFileAtrTable, r));
@@ -64,9 +64,9 @@ private slots:
             headings.append(fs.headerData(c, Qt::Horizontal).toString());
         QCOMPARE(headings, CatalogHeadings());
         QCOMPARE(headings,
-                 QStringList({QStringLiteral("分類"), QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
-                              QStringLiteral("キーワード"), QStringLiteral("ファイル所在"), QStringLiteral("History"),
-                              QStringLiteral("BackCo")}));
+            QStringList({ QStringLiteral("分類"), QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
+                QStringLiteral("キーワード"), QStringLiteral("ファイル所在"), QStringLiteral("History"),
+                QStringLiteral("BackCo") }));
 
         auto rs = m_db->openTable(catalog::kFileAtrTable);
         QVERIFY(rs);
@@ -93,7 +93,8 @@ private slots:
         QVERIFY(!fs.data(fs.index(0, 2), Qt::BackgroundRole).isValid());
 
         // An empty result writes nothing.
-        auto none = m_db->select(jet::Query(catalog::kFileAtrTable).where(jet::Condition::equal(QStringLiteral("pnID"), 99)));
+        auto none
+            = m_db->select(jet::Query(catalog::kFileAtrTable).where(jet::Condition::equal(QStringLiteral("pnID"), 99)));
         QVERIFY(none);
         QCOMPARE(FillCatalogRows(fs, **none), 0);
         QCOMPARE(fs.rows(), 4);
@@ -128,6 +129,23 @@ private slots:
         PrepShow2FS(fs);
         QVERIFY(!view.isColumnHidden(1));
         QVERIFY(!view.isColumnHidden(6));
+    }
+
+    void binderRows()
+    {
+        QVERIFY(m_db->insertRow(catalog::kBinderTable, { 4, QStringLiteral("O'Neil.doc"), 1, 2 }));
+        QVERIFY(m_db->insertRow(catalog::kBinderTable, { 4, QStringLiteral("報告書.txt"), 2, 1 }));
+        auto rs = m_db->select(jet::Query(catalog::kBinderTable).order(QStringLiteral("DocNo")));
+        QVERIFY(rs);
+        ResultListModel fs;
+        PrepShow2FS_Binder(fs);
+        QCOMPARE(FillBinderRows(fs, **rs), 2);
+        QCOMPARE(fs.text(1, 0), QStringLiteral("1"));
+        QCOMPARE(fs.text(1, 2), QStringLiteral("報告書.txt"));
+        QCOMPARE(fs.text(2, 2), QStringLiteral("O'Neil.doc"));
+        QCOMPARE(fs.text(2, 4), QStringLiteral("2"));
+        QCOMPARE(fs.text(0, 1), QStringLiteral("BinderID"));
+        QVERIFY(!fs.cellBackColor(1, 1).isValid());
     }
 
     void notRegisteredAndAutoFit()
@@ -170,18 +188,17 @@ private slots:
 
     void folderPanel()
     {
-        for (const char *p : {"C:\\Docs\\2024", "C:\\Docs", "D:\\O'Neil", "C:\\Docs2", "C:\\Docs\\2024\\写真"}) {
+        for (const char *p : { "C:\\Docs\\2024", "C:\\Docs", "D:\\O'Neil", "C:\\Docs2", "C:\\Docs\\2024\\写真" }) {
             static int id = 0;
-            QVERIFY(m_db->insertRow(catalog::kPathNameTable, {++id, QString::fromUtf8(p)}));
+            QVERIFY(m_db->insertRow(catalog::kPathNameTable, { ++id, QString::fromUtf8(p) }));
         }
         ui::FolderPanel fg;
         QCOMPARE(fg.objectName(), QStringLiteral("fg"));
         fg.fillRegisteredFolders(m_db.get());
         // Depth first: a registered folder inside another sits under it; every node is the full path.
         QCOMPARE(fg.folderPaths(),
-                 QStringList({QStringLiteral("C:\\Docs"), QStringLiteral("C:\\Docs\\2024"),
-                              QStringLiteral("C:\\Docs\\2024\\写真"), QStringLiteral("C:\\Docs2"),
-                              QStringLiteral("D:\\O'Neil")}));
+            QStringList({ QStringLiteral("C:\\Docs"), QStringLiteral("C:\\Docs\\2024"),
+                QStringLiteral("C:\\Docs\\2024\\写真"), QStringLiteral("C:\\Docs2"), QStringLiteral("D:\\O'Neil") }));
         QCOMPARE(fg.currentRow(), -1);
 
         QSignalSpy chosen(&fg, &ui::FolderPanel::folderChosen);

@@ -126,6 +126,7 @@ private slots:
     void roundTripPerType_data();
     void roundTripPerType();
     void compressedTextRoundTrip();
+    void valuesAreConvertedToTheirColumns();
     void refusedValuesWriteNothing_data();
     void refusedValuesWriteNothing();
     void refusedTablesAndFiles();
@@ -224,6 +225,25 @@ void TstJetWrite::compressedTextRoundTrip()
     }
     const QString mismatch = test::oracleMismatch(path);
     QVERIFY2(mismatch.isEmpty(), qPrintable(mismatch));
+}
+
+void TstJetWrite::valuesAreConvertedToTheirColumns()
+{
+    const QString path = freshCopy();
+    auto db = Database::open(path);
+    const QDateTime utc(QDate(2024, 4, 1), QTime(0, 30), Qt::UTC);
+    const QList<QPair<Row, Row>> cases{
+        {Row{u" 12 "_s, QDate(2024, 4, 1), 5, QVariant(7), qlonglong(9)}, Row{12, local(2024, 4, 1), u"5"_s, u"7"_s, 9}},
+        {Row{3.0, u"2024/04/01 09:30:00"_s, u"a"_s, u""_s, true}, Row{3, local(2024, 4, 1, 9, 30), u"a"_s, u""_s, 1}},
+        {Row{4, u"2024/4/1"_s, u"b"_s, QVariant(), 0}, Row{4, local(2024, 4, 1), u"b"_s, QVariant(), 0}},
+        {Row{5, u"2024-04-01T23:59:59"_s, u"c"_s, QVariant(), 0}, Row{5, local(2024, 4, 1, 23, 59, 59), u"c"_s, QVariant(), 0}},
+        {Row{6, utc, u"d"_s, QVariant(), 0}, Row{6, utc.toLocalTime(), u"d"_s, QVariant(), 0}},
+    };
+    for (const auto &c : cases) {
+        Result<RowId> id = (*db)->insertRow(u"Items"_s, c.first);
+        QVERIFY2(id, qPrintable(id.status().toString()));
+        QCOMPARE(*(*db)->readRow(u"Items"_s, *id), c.second);
+    }
 }
 
 void TstJetWrite::refusedValuesWriteNothing_data()

@@ -1,14 +1,14 @@
 // Registration and synchronisation of real folders into a real catalogue file.
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "../browser/testfolders.h"
 #include "browser/filelist.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
 #include "registration/bulkregistration.h"
 #include "registration/pathrecords.h"
 #include "support/scriptedprompter.h"
-#include "../browser/testfolders.h"
-
-#include <QTemporaryDir>
-#include <QTest>
 
 using namespace tolvane;
 using namespace tolvane::registration;
@@ -20,8 +20,7 @@ const QDateTime kDay1(QDate(2023, 4, 10), QTime(9, 15, 0));
 const QDateTime kDay1Later(QDate(2023, 4, 10), QTime(17, 40, 30));
 const QDateTime kDay2(QDate(2024, 1, 5), QTime(8, 0, 0));
 
-struct FileRow
-{
+struct FileRow {
     QString name;
     QDateTime date;
     int pnID;
@@ -31,7 +30,7 @@ QList<FileRow> fileRows(jet::Database *db)
 {
     QList<FileRow> out;
     for (const jet::Row &r : test::tableRows(db, catalog::kFileAtrTable))
-        out.append({r[FName].toString(), r[FDate].toDateTime(), r[FPnID].toInt()});
+        out.append({ r[FName].toString(), r[FDate].toDateTime(), r[FPnID].toInt() });
     return out;
 }
 
@@ -46,8 +45,7 @@ QStringList sortedNames(const QList<FileRow> &rows)
 
 } // namespace
 
-class TestRegistration : public QObject
-{
+class TestRegistration : public QObject {
     Q_OBJECT
 
 private:
@@ -96,7 +94,7 @@ private slots:
         QVERIFY(AddPathName(m_db.get(), QStringLiteral("C:\\docs"), 3));
         QVERIFY(AddPathName(m_db.get(), QStringLiteral("D:\\報告書\\O'Neil"), 4));
         QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\docs")), 3);
-        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\Docs")), -1);   // exact text only
+        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\Docs")), -1); // exact text only
         QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\docs\\")), -1); // no separator trimming
         QCOMPARE(GetPathID(m_db.get(), QStringLiteral("D:\\報告書\\O'Neil")), 4);
         QCOMPARE(GetPathName(m_db.get(), 4), QStringLiteral("D:\\報告書\\O'Neil"));
@@ -105,8 +103,8 @@ private slots:
 
     void firstRegistration()
     {
-        const QStringList names = {QStringLiteral("O'Neil.doc"), QStringLiteral("報告書　第1版.txt"),
-                                   QStringLiteral("plan.pdf")};
+        const QStringList names
+            = { QStringLiteral("O'Neil.doc"), QStringLiteral("報告書　第1版.txt"), QStringLiteral("plan.pdf") };
         for (const QString &n : names)
             QVERIFY(test::writeFile(m_folder + QLatin1Char('/') + n, 10, kDay1));
 
@@ -121,10 +119,10 @@ private slots:
         QCOMPARE(msgs[0].icon, Prompter::Icon::Question);
         QCOMPARE(msgs[0].buttons, Prompter::Buttons::YesNo);
         QCOMPARE(msgs[0].text,
-                 QStringLiteral("表示中の全ファイル情報をデータベースに登録します。\r\n"
-                                "登録済みファイルは二重登録しません。　追加ファイルはデータベースに追加登録し、"
-                                "削除ファイルは登録から抹消します。\r\n"
-                                "データベースのファイル更新年月日は最新日付に訂正します。\r\n実行しますか？"));
+            QStringLiteral("表示中の全ファイル情報をデータベースに登録します。\r\n"
+                           "登録済みファイルは二重登録しません。　追加ファイルはデータベースに追加登録し、"
+                           "削除ファイルは登録から抹消します。\r\n"
+                           "データベースのファイル更新年月日は最新日付に訂正します。\r\n実行しますか？"));
         QCOMPARE(msgs[1].icon, Prompter::Icon::Information);
         QCOMPARE(msgs[1].text, QStringLiteral("3件のファイル情報を登録しました。"));
 
@@ -166,7 +164,7 @@ private slots:
     void resynchronisation()
     {
         const QString f = m_folder + QLatin1Char('/');
-        for (const char *n : {"keep.txt", "gone.txt", "same-day.txt", "other-day.txt", "O'Neil.doc", "議事録.rtf"})
+        for (const char *n : { "keep.txt", "gone.txt", "same-day.txt", "other-day.txt", "O'Neil.doc", "議事録.rtf" })
             QVERIFY(test::writeFile(f + QString::fromUtf8(n), 5, kDay1));
         {
             ScriptedPrompter prompter;
@@ -178,7 +176,7 @@ private slots:
             const RegistrationOutcome out = runYes(prompter);
             QCOMPARE(out.kind, RegistrationOutcome::Kind::Synchronised);
             QCOMPARE(prompter.lastMessage().text,
-                     QStringLiteral("全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0"));
+                QStringLiteral("全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0"));
             QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Information);
         }
 
@@ -192,13 +190,13 @@ private slots:
         const RegistrationOutcome out = runYes(prompter);
         QCOMPARE(out.kind, RegistrationOutcome::Kind::Synchronised);
         QCOMPARE(prompter.lastMessage().text,
-                 QStringLiteral("全ファイル登録済みです。 削除ファイル数：1　追加ファイル数：2　日付訂正数：1"));
+            QStringLiteral("全ファイル登録済みです。 削除ファイル数：1　追加ファイル数：2　日付訂正数：1"));
 
         const QList<FileRow> rows = fileRows(m_db.get());
         QCOMPARE(sortedNames(rows),
-                 QStringList({QStringLiteral("O'Neil.doc"), QStringLiteral("keep.txt"), QStringLiteral("new one.txt"),
-                              QStringLiteral("other-day.txt"), QStringLiteral("same-day.txt"),
-                              QStringLiteral("新規'資料.txt"), QStringLiteral("議事録.rtf")}));
+            QStringList({ QStringLiteral("O'Neil.doc"), QStringLiteral("keep.txt"), QStringLiteral("new one.txt"),
+                QStringLiteral("other-day.txt"), QStringLiteral("same-day.txt"), QStringLiteral("新規'資料.txt"),
+                QStringLiteral("議事録.rtf") }));
         for (const FileRow &r : rows) {
             QCOMPARE(r.pnID, 1);
             const bool day2 = r.name == QLatin1String("other-day.txt") || r.name.startsWith(QLatin1String("new"))
@@ -219,7 +217,7 @@ private slots:
             QCOMPARE(prompter.messages().size(), 1);
             QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
             QCOMPARE(prompter.lastMessage().text,
-                     QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。"));
+                QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。"));
         }
         {
             ScriptedPrompter prompter;
@@ -261,9 +259,10 @@ private slots:
         {
             ScriptedPrompter prompter;
             QCOMPARE(runYes(prompter).kind, RegistrationOutcome::Kind::Failed);
-            QCOMPARE(prompter.lastMessage().text, QStringLiteral("ファイル情報追加登録に失敗しました。　RecordFILE_ATR"));
+            QCOMPARE(
+                prompter.lastMessage().text, QStringLiteral("ファイル情報追加登録に失敗しました。　RecordFILE_ATR"));
         }
-        QCOMPARE(sortedNames(fileRows(m_db.get())), QStringList({QStringLiteral("a.txt"), QStringLiteral("b.txt")}));
+        QCOMPARE(sortedNames(fileRows(m_db.get())), QStringList({ QStringLiteral("a.txt"), QStringLiteral("b.txt") }));
     }
 
     void cancelledByProgress()
@@ -274,12 +273,12 @@ private slots:
         prompter.planAnswer(Prompter::Answer::Yes);
         int ModeNo = 2;
         int calls = 0;
-        const auto out = RegisterShownFolder(m_db.get(), prompter, m_folder, listed(), ModeNo,
-                                             [&](int done, int total) {
-                                                 ++calls;
-                                                 [&] { QVERIFY(done <= total); }();
-                                                 return done < 100;
-                                             });
+        const auto out
+            = RegisterShownFolder(m_db.get(), prompter, m_folder, listed(), ModeNo, [&](int done, int total) {
+                  ++calls;
+                  [&] { QVERIFY(done <= total); }();
+                  return done < 100;
+              });
         QCOMPARE(out.kind, RegistrationOutcome::Kind::Cancelled);
         QVERIFY(calls > 1);
         QCOMPARE(prompter.messages().size(), 1); // only the confirmation
@@ -290,8 +289,8 @@ private slots:
     void takeRecordFile()
     {
         QVERIFY(AddPathName(m_db.get(), QStringLiteral("C:\\Docs"), 7));
-        jet::Row row = {QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"), QDateTime(QDate(2022, 3, 4), QTime()),
-                        QString(), 7, 0, QString()};
+        jet::Row row = { QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"),
+            QDateTime(QDate(2022, 3, 4), QTime()), QString(), 7, 0, QString() };
         QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
         row[FName] = QStringLiteral("orphan.doc");
         row[FPnID] = 8;

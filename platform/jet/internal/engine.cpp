@@ -129,6 +129,14 @@ Status Engine::loadCatalogue()
     Result<TableDef> sys = parseTableDef(*m_store, 2);
     if (!sys)
         return sys.status();
+    // Only the columns that name tables are decoded: the catalogue's long-value columns
+    // (properties, module code) do not matter here and may be damaged without harm.
+    QList<ColumnDef> wanted;
+    for (const ColumnDef &c : sys->columns) {
+        if (c.name == u"Id" || c.name == u"ParentId" || c.name == u"Name" || c.name == u"Type" || c.name == u"Flags")
+            wanted.append(c);
+    }
+    sys->columns = wanted;
     int idCol = -1, parentCol = -1, nameCol = -1, typeCol = -1, flagsCol = -1;
     for (int i = 0; i < sys->columns.size(); ++i) {
         const QString &n = sys->columns.at(i).name;

@@ -112,6 +112,24 @@ QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store,
     }
 }
 
+// Date text as the catalogue's screens write it ("2024/04/01 09:30:00", "2024/04/01") or in
+// ISO form.
+QDateTime parseDateText(const QString &text)
+{
+    for (const QString &format : {QStringLiteral("yyyy/MM/dd HH:mm:ss"), QStringLiteral("yyyy/MM/dd H:mm:ss"),
+                                  QStringLiteral("yyyy/MM/dd HH:mm"), QStringLiteral("yyyy/M/d H:mm:ss")}) {
+        const QDateTime dt = QDateTime::fromString(text, format);
+        if (dt.isValid())
+            return dt;
+    }
+    for (const QString &format : {QStringLiteral("yyyy/MM/dd"), QStringLiteral("yyyy/M/d")}) {
+        const QDate d = QDate::fromString(text, format);
+        if (d.isValid())
+            return QDateTime(d, QTime(0, 0));
+    }
+    return QDateTime::fromString(text, Qt::ISODate);
+}
+
 } // namespace
 
 QString decodeText(const uchar *p, int n)
@@ -290,7 +308,7 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
             else if (v.typeId() == QMetaType::QDate)
                 dt = QDateTime(v.toDate(), QTime(0, 0));
             else if (v.typeId() == QMetaType::QString)
-                dt = QDateTime::fromString(v.toString(), Qt::ISODate);
+                dt = parseDateText(v.toString().trimmed());
             if (!dt.isValid())
                 return wrong(QStringLiteral("not a date"));
             if (dt.timeSpec() != Qt::LocalTime)
