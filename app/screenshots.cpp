@@ -1,10 +1,11 @@
-// Makes the README's pictures: the main window offscreen at start-up and with a catalogue
-// open, saved as PNG files. Usage: tolvane-screenshots <output folder>
+// Makes the README's pictures: the main window offscreen at start-up, with a catalogue
+// open, and showing the files of a folder, saved as PNG files. Usage: tolvane-screenshots <output folder>
 #include "catalog/creation.h"
 #include "shell/ui/form1.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTextStream>
 
@@ -14,11 +15,11 @@ namespace {
 class FixedPrompter : public tolvane::Prompter
 {
 public:
-    explicit FixedPrompter(QString file) : m_file(std::move(file)) {}
+    FixedPrompter(QString file, QString folder) : m_file(std::move(file)), m_folder(std::move(folder)) {}
     Answer message(const Message &) override { return Answer::Ok; }
     QString openFile(const QString &, const QString &, const QString &) override { return m_file; }
     QString saveFile(const QString &, const QString &, const QString &) override { return {}; }
-    QString folder(const QString &, const QString &) override { return {}; }
+    QString folder(const QString &, const QString &) override { return m_folder; }
     QColor color(const QString &, const QColor &) override { return {}; }
     QString text(const QString &, const QString &, const QString &, bool *ok) override
     {
@@ -33,6 +34,7 @@ public:
 
 private:
     QString m_file;
+    QString m_folder;
 };
 
 bool save(QWidget &w, const QDir &out, const char *name)
@@ -61,13 +63,24 @@ int main(int argc, char *argv[])
         !tolvane::catalog::PutDBID(base) || !tolvane::catalog::PutItemN(base))
         return 3;
 
-    FixedPrompter prompter(base + QStringLiteral(".mdb"));
+    // A folder with a few text files for the file view.
+    const QString folder = tmp.filePath(QStringLiteral("資料"));
+    QDir().mkpath(folder);
+    for (const char *name : {"議事録.txt", "見積書.txt", "readme.txt"}) {
+        QFile f(QDir(folder).filePath(QString::fromUtf8(name)));
+        if (f.open(QIODevice::WriteOnly))
+            f.write("Almaren Tolvane\n");
+    }
+
+    FixedPrompter prompter(base + QStringLiteral(".mdb"), folder);
     tolvane::shell::Form1 window(prompter);
     window.show();
     bool ok = save(window, out, "start.png");
     window.OpenCatalog();
     ok = save(window, out, "dbuse.png") && ok;
-    window.Toolbar_ButtonClick(QStringLiteral("Search"));
-    ok = save(window, out, "search.png") && ok;
+    window.Toolbar_ButtonClick(QStringLiteral("BackToStart"));
+    window.Toolbar_ButtonClick(QStringLiteral("StartShowFile"));
+    window.Toolbar_ButtonClick(QStringLiteral("View"));
+    ok = save(window, out, "files.png") && ok;
     return ok ? 0 : 1;
 }

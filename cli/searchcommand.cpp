@@ -97,6 +97,12 @@ int runSearch(const QStringList &args)
     }
     jet::Database &db = *opened.value();
 
+    // As in the search panel, a word or file name must be given (blanks count as given).
+    if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword")) && req.values.value(0).isEmpty()) {
+        writeErr(search::kEmptyWordMessage);
+        return 1;
+    }
+
     // The searches use their text trimmed, as the search panel does.
     const QString value = req.values.value(0).trimmed();
     search::RecordsetSlot result;

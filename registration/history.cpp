@@ -16,15 +16,31 @@ const QString kA01 = QStringLiteral("a01");
 const QString kA02 = QStringLiteral("a02");
 const QString kHsID = QStringLiteral("hsID");
 
-// Reads a date typed or picked into the history grid: year first, with "-" or "/" (or none),
-// optionally followed by a time. Null for an empty text; nullopt when it is not a date.
+// Full-width digits and signs, as a Japanese input method types them, become ASCII.
+QString halfWidth(const QString &text)
+{
+    QString s = text;
+    for (QChar &c : s) {
+        const char16_t u = c.unicode();
+        if (u >= 0xFF01 && u <= 0xFF5E)
+            c = QChar(char16_t(u - 0xFF01 + 0x21));
+        else if (u == 0x3000)
+            c = QLatin1Char(' ');
+    }
+    return s;
+}
+
+// Reads a date typed or picked into the history grid: year first, with "-", "/", "." or
+// 年/月/日 (or nothing) between the parts, optionally followed by a time. Null for an empty
+// text; nullopt when it is not a date.
 std::optional<QVariant> parseHistoryDate(const QString &text)
 {
-    const QString t = text.trimmed();
+    const QString t = halfWidth(text).trimmed();
     if (t.isEmpty())
         return QVariant();
     static const QRegularExpression re(QStringLiteral(
-        R"(^(\d{4})[-/.]?(\d{1,2})[-/.]?(\d{1,2})(?:[ T]+(\d{1,2}):(\d{2})(?::(\d{2}))?)?$)"));
+        u"^(\\d{4})\\s*[-/.年]?\\s*(\\d{1,2})\\s*[-/.月]?\\s*(\\d{1,2})\\s*日?"
+        u"(?:[ T]+(\\d{1,2}):(\\d{2})(?::(\\d{2}))?)?$"));
     const QRegularExpressionMatch m = re.match(t);
     if (!m.hasMatch())
         return std::nullopt;
@@ -53,6 +69,17 @@ jet::Query historyQuery(int hsID)
 QString deleteLineQuestion(int line, const QString &date)
 {
     return QStringLiteral("%1行目（改訂日付：%2）を削除します。　削除後は復活できません。　実行しますか？").arg(line).arg(date);
+}
+
+bool isHistoryDateText(const QString &text)
+{
+    return parseHistoryDate(text).has_value();
+}
+
+QString badHistoryDateMessage(const QString &text)
+{
+    return QStringLiteral("改訂日付「%1」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。")
+        .arg(text.trimmed());
 }
 
 QString calendarDateText(const QDate &date)

@@ -36,6 +36,16 @@ QString deleteLineQuestion(int line, const QString &date);
 // The date text written into the history grid for a date picked on the calendar: "yyyy-mm-dd".
 QString calendarDateText(const QDate &date);
 
+// Whether text can be stored as a revision date: empty (no date), or year first with "-", "/"
+// or "." between the parts (2010-01-05, 2010/1/5), optionally with a time of day.
+bool isHistoryDateText(const QString &text);
+
+// The longest note a history line can hold.
+constexpr int kHistoryNoteMaxLength = 255;
+
+// The refusal shown when a typed revision date is not a date; the cell keeps its former text.
+QString badHistoryDateMessage(const QString &text);
+
 // A stored revision date as the grid shows it: "yyyy-mm-dd", with " hh:mm:ss" when it carries a
 // time of day; empty for null.
 QString historyDateText(const QVariant &a01);

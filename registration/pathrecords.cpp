@@ -128,8 +128,8 @@ bool FindFileAndFixDate(jet::Database *db, const QString &name, int pnID, const 
         return false;
     jet::Recordset &r = **rs;
     r.moveFirst();
-    if (!sameDate(r.field(FDate), date)) {
-        if (r.setField(FDate, date.isValid() ? QVariant(date) : QVariant()) && r.update())
+    if (date.isValid() && !sameDate(r.field(FDate), date)) {
+        if (r.setField(FDate, date) && r.update())
             ++DateFixCount;
     }
     return true;
@@ -164,8 +164,11 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
     QHash<QString, int> byName; // match key -> index into rows
     QList<FolderRow> &rows = *existing;
     byName.reserve(rows.size());
-    for (int i = 0; i < rows.size(); ++i)
-        byName.insert(matchKey(rows[i].values[FName].toString()), i);
+    for (int i = 0; i < rows.size(); ++i) {
+        const QString key = matchKey(rows[i].values[FName].toString());
+        if (!byName.contains(key)) // the first row of a name wins, as in the single-file lookup
+            byName.insert(key, i);
+    }
 
     int added = 0;
     const int total = int(names.size());
@@ -180,7 +183,8 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
         const auto it = byName.constFind(key);
         if (it != byName.constEnd()) {
             FolderRow &row = rows[*it];
-            if (!sameDate(row.values[FDate], day)) {
+            // A listed file whose date cannot be read any more keeps its recorded date.
+            if (day.isValid() && !sameDate(row.values[FDate], day)) {
                 jet::Row updated = row.values;
                 updated[FDate] = day.isValid() ? QVariant(day) : QVariant();
                 const Status st = db->updateRow(kFileAtrTable, row.id, updated);

@@ -54,7 +54,8 @@ QString GetPathName(jet::Database *db, int pnID);
 bool AddPathName(jet::Database *db, const QString &path, int pnID, Status *error = nullptr);
 
 // True when a FILE_ATR row with that name and pnID exists; its fDate is set to date when it
-// differs (DateFixCount counts the correction). False when no row matches or on failure.
+// differs (DateFixCount counts the correction; an invalid date corrects nothing). False when no
+// row matches or on failure.
 bool FindFileAndFixDate(jet::Database *db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount);
 
 // True when names (the file list's column 0) holds exactly that text.

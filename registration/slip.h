@@ -70,6 +70,9 @@ QString classificationListText(const QList<ClassChoice> &choices);
 // "16777152". Empty when the colour text cannot be read.
 QString colourNumberText(const QString &colourText);
 
+// The longest keyword text a record can store.
+constexpr int kKeywordsMaxLength = 200;
+
 // What the slip writes back: the three user-set fields. The other four are never written.
 struct SlipEdit
 {

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QStandardItemModel>
 #include <QStyle>
 
@@ -28,7 +29,7 @@ FolderPanel::FolderPanel(QWidget *parent)
     setSelectionMode(QAbstractItemView::SingleSelection);
     setUniformRowHeights(true);
     setTextElideMode(Qt::ElideMiddle); // both the drive and the folder name stay readable
-    // Double click toggles a node, Left collapses and Right expands it: the tree's own keys.
+    // Double click toggles a node (the tree's own behaviour); Left and Right: keyPressEvent.
     setExpandsOnDoubleClick(true);
     connect(selectionModel(), &QItemSelectionModel::currentChanged, this, &FolderPanel::onCurrentChanged);
 }
@@ -106,6 +107,28 @@ bool FolderPanel::markFolder(const QString &path)
         }
     }
     return false;
+}
+
+void FolderPanel::keyPressEvent(QKeyEvent *event)
+{
+    // The tree's own Left would move to the parent once the node is collapsed (and Right to the
+    // first child once it is expanded), choosing another folder; here they only fold and unfold.
+    if (event->modifiers() == Qt::NoModifier || event->modifiers() == Qt::KeypadModifier) {
+        const QModelIndex current = currentIndex();
+        if (event->key() == Qt::Key_Left) {
+            if (current.isValid())
+                collapse(current);
+            event->accept();
+            return;
+        }
+        if (event->key() == Qt::Key_Right) {
+            if (current.isValid())
+                expand(current);
+            event->accept();
+            return;
+        }
+    }
+    QTreeView::keyPressEvent(event);
 }
 
 void FolderPanel::setPicture(const QModelIndex &index, bool open)

@@ -48,6 +48,10 @@ signals:
     // pictures were swapped.
     void folderChosen(int row, const QString &path);
 
+protected:
+    // Left collapses the current node and Right expands it; neither moves to another node.
+    void keyPressEvent(QKeyEvent *event) override;
+
 private:
     void onCurrentChanged(const QModelIndex &current, const QModelIndex &previous);
     void setPicture(const QModelIndex &index, bool open);

@@ -2,6 +2,7 @@
 
 #include "registration/history.h"
 
+#include <QApplication>
 #include <QCalendarWidget>
 #include <QDate>
 
@@ -42,6 +43,12 @@ void CalendarPicker::hide()
 bool CalendarPicker::isShown() const
 {
     return !m_calendar->isHidden();
+}
+
+bool CalendarPicker::hasFocus() const
+{
+    const QWidget *focus = QApplication::focusWidget();
+    return focus && isShown() && (focus == m_calendar || m_calendar->isAncestorOf(focus));
 }
 
 void CalendarPicker::pick(const QDate &date)

@@ -22,6 +22,8 @@ public:
     void showInFront();
     void hide();
     bool isShown() const;
+    // Whether the keyboard focus is in the calendar (the user is choosing a date there).
+    bool hasFocus() const;
 
     // What a click on date does (also used by tests): emits datePicked and hides the calendar.
     void pick(const QDate &date);

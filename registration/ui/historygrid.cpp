@@ -4,11 +4,14 @@
 #include "registration/ui/slipeditors.h"
 #include "registration/ui/calendarpicker.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QLineEdit>
 #include <QMouseEvent>
 #include <QStandardItemModel>
+#include <QStyledItemDelegate>
 #include <QTableView>
 
 namespace tolvane::registration {
@@ -18,10 +21,28 @@ namespace {
 constexpr int kDateCol = 1;
 constexpr int kNoteCol = 2;
 constexpr int kColumnTwips[3] = {200, 1200, 2600};
+// The date text last accepted in a date cell: what a refused entry falls back to.
+constexpr int kAcceptedDateRole = Qt::UserRole + 1;
+
+// Notes are typed no longer than a history line can store.
+class HistoryDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
+        if (auto *line = qobject_cast<QLineEdit *>(editor); line && index.column() == kNoteCol)
+            line->setMaxLength(kHistoryNoteMaxLength);
+        return editor;
+    }
+};
 
 QList<QStandardItem *> lineItems(const QString &date, const QString &note, bool editable)
 {
     QList<QStandardItem *> items{new QStandardItem, new QStandardItem(date), new QStandardItem(note)};
+    items[kDateCol]->setData(date, kAcceptedDateRole);
     for (int c = 0; c < 3; ++c) {
         items[c]->setTextAlignment(Qt::AlignLeft | Qt::AlignVCenter);
         Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
@@ -68,6 +89,7 @@ HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &p
     if (m_view->objectName().isEmpty())
         m_view->setObjectName(QStringLiteral("vs"));
     m_view->setModel(m_model);
+    m_view->setItemDelegate(new HistoryDelegate(this));
     m_view->horizontalHeader()->hide();
     m_view->verticalHeader()->hide();
     m_view->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -81,10 +103,7 @@ HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &p
             [this](const QModelIndex &current, const QModelIndex &) {
                 currentCellChanged(current.row(), current.column());
             });
-    connect(m_model, &QStandardItemModel::itemChanged, this, [this](QStandardItem *item) {
-        if (!m_filling && item->row() >= kFirstLineRow)
-            m_historyDirty = true;
-    });
+    connect(m_model, &QStandardItemModel::itemChanged, this, &HistoryGrid::lineChanged);
     if (m_calendar)
         connect(m_calendar, &CalendarPicker::datePicked, this, &HistoryGrid::writePickedDate);
     prepare();
@@ -118,6 +137,7 @@ void HistoryGrid::prepare()
     for (int c = 0; c < 3; ++c)
         m_view->setColumnWidth(c, twipsToPixels(m_view, kColumnTwips[c]));
     HistoryRow = HistoryCol = -1;
+    m_refusalPending = false;
     m_filling = false;
     if (m_calendar)
         m_calendar->hide();
@@ -151,9 +171,53 @@ void HistoryGrid::setFontSize(int points)
     m_view->resizeRowsToContents();
 }
 
-void HistoryGrid::finishEdit()
+bool HistoryGrid::finishEdit()
 {
     commitOpenEditors(m_view);
+    return showPendingRefusal();
+}
+
+void HistoryGrid::lineChanged(QStandardItem *item)
+{
+    if (m_filling || item->row() < kFirstLineRow)
+        return;
+    if (item->column() != kDateCol || isHistoryDateText(item->text())) {
+        if (item->column() == kDateCol)
+            item->setData(item->text(), kAcceptedDateRole);
+        m_historyDirty = true;
+        return;
+    }
+    // Not a date: the cell goes back to what it held, and the user is told.
+    const QString typed = item->text();
+    m_filling = true;
+    item->setText(item->data(kAcceptedDateRole).toString());
+    m_filling = false;
+    // An entry left for the calendar is replaced by the date picked there: nothing to tell.
+    if (m_calendar && m_calendar->hasFocus())
+        return;
+    m_refusedText = typed;
+    m_refusedRow = item->row();
+    if (!m_refusalPending) {
+        m_refusalPending = true;
+        // Told once the editor has closed, so that the message does not end the edit again.
+        QMetaObject::invokeMethod(this, &HistoryGrid::showPendingRefusal, Qt::QueuedConnection);
+    }
+}
+
+bool HistoryGrid::showPendingRefusal()
+{
+    if (!m_refusalPending)
+        return true;
+    m_refusalPending = false;
+    if (m_refusedRow >= kFirstLineRow && m_refusedRow < m_model->rowCount()) {
+        HistoryRow = m_refusedRow;
+        HistoryCol = kDateCol;
+        m_view->setCurrentIndex(m_model->index(m_refusedRow, kDateCol));
+        if (m_calendar && !m_archive)
+            m_calendar->showInFront();
+    }
+    m_prompter.inform(appTitle(), badHistoryDateMessage(m_refusedText), Prompter::Icon::Warning);
+    return false;
 }
 
 QList<HistoryLine> HistoryGrid::lines()
@@ -227,7 +291,9 @@ void HistoryGrid::writePickedDate(const QString &dateText)
     const int row = m_view->currentIndex().row();
     if (row < kFirstLineRow || row >= m_model->rowCount() || m_archive)
         return;
-    finishEdit();
+    // An entry still open in the cell gives way to the picked date.
+    commitOpenEditors(m_view);
+    m_refusalPending = false;
     m_model->item(row, kDateCol)->setText(dateText);
     m_historyDirty = true;
 }

@@ -1,6 +1,8 @@
 // HistoryGrid: the revision history grid `vs`: the title row "改訂履歴", the heading row
 // ("改訂日付", "記事"), then one row per history line (date, note). Entering the date column shows
-// the calendar; a picked date is written into the current line. Any change of the lines sets
+// the calendar; a picked date is written into the current line. A typed date that is not a date
+// is refused with a message: the cell keeps its former text and stays current, with the
+// calendar shown, so that nothing unstorable reaches the save. Any change of the lines sets
 // HistoryDirty. "AddLine" appends an empty line, "DelLine" deletes the pressed line after a
 // question. GUI thread only.
 #pragma once
@@ -10,6 +12,7 @@
 
 #include <QObject>
 
+class QStandardItem;
 class QStandardItemModel;
 class QTableView;
 
@@ -45,7 +48,9 @@ public:
     // The lines as they stand (an open edit is committed first).
     QList<HistoryLine> lines();
     int lineCount() const;
-    void finishEdit();
+    // Ends an open edit. False when it ended with a refused date (the message has been shown
+    // and the date cell is current again).
+    bool finishEdit();
 
     // Row and column of the last mouse press (HistoryRow, HistoryCol).
     int HistoryRow = -1;
@@ -65,6 +70,9 @@ public:
 private:
     void currentCellChanged(int row, int col);
     void writePickedDate(const QString &dateText);
+    void lineChanged(QStandardItem *item);
+    // Shows the refusal of the last bad date, if one is waiting; false when one was shown.
+    bool showPendingRefusal();
 
     QTableView *m_view;
     QStandardItemModel *m_model;
@@ -73,6 +81,10 @@ private:
     bool &m_historyDirty;
     bool m_archive = false;
     bool m_filling = false;
+    // A refused date whose message is still to be shown, and its row.
+    QString m_refusedText;
+    int m_refusedRow = -1;
+    bool m_refusalPending = false;
 };
 
 } // namespace tolvane::registration

@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMouseEvent>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
@@ -30,8 +31,13 @@ public:
 
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        if (index.row() != SlipRow::Class)
-            return QStyledItemDelegate::createEditor(parent, option, index);
+        if (index.row() != SlipRow::Class) {
+            QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
+            // Keywords are typed no longer than the record can store.
+            if (auto *line = qobject_cast<QLineEdit *>(editor); line && index.row() == SlipRow::Keywords)
+                line->setMaxLength(kKeywordsMaxLength);
+            return editor;
+        }
         auto *combo = new QComboBox(parent);
         combo->setObjectName(QStringLiteral("fg2ClassList"));
         // The list text is "|name1|name2|": one entry per name between the bars.

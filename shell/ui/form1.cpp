@@ -67,6 +67,7 @@ Form1::Form1(Prompter &prompter, HelpLauncher *helpLauncher, QWidget *parent)
     ModeNo = Mode::Start;
     resize(twipsToPixels(16000), twipsToPixels(9000));
     setWindowTitle(appTitle());
+    setWindowIcon(toolbarIcon(QStringLiteral("Binder")));
     InitStatusBar();
     ShowModeStatus(0);
     EnableMenus(0);
@@ -264,8 +265,11 @@ bool Form1::AppendLayout(const ToolbarLayout &layout)
             a->setStatusTip(QString()); // the status bar carries the mode texts only
             a->setWhatsThis(b.toolTip);
             Toolbar->addAction(a);
-            if (QWidget *w = Toolbar->widgetForAction(a))
+            if (QWidget *w = Toolbar->widgetForAction(a)) {
                 w->setObjectName(b.key);
+                if (b.toolTip.isEmpty())
+                    w->installEventFilter(this); // no tooltip at all, not the caption
+            }
         }
         a->setObjectName(b.key);
         a->setEnabled(b.enabled);
@@ -327,9 +331,11 @@ void Form1::Toolbar_ButtonClick(const QString &key)
         OpenCatalog();
     } else if (key == u("View")) {
         ModeNo = Mode::FileShow;
-        CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-        if (CurrentFolder == canceledFolder())
+        // A cancelled choice leaves CurrentFolder as it was (a listed file stays openable).
+        const QString chosen = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
+        if (chosen == canceledFolder())
             return;
+        CurrentFolder = chosen;
         LastChosenFolder = CurrentFolder;
         ListFolderFiles();
         ShowFirstFile();
@@ -346,9 +352,10 @@ void Form1::Toolbar_ButtonClick(const QString &key)
         ModeNo = Mode::Record;
         ResetToFolderScreen();
         setStatusPanelText(1, u("DB登録モード"));
-        CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-        if (CurrentFolder == canceledFolder())
+        const QString chosen = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
+        if (chosen == canceledFolder())
             return;
+        CurrentFolder = chosen;
         LastChosenFolder = CurrentFolder;
         ListFolderFiles();
         ShowFirstFile();
@@ -437,7 +444,8 @@ void Form1::dispatchBackTo()
         ResetToFolderScreen();
         break;
     case Mode::FolderSearch:
-        SaveSlipIfDirty();
+        if (!SaveSlipIfDirty())
+            break;
         RestoreSearchList();
         LayoutState = Layout::Lists;
         ShowLeftPane(0);
@@ -446,7 +454,8 @@ void Form1::dispatchBackTo()
         ShowModeStatus(51);
         break;
     case Mode::BinderFiles:
-        SaveSlipIfDirty();
+        if (!SaveSlipIfDirty())
+            break;
         PutViewerAway();
         RestoreBinderPanel();
         ShowLayout(SearchListLayout(ModeNo));
@@ -456,7 +465,8 @@ void Form1::dispatchBackTo()
     case Mode::ClassSearch:
     case Mode::KeywordSearch:
     case Mode::FileSearch:
-        SaveSlipIfDirty();
+        if (!SaveSlipIfDirty())
+            break;
         ShowLayout(SearchListLayout(ModeNo));
         RestoreSearchList();
         ShowModeStatus(51);
@@ -652,6 +662,7 @@ void Form1::EnterBinderMaintenanceMode(int binderOperation)
     ModeNo = Mode::Start;
     LayoutState = Layout::Lists;
     BinderOperation = binderOperation;
+    HideSearchPanel();
     EnterBinderMaintenance();
     if (const auto code = binderStatusCode(binderOperation))
         ShowModeStatus(*code);
@@ -663,6 +674,7 @@ void Form1::EnterBinderFilesMode(int binderOperation)
 {
     ModeNo = Mode::BinderFiles;
     BinderOperation = binderOperation;
+    HideSearchPanel();
     EnterBinderContentsPanel();
     if (const auto help = binderHelpContext(binderOperation))
         HelpContextID = *help;
@@ -871,6 +883,11 @@ bool Form1::eventFilter(QObject *watched, QEvent *event)
     // The panes follow the frame: a resize re-runs the current arrangement.
     if (watched == m_area && event->type() == QEvent::Resize)
         ArrangeForLayoutState();
+    // Buttons laid out without a tooltip show none (Qt would fall back to the caption).
+    if (event->type() == QEvent::ToolTip) {
+        if (auto *b = qobject_cast<QToolButton *>(watched); b && b->parent() == Toolbar)
+            return true;
+    }
     return QMainWindow::eventFilter(watched, event);
 }
 

@@ -226,7 +226,7 @@ public:
 
     // form1_slip.cpp
     void SetupSlip();
-    void SaveSlipIfDirty(); // before leaving a record
+    bool SaveSlipIfDirty(); // before leaving a record; false: stay on it
     void AddLine();
     void DelLine();
     void SaveFontSize();
@@ -239,7 +239,7 @@ public:
     void LoadHistory();
     void SaveSlipFields();
     void SaveHistory();
-    void SaveRecordIfDirty();   // before stepping to another record: slip and history
+    bool SaveRecordIfDirty();   // before stepping to another record: slip and history; false: stay
     void EditHistoryLine(const QString &key); // "AddLine" / "DelLine"
     registration::SlipGrid *slipGrid() const { return m_slipGrid; }
     registration::HistoryGrid *historyGrid() const { return m_historyGrid; }

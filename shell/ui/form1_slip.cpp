@@ -204,20 +204,28 @@ void Form1::SaveHistory()
 
 // Before the record is left for the list: the slip fields when SlipDirty, and the history
 // lines as well, so that going back never drops lines the user has typed.
-void Form1::SaveSlipIfDirty()
+bool Form1::SaveSlipIfDirty()
 {
-    SaveRecordIfDirty();
+    return SaveRecordIfDirty();
 }
 
-// Before stepping to another record: the slip fields and the history lines.
-void Form1::SaveRecordIfDirty()
+// Before stepping to another record: the slip fields and the history lines. Edits still open
+// in either grid count. False, with nothing saved, when a typed revision date was refused: the
+// record stays shown with that date cell current, for the user to correct it.
+bool Form1::SaveRecordIfDirty()
 {
+    if (LayoutState == Layout::RecordShown) {
+        m_slipGrid->finishEdit();
+        if (!m_historyGrid->finishEdit())
+            return false;
+    }
     if (SlipDirty)
         SaveSlipFields();
     if (HistoryDirty)
         SaveHistory();
     SlipDirty = false;
     HistoryDirty = false;
+    return true;
 }
 
 void Form1::EditHistoryLine(const QString &key)

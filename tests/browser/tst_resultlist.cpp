@@ -219,6 +219,21 @@ private slots:
         QVERIFY(!fg.isOpenPicture(1));
         QVERIFY(!fg.markFolder(QStringLiteral("c:\\docs2")));
 
+        // Left folds and Right unfolds the current node; neither chooses another folder.
+        fg.setCurrentRow(0);
+        const int before = int(chosen.size());
+        const QModelIndex docs = fg.currentIndex();
+        QVERIFY(fg.isExpanded(docs));
+        QTest::keyClick(&fg, Qt::Key_Left);
+        QTest::keyClick(&fg, Qt::Key_Left);
+        QVERIFY(!fg.isExpanded(docs));
+        QCOMPARE(fg.currentRow(), 0);
+        QTest::keyClick(&fg, Qt::Key_Right);
+        QTest::keyClick(&fg, Qt::Key_Right);
+        QVERIFY(fg.isExpanded(docs));
+        QCOMPARE(fg.currentRow(), 0);
+        QCOMPARE(chosen.size(), before);
+
         fg.clearFolders();
         QCOMPARE(fg.folderCount(), 0);
     }

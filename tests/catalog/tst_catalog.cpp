@@ -75,20 +75,20 @@ private Q_SLOTS:
         auto db = openDb(base);
         QVERIFY(db);
 
-        const QList<jet::TableSpec> specs = catalog::catalogTables();
+        const QList<jet::TableSpec> tables = catalog::catalogTables();
         QStringList expectedNames;
-        for (const auto &t : specs)
+        for (const auto &t : tables)
             expectedNames << t.name;
         QCOMPARE(db->tableNames(), expectedNames);
-        for (const auto &spec : specs) {
-            auto info = db->tableInfo(spec.name);
-            QVERIFY2(info, qPrintable(spec.name));
-            QCOMPARE(info->columns.size(), spec.columns.size());
-            for (int i = 0; i < spec.columns.size(); ++i) {
-                QCOMPARE(info->columns[i].name, spec.columns[i].name);
-                QCOMPARE(info->columns[i].type, spec.columns[i].type);
-                if (spec.columns[i].type == jet::ColumnType::Text)
-                    QCOMPARE(info->columns[i].maxLength, spec.columns[i].textLength);
+        for (const auto &wanted : tables) {
+            auto info = db->tableInfo(wanted.name);
+            QVERIFY2(info, qPrintable(wanted.name));
+            QCOMPARE(info->columns.size(), wanted.columns.size());
+            for (int i = 0; i < wanted.columns.size(); ++i) {
+                QCOMPARE(info->columns[i].name, wanted.columns[i].name);
+                QCOMPARE(info->columns[i].type, wanted.columns[i].type);
+                if (wanted.columns[i].type == jet::ColumnType::Text)
+                    QCOMPARE(info->columns[i].maxLength, wanted.columns[i].textLength);
             }
         }
 

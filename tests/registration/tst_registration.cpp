@@ -204,6 +204,23 @@ private slots:
             QCOMPARE(r.date, QDateTime(day2 ? kDay2.date() : kDay1.date(), QTime(0, 0)));
         }
         QCOMPARE(test::tableRows(m_db.get(), catalog::kPathNameTable).size(), 1);
+
+        // A file still listed but gone from the disk before the command keeps its row and date.
+        const QStringList shown = listed();
+        QVERIFY(QFile::remove(f + QStringLiteral("keep.txt")));
+        ScriptedPrompter again;
+        again.planAnswer(Prompter::Answer::Yes);
+        QCOMPARE(run(again, m_folder, shown).kind, RegistrationOutcome::Kind::Synchronised);
+        QCOMPARE(again.lastMessage().text,
+            QStringLiteral("全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0"));
+        bool kept = false;
+        for (const FileRow &r : fileRows(m_db.get())) {
+            if (r.name == QLatin1String("keep.txt")) {
+                kept = true;
+                QCOMPARE(r.date, QDateTime(kDay1.date(), QTime(0, 0)));
+            }
+        }
+        QVERIFY(kept);
     }
 
     void refusalsChangeNothing()

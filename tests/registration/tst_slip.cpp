@@ -176,6 +176,15 @@ private:
         form.OpenResultRow();
     }
 
+    // The line editor open in view (closed editors linger hidden until deleted).
+    static QLineEdit *openLineEditor(QTableView *view)
+    {
+        for (QLineEdit *e : view->viewport()->findChildren<QLineEdit *>())
+            if (!e->isHidden())
+                return e;
+        return nullptr;
+    }
+
     static QRect cellRect(QTableView *view, int row, int col)
     {
         return view->visualRect(view->model()->index(row, col));
@@ -555,6 +564,69 @@ private slots:
         form->SaveRecordIfDirty();
         QVERIFY(storedLines(db, 6).isEmpty());
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
+    }
+
+    void typedRevisionDateThatIsNoDateIsRefused()
+    {
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        form->show();
+        openRow(*form, 2); // photo.png: hsID 0
+        HistoryGrid *history = form->historyGrid();
+        QTableView *vs = form->vs;
+        form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
+        for (const char *date : {"2010/1/5", "2010-01-05 09:30", "２０１０年１月５日", "20100105", ""})
+            QVERIFY2(isHistoryDateText(QString::fromUtf8(date)), date);
+        for (const char *date : {"2010-02-30", "昨日", "1/5/2010", "2010-01-05 25:00"})
+            QVERIFY2(!isHistoryDateText(QString::fromUtf8(date)), date);
+
+        // Typed and committed in the cell: the cell keeps its former text, the user is told,
+        // and the date cell is current with the calendar at hand.
+        QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
+        history->editCell(2, 1, QStringLiteral("昨日"));
+        QCoreApplication::processEvents();
+        QCOMPARE(prompter.messages().size(), 1);
+        QCOMPARE(prompter.lastMessage().text,
+                 QStringLiteral("改訂日付「昨日」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。"));
+        QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
+        QCOMPARE(history->lines().first().date, QString());
+        QVERIFY(!form->HistoryDirty);
+        QCOMPARE(vs->currentIndex(), vs->model()->index(2, 1));
+        QVERIFY(!form->Calendar->isHidden());
+
+        history->editCell(2, 1, QStringLiteral("2010/1/5"));
+        history->editCell(2, 2, QStringLiteral("撮影"));
+        QVERIFY(form->HistoryDirty);
+
+        // Still being typed when the record is left: the record stays, nothing is written, and
+        // the accepted date is back in the cell.
+        vs->setCurrentIndex(vs->model()->index(2, 1));
+        vs->edit(vs->model()->index(2, 1));
+        QLineEdit *editor = openLineEditor(vs);
+        QVERIFY(editor);
+        editor->setText(QStringLiteral("2010-13-40"));
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QCOMPARE(prompter.messages().size(), 2);
+        QVERIFY(prompter.lastMessage().text.startsWith(QStringLiteral("改訂日付「2010-13-40」")));
+        QCOMPARE(form->LayoutState, 2);
+        QCOMPARE(history->lines().first().date, QStringLiteral("2010/1/5"));
+        jet::Database *db = form->catalog().db();
+        QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 0);
+
+        // A note still open in its cell is part of what is saved on leaving.
+        vs->setCurrentIndex(vs->model()->index(2, 2));
+        vs->edit(vs->model()->index(2, 2));
+        editor = openLineEditor(vs);
+        QVERIFY(editor);
+        QCOMPARE(editor->maxLength(), kHistoryNoteMaxLength);
+        editor->setText(QStringLiteral("撮影（晴天）"));
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QVERIFY(form->LayoutState != 2);
+        QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
+        QCOMPARE(storedLines(db, 6),
+                 (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影（晴天）")}}));
+        QCOMPARE(prompter.messages().size(), 2);
     }
 
     void keywordSearchRowOpensItsRecord()

@@ -124,6 +124,7 @@ void TestSearchCommand::refused_data()
     QTest::newRow("period needs two dates") << QStringList{u"@"_s, u"--period"_s, u"2009/01/01"_s};
     QTest::newRow("unknown option") << QStringList{u"@"_s, u"--colour"_s, u"red"_s};
     QTest::newRow("not a date") << QStringList{u"@"_s, u"--period"_s, u"開始日付"_s, u"まで"_s};
+    QTest::newRow("empty word") << QStringList{u"@"_s, u"--keyword"_s, QString()};
     QTest::newRow("no such catalogue") << QStringList{u"/nonexistent/x.mdb"_s, u"--name"_s, u"a"_s};
 }
 

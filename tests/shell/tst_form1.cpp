@@ -25,6 +25,7 @@
 #include <QTest>
 #include <QToolBar>
 #include <QToolButton>
+#include <QTreeView>
 
 using namespace tolvane;
 using namespace tolvane::shell;
@@ -689,6 +690,38 @@ private Q_SLOTS:
         QCOMPARE(caption, u("Almaren Tolvaneのﾊﾞｰｼﾞｮﾝ情報"));
         QVERIFY(sawSystemInfoButton);
         QCOMPARE(h.prompter.lastMessage().text, u("現時点ではｼｽﾃﾑ情報を使用できません"));
+    }
+
+    void resizingReArrangesThePanes()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        const QString path = makeCatalogue();
+        QVERIFY(openThroughToolbar(h, path));
+        w.menuItem(QStringLiteral("mSearch2"))->trigger();
+        QCOMPARE(w.LayoutState, int(Layout::SearchPanel));
+        // The result list spans the frame, less the margins, whatever the window's width.
+        for (int width : {900, 1300}) {
+            w.resize(width, 700);
+            QCoreApplication::processEvents();
+            QCOMPARE(w.fs->width(), w.area()->width() - w.twipsToPixels(200));
+            QCOMPARE(w.fs->x(), w.twipsToPixels(50));
+        }
+        // In the lists arrangement the right area follows the folder panel.
+        w.Toolbar_ButtonClick(QStringLiteral("BackToSearch"));
+        w.resize(1000, 700);
+        QCoreApplication::processEvents();
+        QCOMPARE(w.fs->x(), w.fg->x() + w.fg->width() + 4);
+        QCOMPARE(w.fs->x() + w.fs->width(), w.area()->width() - w.twipsToPixels(200));
+    }
+
+    void closingTheMainWindowClosesTheOthers()
+    {
+        Harness h;
+        QWidget other;
+        other.show();
+        h.w->close();
+        QVERIFY(!other.isVisible());
     }
 
     void splitterWidthOfTheSlipIsBounded_data()
