@@ -17,7 +17,15 @@ QList<ListedFile> readFolderFiles(const QString &folder)
     const QDir dir(folder);
     // One directory read; QFileInfo caches the stat that length and date need.
     const QFileInfoList infos = dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::NoSort);
-    out.reserve(infos.size());
+    // The order of the system's file list: by the upper-cased name, character by character (so
+    // "A_B" follows "AB", as '_' comes after the capital letters); ties by exact text so the order
+    // is stable on case-sensitive disks.
+    struct Keyed {
+        QString key;
+        ListedFile file;
+    };
+    QList<Keyed> keyed;
+    keyed.reserve(infos.size());
     for (const QFileInfo &fi : infos) {
         ListedFile f;
         f.name = fi.fileName();
@@ -25,14 +33,15 @@ QList<ListedFile> readFolderFiles(const QString &folder)
             f.size = fi.size();
             f.modified = fi.lastModified();
         }
-        out.append(std::move(f));
+        keyed.append({ f.name.toUpper(), std::move(f) });
     }
-    // The order of the system's file list: by name, ignoring case; ties by exact text so the
-    // order is stable on case-sensitive disks.
-    std::sort(out.begin(), out.end(), [](const ListedFile &a, const ListedFile &b) {
-        const int c = a.name.compare(b.name, Qt::CaseInsensitive);
-        return c != 0 ? c < 0 : a.name < b.name;
+    std::sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
+        const int c = a.key.compare(b.key, Qt::CaseSensitive);
+        return c != 0 ? c < 0 : a.file.name < b.file.name;
     });
+    out.reserve(keyed.size());
+    for (Keyed &k : keyed)
+        out.append(std::move(k.file));
     return out;
 }
 

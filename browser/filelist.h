@@ -9,7 +9,7 @@
 namespace tolvane::browser {
 
 // Reads the files of folder (not its sub-folders) with length and modification time. Names are
-// ordered as the system's file list orders them (case-insensitive by name). A folder that
+// ordered as the system's file list orders them (by the upper-cased name). A folder that
 // cannot be read gives an empty list; a file whose length or date cannot be read keeps -1 /
 // an invalid date.
 QList<ListedFile> readFolderFiles(const QString &folder);

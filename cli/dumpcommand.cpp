@@ -1,6 +1,7 @@
 // tolvane-cli dump CATALOG.mdb TABLE: every row of TABLE in storage order, one line each, values
-// separated by tabs; dates as yyyy-mm-dd HH:MM:SS, nulls empty. A tab, line break or backslash
-// inside a text is written as \t, \n, \r or \\ so that each row stays one line.
+// separated by tabs; dates as yyyy-mm-dd HH:MM:SS, nulls empty. A tab or line break inside a
+// text is written as \t, \n or \r so that each row stays one line; everything else (folder paths
+// with their backslashes included) is written as stored.
 #include <cstdio>
 
 #include <QDateTime>
@@ -29,7 +30,6 @@ QString cellText(const QVariant &v)
         break;
     }
     QString s = v.toString();
-    s.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     s.replace(QLatin1Char('\t'), QLatin1String("\\t"));
     s.replace(QLatin1Char('\n'), QLatin1String("\\n"));
     s.replace(QLatin1Char('\r'), QLatin1String("\\r"));

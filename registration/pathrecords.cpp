@@ -89,10 +89,12 @@ struct FolderRow {
     jet::Row values;
 };
 
-// The names are matched as the database matches text: without case.
+// Listed names are matched to rows by their exact text, as the deletion pass keeps rows. (On a
+// disk that tells case apart, "a.txt" and "A.txt" are two files and get two rows; matched without
+// case they would share one row whose date flipped between them at every synchronisation.)
 QString matchKey(const QString &name)
 {
-    return name.toCaseFolded();
+    return name;
 }
 
 Result<QList<FolderRow>> readFolderRows(jet::Database *db, int pnID)

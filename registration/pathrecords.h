@@ -65,7 +65,7 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name);
 // Adds a FILE_ATR row (Class, kStr and backC empty, hsID 0, fDate the modification day of
 // folder/name read from the disk) for every listed name not yet registered under pnID, and
 // corrects the fDate of the registered ones whose day differs (counted in DateFixCount). Reads
-// the folder's rows once and matches in memory, as FindFileAndFixDate matches a name.
+// the folder's rows once and matches the names in memory by their exact text.
 // Returns the number of rows added; on failure (or a stop by progress) the count reached so far,
 // with error set. Runs inside the caller's transaction when one is open.
 int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,

@@ -331,11 +331,9 @@ void Form1::Toolbar_ButtonClick(const QString &key)
         OpenCatalog();
     } else if (key == u("View")) {
         ModeNo = Mode::FileShow;
-        // A cancelled choice leaves CurrentFolder as it was (a listed file stays openable).
-        const QString chosen = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-        if (chosen == canceledFolder())
+        CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
+        if (CurrentFolder == canceledFolder())
             return;
-        CurrentFolder = chosen;
         LastChosenFolder = CurrentFolder;
         ListFolderFiles();
         ShowFirstFile();
@@ -352,10 +350,9 @@ void Form1::Toolbar_ButtonClick(const QString &key)
         ModeNo = Mode::Record;
         ResetToFolderScreen();
         setStatusPanelText(1, u("DB登録モード"));
-        const QString chosen = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-        if (chosen == canceledFolder())
+        CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
+        if (CurrentFolder == canceledFolder())
             return;
-        CurrentFolder = chosen;
         LastChosenFolder = CurrentFolder;
         ListFolderFiles();
         ShowFirstFile();

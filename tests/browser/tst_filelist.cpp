@@ -82,28 +82,31 @@ private slots:
     {
         const QString dir = folder("docs");
         const QDateTime when(QDate(2020, 2, 29), QTime(12, 0));
-        for (const char *n : { "b.txt", "A.txt", "c d.txt", "報告書.doc", "O'Neil.doc", ".hidden" })
+        for (const char *n :
+            { "b.txt", "A.txt", "c d.txt", "報告書.doc", "O'Neil.doc", ".hidden", "a_b.txt", "ab.txt" })
             QVERIFY(test::writeFile(dir + QLatin1Char('/') + QString::fromUtf8(n), 1, when));
         FileListModel fr;
-        QCOMPARE(ListFolderFiles(fr, dir), 6);
+        QCOMPARE(ListFolderFiles(fr, dir), 8);
+        // By the upper-cased name: "AB" before "A_B" ('_' comes after the capitals).
         QCOMPARE(fr.names(),
-            QStringList({ QStringLiteral(".hidden"), QStringLiteral("A.txt"), QStringLiteral("b.txt"),
-                QStringLiteral("c d.txt"), QStringLiteral("O'Neil.doc"), QStringLiteral("報告書.doc") }));
+            QStringList({ QStringLiteral(".hidden"), QStringLiteral("A.txt"), QStringLiteral("ab.txt"),
+                QStringLiteral("a_b.txt"), QStringLiteral("b.txt"), QStringLiteral("c d.txt"),
+                QStringLiteral("O'Neil.doc"), QStringLiteral("報告書.doc") }));
 
         BrowserState state;
         state.CurrentFolder = dir;
-        for (int row : { 0, -1, 7 }) {
+        for (int row : { 0, -1, 9 }) {
             state.CurrentResultRow = row;
             TakeCurrentFile(fr, state);
             QCOMPARE(state.CurrentFileName, QString());
         }
-        state.CurrentResultRow = 6;
+        state.CurrentResultRow = 8;
         TakeCurrentFile(fr, state);
         QCOMPARE(state.CurrentFileName, QStringLiteral("報告書.doc"));
         QCOMPARE(state.CurrentFileDate, QStringLiteral("2020-02-29"));
         // The date is asked of the disk again, not read from the list.
         QVERIFY(test::setModified(dir + QStringLiteral("/O'Neil.doc"), QDateTime(QDate(2019, 1, 2), QTime(1, 2))));
-        state.CurrentResultRow = 5;
+        state.CurrentResultRow = 7;
         TakeCurrentFile(fr, state);
         QCOMPARE(state.CurrentFileDate, QStringLiteral("2019-01-02"));
         QCOMPARE(state.currentFilePath(), dir + QStringLiteral("/O'Neil.doc"));

@@ -84,6 +84,17 @@ private slots:
         QCOMPARE(r.out, QStringLiteral("\tO'Neil.doc\t2022-09-02 00:00:00\t\t1\t0\t\n"));
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("IDno") });
         QCOMPARE(r.out, QStringLiteral("1\t0\t0\t0\t0\t0\t0\n"));
+
+        // Stored text comes out as stored (a backslash stays one); only a tab or line break in
+        // it is escaped so that the row stays one line.
+        const QString odd = m_tmp.path() + QStringLiteral("/odd");
+        QVERIFY(QDir().mkpath(odd));
+        QVERIFY(tolvane::test::writeFile(odd + QStringLiteral("/C:\\報告\tA.txt"), 1, when));
+        r = cli({ QStringLiteral("register"), mdb, odd });
+        QCOMPARE(r.code, 0);
+        r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") });
+        QVERIFY2(r.out.endsWith(QStringLiteral("\tC:\\報告\\tA.txt\t2022-08-01 00:00:00\t\t2\t0\t\n")),
+            qPrintable(r.out));
     }
 
     void killedRegistrationIsAllOrNothing()

@@ -223,6 +223,24 @@ private slots:
         QVERIFY(kept);
     }
 
+    void namesDifferingInCase()
+    {
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/Case.txt"), 1, kDay1));
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/case.txt"), 1, kDay2));
+        if (listed().size() != 2)
+            QSKIP("the disk does not tell case apart");
+        {
+            ScriptedPrompter prompter;
+            QCOMPARE(runYes(prompter).added, 2);
+        }
+        ScriptedPrompter prompter;
+        QCOMPARE(runYes(prompter).kind, RegistrationOutcome::Kind::Synchronised);
+        QCOMPARE(prompter.lastMessage().text,
+            QStringLiteral("全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0"));
+        for (const FileRow &r : fileRows(m_db.get()))
+            QCOMPARE(r.date.date(), r.name == QLatin1String("Case.txt") ? kDay1.date() : kDay2.date());
+    }
+
     void refusalsChangeNothing()
     {
         QVERIFY(test::writeFile(m_folder + QStringLiteral("/a.txt"), 1, kDay1));
