@@ -1,4 +1,5 @@
 // Form1: binder handlers.
+#include "shell/modes.h"
 #include "shell/ui/form1.h"
 
 namespace tolvane::shell {
@@ -14,6 +15,9 @@ void Form1::EnterBinderContentsPanel()
     ShowLayout(BinderListLayout(BinderOperation));
     ShowLeftPane(3);
     UpdateLayout4();
+    // Browse 106, reorder files 100, detach 105.
+    if (const auto code = binderStatusCode(BinderOperation))
+        ShowModeStatus(*code);
 }
 
 // Binder creation, deletion, renaming and reordering.

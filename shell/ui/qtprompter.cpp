@@ -58,6 +58,9 @@ QString QtPrompter::saveFile(const QString &title, const QString &filter, const 
     QFileDialog dlg(m_parent, title, startDir, filter);
     dlg.setAcceptMode(QFileDialog::AcceptSave);
     dlg.setFileMode(QFileDialog::AnyFile);
+    // Choosing an existing file is refused by the caller (a catalogue is never overwritten), so
+    // the dialog must not ask whether to replace it.
+    dlg.setOption(QFileDialog::DontConfirmOverwrite);
     const QString suffix = defaultSuffix(filter);
     dlg.setDefaultSuffix(suffix);
     if (dlg.exec() != QDialog::Accepted || dlg.selectedFiles().isEmpty())

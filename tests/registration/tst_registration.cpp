@@ -139,6 +139,8 @@ private slots:
         QStringList got;
         for (const jet::Row &r : rows) {
             got.append(r[FName].toString());
+            // Empty texts, not nulls.
+            QVERIFY(r[FClass].isValid() && r[FKStr].isValid() && r[FBackC].isValid());
             QCOMPARE(r[FClass].toString(), QString());
             QCOMPARE(r[FKStr].toString(), QString());
             QCOMPARE(r[FBackC].toString(), QString());

@@ -316,8 +316,8 @@ private Q_SLOTS:
         QTest::newRow("folder record -> back to list") << true << split("open Search DBsearch viewer BackTo")
                                                        << QStringList{QStringLiteral("dir")} << list << 3
                                                        << u("フォルダ検索モード") << 51 << 10005;
-        QTest::newRow("binder browse") << true << split("open Search BDRsearch") << QStringList() << binder << 5 << QString()
-                                       << -1 << 10010;
+        QTest::newRow("binder browse") << true << split("open Search BDRsearch") << QStringList() << binder << 5
+                                       << u("バインダ閲覧モード") << 106 << 10010;
         QTest::newRow("db register, folder chosen") << true << split("open DBrec") << QStringList{QStringLiteral("dir")}
                                                     << QStringList() << 2 << u("DB登録モード") << -1 << 10019;
         QTest::newRow("db register, cancelled") << true << split("open DBrec") << QStringList{QString()} << dbUse << 2
@@ -332,6 +332,8 @@ private Q_SLOTS:
                                                 << u("ファイル検索モード") << 6 << 10022;
         QTest::newRow("menu: period search") << true << split("open m:mSearch4") << QStringList() << seek << 6
                                              << u("期間検索モード") << 8 << 10007;
+        QTest::newRow("menu: binder browse") << true << split("open m:mSearch7") << QStringList() << split("ph1 BackToINI up down del reg")
+                                             << 5 << u("バインダ閲覧モード") << 106 << 10010;
         QTest::newRow("menu: binder create") << true << split("open m:mBinderFolder") << QStringList() << binder << 0
                                              << u("バインダ作成モード") << 101 << 10014;
         QTest::newRow("menu: binder delete") << true << split("open m:mBinderDel") << QStringList() << binder << 0
@@ -342,10 +344,10 @@ private Q_SLOTS:
                                             << u("バインダ並べ替えモード") << 104 << 10017;
         QTest::newRow("binder maintenance -> back") << true << split("open m:mSort2 BackToINI") << QStringList() << fileShow
                                                     << 0 << startText << 0 << 10017;
-        QTest::newRow("menu: file order") << true << split("open m:mSort3") << QStringList() << binder << 5 << QString() << -1
-                                          << 10016;
-        QTest::newRow("menu: detach") << true << split("open m:mSort4") << QStringList() << binder << 5 << QString() << -1
-                                      << 10026;
+        QTest::newRow("menu: file order") << true << split("open m:mSort3") << QStringList() << binder << 5
+                                          << u("ファイル並べ替えモード") << 100 << 10016;
+        QTest::newRow("menu: detach") << true << split("open m:mSort4") << QStringList() << binder << 5
+                                      << u("ファイル取り外しモード") << 105 << 10026;
     }
 
     void transitions()

@@ -97,12 +97,18 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         QTest::newRow("bare name") << QStringLiteral("書類") << QStringLiteral("書類.mdb");
         QTest::newRow("with extension") << QStringLiteral("台帳.mdb") << QStringLiteral("台帳.mdb");
+        // An existing name is returned without a replace question: the create command refuses it.
+        QTest::newRow("existing file") << QStringLiteral("既存.mdb") << QStringLiteral("既存.mdb");
     }
 
     void saveDialogAddsTheExtension()
     {
         QFETCH(QString, typed);
         QFETCH(QString, expected);
+        if (typed.startsWith(QString::fromUtf8("既存"))) {
+            QFile existing(m_dir.filePath(typed));
+            QVERIFY(existing.open(QIODevice::WriteOnly));
+        }
         QtPrompter prompter;
         whenModal<QFileDialog>([&](QFileDialog *dlg) { typeAndAccept(dlg, typed); });
         const QString got = prompter.saveFile(QString::fromUtf8("データベース新規作成"),
