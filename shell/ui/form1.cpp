@@ -914,7 +914,8 @@ void Form1::picDragDropped(const QPoint &globalPos)
         else if (LayoutState == Layout::RecordShown)
             UpdateLayout3();
     } else if (LayoutState == Layout::Lists) {
-        fg->resize(std::max(fg->x() + fg->width() + x - twipsToPixels(kFrameMargin), 1), fg->height());
+        // The new width is the left of fg plus its width plus the drop point in the list.
+        fg->resize(std::max(fg->x() + fg->width() + x, 1), fg->height());
         UpdateLayout();
     } else if (LayoutState == Layout::FolderFileShown) {
         fg->resize(std::max(target->x() + x - twipsToPixels(kFrameMargin), 1), fg->height());

@@ -1,7 +1,7 @@
 // Form1: management slip and revision history handlers. A click in the result list opens the
 // record of that row: the slip grids fg2 and vs on the left, the file in the viewer on the
-// right. Edited slip fields are written back when the record is left or stepped from, history
-// lines when it is stepped from.
+// right. Edited slip fields and history lines are written back when the record is left or
+// stepped from.
 #include "shell/ui/form1.h"
 
 #include "browser/resultlist.h"

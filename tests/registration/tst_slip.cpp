@@ -436,6 +436,13 @@ private slots:
         // Keywords are typed; a classification is chosen from the drop-down.
         QVERIFY(slip->model()->item(4, 2)->isEditable());
         QVERIFY(!slip->model()->item(2, 2)->isEditable());
+        fg2->setCurrentIndex(fg2->model()->index(4, 2));
+        fg2->edit(fg2->model()->index(4, 2));
+        QLineEdit *keywords = openLineEditor(fg2);
+        QVERIFY(keywords);
+        QCOMPARE(keywords->maxLength(), kKeywordsMaxLength); // what the record can store
+        slip->finishEdit();
+        QVERIFY(!form->SlipDirty);
         slip->editCell(4, QStringLiteral("橋梁 図面"));
         QVERIFY(form->SlipDirty);
         fg2->setCurrentIndex(fg2->model()->index(1, 2));
@@ -595,6 +602,20 @@ private slots:
         QCOMPARE(vs->currentIndex(), vs->model()->index(2, 1));
         QVERIFY(!form->Calendar->isHidden());
 
+        // Typed into the cell's editor and ended with Enter: told once, after the editor closed.
+        vs->edit(vs->model()->index(2, 1));
+        QLineEdit *typing = openLineEditor(vs);
+        QVERIFY(typing);
+        QTest::keyClicks(typing, QStringLiteral("2010-1"));
+        QTest::keyClick(typing, Qt::Key_Return);
+        qDebug() << "dbg" << typing->text() << openLineEditor(vs) << vs->model()->index(2,1).data() << QApplication::focusWidget() << form->Calendar->isVisible();
+        QCoreApplication::processEvents();
+        QCOMPARE(prompter.messages().size(), 2);
+        QVERIFY(prompter.lastMessage().text.startsWith(QStringLiteral("改訂日付「2010-1」")));
+        QVERIFY(!openLineEditor(vs));
+        QCOMPARE(history->lines().first().date, QString());
+        QVERIFY(!form->HistoryDirty);
+
         history->editCell(2, 1, QStringLiteral("2010/1/5"));
         history->editCell(2, 2, QStringLiteral("撮影"));
         QVERIFY(form->HistoryDirty);
@@ -607,7 +628,7 @@ private slots:
         QVERIFY(editor);
         editor->setText(QStringLiteral("2010-13-40"));
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
-        QCOMPARE(prompter.messages().size(), 2);
+        QCOMPARE(prompter.messages().size(), 3);
         QVERIFY(prompter.lastMessage().text.startsWith(QStringLiteral("改訂日付「2010-13-40」")));
         QCOMPARE(form->LayoutState, 2);
         QCOMPARE(history->lines().first().date, QStringLiteral("2010/1/5"));
@@ -626,7 +647,7 @@ private slots:
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
         QCOMPARE(storedLines(db, 6),
                  (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影（晴天）")}}));
-        QCOMPARE(prompter.messages().size(), 2);
+        QCOMPARE(prompter.messages().size(), 3);
     }
 
     void keywordSearchRowOpensItsRecord()

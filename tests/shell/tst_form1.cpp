@@ -443,6 +443,8 @@ private Q_SLOTS:
         QCOMPARE(done.text, base + u(".mdb が使えるようになりました。") + QStringLiteral("\r\n") +
                                 u("DBオープンボタンで使用開始します。"));
         QVERIFY(QFileInfo::exists(base + QStringLiteral(".mdb")));
+        QCOMPARE(w.catalog().CatalogPath, base);
+        QCOMPARE(w.catalog().CatalogName, QFileInfo(base).fileName());
         // Creating does not open, nor change the mode.
         QVERIFY(!w.catalog().isOpen());
         QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
@@ -753,6 +755,27 @@ private Q_SLOTS:
         QCOMPARE(w.fg2->width(), w.twipsToPixels(width));
         QCOMPARE(w.vs->width(), w.twipsToPixels(width));
         QCOMPARE(w.picDrag->x(), w.fg2->x() + w.fg2->width());
+    }
+
+    void splitterDroppedOnTheListWidensTheFolderPanel()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        w.LayoutState = Layout::Lists;
+        w.ShowLeftPane(0);
+        w.fr->hide();
+        w.fs->show();
+        w.UpdateLayout();
+        const int before = w.fg->width();
+        const int dropX = 120;
+        const QPoint target = w.fs->mapToGlobal(QPoint(dropX, w.fs->height() / 2));
+        SplitterHandle *bar = w.picDrag;
+        QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
+        QTest::mouseRelease(bar, Qt::LeftButton, {}, bar->mapFromGlobal(target));
+        // left of fg + width of fg + the drop point in the list
+        QCOMPARE(w.fg->width(), w.twipsToPixels(50) + before + dropX);
+        QCOMPARE(w.fs->x(), w.fg->x() + w.fg->width() + 4);
+        QCOMPARE(w.picDrag->x(), w.fg->x() + w.fg->width());
     }
 };
 
