@@ -2,9 +2,11 @@
 // (docs/jet4-engine.md). Header-only; pure functions.
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
 #include <cstring>
+#include <utility>
 
 namespace tolvane::jet::internal {
 
@@ -110,6 +112,27 @@ inline bool rowExtent(const uchar *page, int row, int *start, int *end, quint16 
     *start = s;
     *end = e;
     return true;
+}
+
+// The 128 header bytes from 0x18 are XORed with the RC4 keystream of this key.
+inline QByteArray headerMask()
+{
+    const uchar key[4] = {0xC7, 0xDA, 0x39, 0x6B};
+    uchar s[256];
+    for (int i = 0; i < 256; ++i)
+        s[i] = uchar(i);
+    for (int i = 0, j = 0; i < 256; ++i) {
+        j = (j + s[i] + key[i % 4]) & 0xFF;
+        std::swap(s[i], s[j]);
+    }
+    QByteArray out(128, '\0');
+    for (int n = 0, i = 0, j = 0; n < 128; ++n) {
+        i = (i + 1) & 0xFF;
+        j = (j + s[i]) & 0xFF;
+        std::swap(s[i], s[j]);
+        out[n] = char(s[(s[i] + s[j]) & 0xFF]);
+    }
+    return out;
 }
 
 } // namespace tolvane::jet::internal

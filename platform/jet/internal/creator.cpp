@@ -12,6 +12,7 @@
 // sorted keys of its rows. The whole file is built in memory (it is a few dozen pages) and
 // written once.
 #include "platform/jet/internal/creator.h"
+#include "platform/jet/internal/bytes.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -942,34 +943,9 @@ struct CatalogRow
     qint32 flags;
 };
 
-double oleDate(const QDateTime &dt)
-{
-    static const QDate epoch(1899, 12, 30);
-    return double(epoch.daysTo(dt.date())) + double(dt.time().msecsSinceStartOfDay()) / 86400000.0;
-}
 
 // ---------------------------------------------------------------------------------------------
 // Header page.
-
-QByteArray headerMaskStream()
-{
-    const uchar key[4] = {0xC7, 0xDA, 0x39, 0x6B};
-    uchar s[256];
-    for (int i = 0; i < 256; ++i)
-        s[i] = uchar(i);
-    for (int i = 0, j = 0; i < 256; ++i) {
-        j = (j + s[i] + key[i % 4]) & 0xFF;
-        std::swap(s[i], s[j]);
-    }
-    QByteArray out(128, '\0');
-    for (int n = 0, i = 0, j = 0; n < 128; ++n) {
-        i = (i + 1) & 0xFF;
-        j = (j + s[i]) & 0xFF;
-        std::swap(s[i], s[j]);
-        out[n] = char(s[(s[i] + s[j]) & 0xFF]);
-    }
-    return out;
-}
 
 QByteArray headerPage(double created)
 {
@@ -993,7 +969,7 @@ QByteArray headerPage(double created)
     setU32(p, 0x6A, 0x21AA);
     setU32(p, 0x6E, kSortGeneralLegacy); // General, legacy version
     setF64(p, 0x72, created);
-    const QByteArray mask = headerMaskStream();
+    const QByteArray mask = headerMask();
     for (int i = 0; i < 128; ++i)
         p[0x18 + i] = char(p[0x18 + i] ^ mask[i]);
     // Unmasked trailer fields.
@@ -1187,7 +1163,7 @@ private:
     QList<QByteArray> m_pages;
 };
 
-NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created) : m_created(oleDate(created))
+NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created) : m_created(toOleDate(created))
 {
     for (const TableSpec &spec : specs)
         m_user.append(userTable(spec));

@@ -20,27 +20,6 @@ constexpr quint32 kSystemFlags = 0x80000002;
 constexpr MapRef kGlobalMap{1, 0};
 constexpr int kMaxOverflowHops = 16;
 
-// The 128 header bytes from 0x18 are XORed with the RC4 keystream of this key.
-QByteArray headerMask()
-{
-    const uchar key[4] = {0xC7, 0xDA, 0x39, 0x6B};
-    uchar s[256];
-    for (int i = 0; i < 256; ++i)
-        s[i] = uchar(i);
-    for (int i = 0, j = 0; i < 256; ++i) {
-        j = (j + s[i] + key[i % 4]) & 0xFF;
-        std::swap(s[i], s[j]);
-    }
-    QByteArray out(128, '\0');
-    for (int n = 0, i = 0, j = 0; n < 128; ++n) {
-        i = (i + 1) & 0xFF;
-        j = (j + s[i]) & 0xFF;
-        std::swap(s[i], s[j]);
-        out[n] = char(s[(s[i] + s[j]) & 0xFF]);
-    }
-    return out;
-}
-
 Status rowGone(RowId id)
 {
     return Status::notFound(QStringLiteral("no row at page %1 slot %2").arg(id.page).arg(id.row));
