@@ -141,6 +141,31 @@ PageStore::Fingerprint PageStore::fingerprint(const QString &path)
     return {fi.size(), fi.lastModified().toMSecsSinceEpoch(), fi.metadataChangeTime().toMSecsSinceEpoch()};
 }
 
+bool PageStore::Fingerprint::settled() const
+{
+    constexpr qint64 kCoarsestTimestampMs = 3000;
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    return now - modified > kCoarsestTimestampMs && now - changed > kCoarsestTimestampMs;
+}
+
+bool PageStore::changedOnDisk() const
+{
+    const Fingerprint now = fingerprint(m_path);
+    if (now != m_fingerprint)
+        return true;
+    if (m_fingerprint.settled())
+        return false;
+    // Same size and times, but recent enough to hide another write: look at the bytes.
+    QFile f(m_path);
+    if (!f.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray disk = f.readAll();
+    if (disk.size() != m_data.size() || disk != m_data)
+        return true;
+    m_fingerprint = now;
+    return false;
+}
+
 Result<std::unique_ptr<PageStore>> PageStore::open(const QString &path, bool writable)
 {
     QFile f(path);

@@ -53,7 +53,10 @@ public:
 
     // True when the file on disk is no longer the one this image was read from or last
     // committed to (another connection wrote it).
-    bool changedOnDisk() const { return fingerprint(m_path) != m_fingerprint; }
+    // File times are coarse (a few milliseconds, two seconds on FAT), so a write by another
+    // connection in the same tick as our own leaves them unchanged: while the file's last
+    // change is that recent, its bytes are compared as well.
+    bool changedOnDisk() const;
 
     // Test hook: when set, commit() stops after flushing the journal and writing this many
     // pages to the database file, as a crash there would (returns IOError).
@@ -67,6 +70,8 @@ private:
         qint64 modified = 0;
         qint64 changed = 0;
         bool operator==(const Fingerprint &) const = default;
+        // True when the times are old enough that any later write must change them.
+        bool settled() const;
     };
     static Fingerprint fingerprint(const QString &path);
 
@@ -81,7 +86,7 @@ private:
     quint32 m_savepointPages = 0;
     QHash<quint32, QByteArray> m_savepointImages;
     int m_crashAfter = -1;
-    Fingerprint m_fingerprint;
+    mutable Fingerprint m_fingerprint;
 };
 
 } // namespace tolvane::jet::internal
