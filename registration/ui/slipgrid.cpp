@@ -88,7 +88,8 @@ SlipGrid::SlipGrid(QTableView *view, Prompter &prompter, bool &slipDirty, QObjec
     m_view->setWordWrap(true);
     for (int c = 0; c < 3; ++c)
         m_view->setColumnWidth(c, twipsToPixels(m_view, kColumnTwips[c]));
-    m_view->viewport()->installEventFilter(this);
+    m_viewport = m_view->viewport();
+    m_viewport->installEventFilter(this);
     m_view->installEventFilter(this);
     connect(m_model, &QStandardItemModel::itemChanged, this, [this](QStandardItem *item) {
         if (!m_filling && item->column() == kValueCol)
@@ -239,7 +240,9 @@ void SlipGrid::autoFit()
 
 bool SlipGrid::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_view->viewport() && event->type() == QEvent::MouseButtonPress) {
+    // Compare against the pointer kept at installation: the view may be half destroyed
+    // when its viewport sends its last events.
+    if (watched == m_viewport && event->type() == QEvent::MouseButtonPress) {
         const auto *me = static_cast<QMouseEvent *>(event);
         const QModelIndex index = m_view->indexAt(me->position().toPoint());
         if (index.isValid())

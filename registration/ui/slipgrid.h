@@ -66,6 +66,7 @@ private:
     void applyFontSize(int points);
 
     QTableView *m_view;
+    QObject *m_viewport = nullptr;
     QStandardItemModel *m_model;
     Prompter &m_prompter;
     bool &m_slipDirty;
