@@ -47,9 +47,12 @@ void Form1::SetupSlip()
         if (LayoutState == Layout::RecordShown)
             Toolbar_ButtonClick(next ? QStringLiteral("Next") : QStringLiteral("Prev"));
     });
-    // Unsaved marks belong to a record of the catalogue being closed: they must not reach the
-    // current record of the next one.
+    // Edits of the record still on screen are written before its catalogue goes away (another
+    // catalogue is opened, or the window closes), so that closing never drops them. The marks
+    // are cleared either way: they must not reach the current record of the next catalogue.
     connect(this, &Form1::catalogAboutToClose, this, [this] {
+        if ((SlipDirty || HistoryDirty) && SearchResultSet && m_catalog.isOpen())
+            SaveRecordIfDirty();
         SlipDirty = false;
         HistoryDirty = false;
     });

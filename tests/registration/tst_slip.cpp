@@ -474,6 +474,21 @@ private slots:
         QCOMPARE(s.backC, QStringLiteral("12648447"));
     }
 
+    void editsOfTheShownRecordSurviveClosingTheWindow()
+    {
+        ScriptedPrompter prompter;
+        auto form = openForm(prompter);
+        QVERIFY(form);
+        form->show();
+        openRow(*form, 1); // memo.txt
+        form->slipGrid()->editCell(4, QStringLiteral("閉じる前の記入"));
+        QVERIFY(form->SlipDirty);
+        form->close();
+        auto db = jet::Database::open(m_catalogue);
+        QVERIFY(db);
+        QCOMPARE(storedFile(db->get(), QStringLiteral("memo.txt")).kStr, QStringLiteral("閉じる前の記入"));
+    }
+
     void archiveCatalogueCannotBeEdited()
     {
         auto dbid = m_db->openTable(catalog::kDbidTable);
