@@ -10,7 +10,7 @@ namespace tolvane {
 
 namespace {
 
-Result<QString> pdfText(const QString &path)
+Result<QString> pdfText(const QString &path, const TextExtractor::Progress &progress)
 {
     QPdfDocument pdf;
     const QPdfDocument::Error error = pdf.load(path);
@@ -27,7 +27,10 @@ Result<QString> pdfText(const QString &path)
         return Status::corruption(path);
     }
     QString text;
-    for (int page = 0; page < pdf.pageCount(); ++page) {
+    const int pages = pdf.pageCount();
+    for (int page = 0; page < pages; ++page) {
+        if (progress && !progress(page, pages))
+            return Status::cancelled();
         const QString pageText = pdf.getAllText(page).text();
         if (!text.isEmpty() && !pageText.isEmpty())
             text += QLatin1Char('\n');
@@ -38,11 +41,11 @@ Result<QString> pdfText(const QString &path)
 
 } // namespace
 
-Result<QString> BuiltinTextExtractor::extract(const QString &path)
+Result<QString> BuiltinTextExtractor::extract(const QString &path, const Progress &progress)
 {
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (suffix == QLatin1String("pdf"))
-        return pdfText(path);
+        return pdfText(path, progress);
     if (suffix == QLatin1String("txt") || suffix == QLatin1String("rtf")) {
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly))

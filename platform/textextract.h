@@ -6,6 +6,8 @@
 
 #include "platform/status.h"
 
+#include <functional>
+
 #include <QByteArray>
 #include <QString>
 
@@ -56,9 +58,13 @@ class TextExtractor
 {
 public:
     virtual ~TextExtractor() = default;
+    // Reports the pages done out of the total; returning false asks the extraction to stop.
+    using Progress = std::function<bool(int done, int total)>;
+
     // The document's text. IOError when the file cannot be read, Corruption when a supported
-    // format is damaged; empty text for a format this extractor does not read.
-    virtual Result<QString> extract(const QString &path) = 0;
+    // format is damaged, Cancelled when progress returned false; empty text for a format this
+    // extractor does not read.
+    virtual Result<QString> extract(const QString &path, const Progress &progress = {}) = 0;
 };
 
 // The extractor available on every platform: PDF through QtPdf, plain and rich text files
@@ -66,7 +72,7 @@ public:
 class BuiltinTextExtractor : public TextExtractor
 {
 public:
-    Result<QString> extract(const QString &path) override;
+    Result<QString> extract(const QString &path, const Progress &progress = {}) override;
 };
 
 } // namespace tolvane

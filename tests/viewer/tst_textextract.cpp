@@ -256,6 +256,15 @@ private slots:
         QVERIFY2(text->contains(QStringLiteral("Tolvane first page")), qPrintable(*text));
         QVERIFY2(text->contains(QStringLiteral("Second page text")), qPrintable(*text));
         QVERIFY(text->indexOf(QStringLiteral("Tolvane")) < text->indexOf(QStringLiteral("Second")));
+
+        // Progress counts the pages; a stop request ends the extraction without a text.
+        QList<QPair<int, int>> reports;
+        text = extractor.extract(path, [&reports](int done, int total) {
+            reports.append({done, total});
+            return done < 1;
+        });
+        QCOMPARE(text.status().code(), Status::Code::Cancelled);
+        QCOMPARE(reports, (QList<QPair<int, int>>{{0, 2}, {1, 2}}));
     }
 
     void otherFormats()

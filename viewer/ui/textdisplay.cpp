@@ -1,9 +1,12 @@
 #include "viewer/ui/textdisplay.h"
 
+#include "platform/apptitle.h"
 #include "platform/textextract.h"
 #include "viewer/notices.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QProgressDialog>
 #include <QTextCharFormat>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -38,7 +41,19 @@ Status loadTextFile(QTextEdit *mData, const QString &path)
 Status ShowExtractedText(QTextEdit *mData, TextExtractor &extractor, const QString &path)
 {
     mData->clear();
-    Result<QString> text = extractor.extract(path);
+    // A long document takes a while: after a moment a progress dialog shows the pages read
+    // and lets the user stop (the box then stays empty).
+    QProgressDialog progress(mData->window());
+    progress.setWindowTitle(appTitle());
+    progress.setLabelText(QFileInfo(path).fileName());
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setMinimumDuration(500);
+    progress.setAutoReset(false);
+    Result<QString> text = extractor.extract(path, [&progress](int done, int total) {
+        progress.setMaximum(total);
+        progress.setValue(done);
+        return !progress.wasCanceled();
+    });
     if (!text)
         return text.status();
     mData->setPlainText(*text);
