@@ -839,17 +839,17 @@ Table msysRelationships()
     return t;
 }
 
-Table userTable(const TableSpec &spec)
+Table userTable(const TableSpec &table)
 {
     QList<ColumnDecl> decls;
-    for (const ColumnSpec &c : spec.columns) {
+    for (const ColumnSpec &c : table.columns) {
         switch (c.type) {
         case ColumnType::Long: decls.append({c.name, kLong}); break;
         case ColumnType::DateTime: decls.append({c.name, kDate}); break;
         default: decls.append({c.name, kText, c.textLength, 0, kExtCompressible}); break;
         }
     }
-    return makeTable(spec.name, false, decls);
+    return makeTable(table.name, false, decls);
 }
 
 Status checkSpecs(const QList<TableSpec> &tables)
@@ -1165,8 +1165,8 @@ private:
 
 NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created) : m_created(toOleDate(created))
 {
-    for (const TableSpec &spec : specs)
-        m_user.append(userTable(spec));
+    for (const TableSpec &table : specs)
+        m_user.append(userTable(table));
 
     m_rows.catalog = {
         {kTablesId, kRootId, QStringLiteral("Tables"), 3, kSidEngine, kSystemFlags},
