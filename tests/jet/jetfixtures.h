@@ -11,6 +11,7 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <tuple>
 
 namespace tolvane::test {
 
@@ -24,6 +25,17 @@ inline bool copyFile(const QString &source, const QString &path)
     if (!QFile::copy(source, path))
         return false;
     return QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::WriteOwner);
+}
+
+inline QByteArray fileBytes(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+inline QDateTime local(int y, int mo, int d, int h = 0, int mi = 0, int s = 0)
+{
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::LocalTime);
 }
 
 inline QList<jet::Row> scanAll(jet::Database &db, const QString &table)
@@ -142,24 +154,25 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
             }
             theirsJs << j.join(u'\x1f');
         }
-        std::sort(ours.begin(), ours.end());
-        std::sort(theirs.begin(), theirs.end());
-        std::sort(oursJs.begin(), oursJs.end());
-        std::sort(theirsJs.begin(), theirsJs.end());
-        if (ours != theirs) {
-            for (int i = 0; i < std::min(ours.size(), theirs.size()); ++i)
-                if (ours.at(i) != theirs.at(i))
-                    return QStringLiteral("%1: mdb-export row differs: ours [%2] theirs [%3]").arg(table, ours.at(i), theirs.at(i));
-            return QStringLiteral("%1: mdb-export %2 rows, ours %3").arg(table).arg(theirs.size()).arg(ours.size());
-        }
-        if (oursJs != theirsJs) {
-            for (int i = 0; i < std::min(oursJs.size(), theirsJs.size()); ++i)
-                if (oursJs.at(i) != theirsJs.at(i))
-                    return QStringLiteral("%1: mdb-reader row differs: ours [%2] theirs [%3]").arg(table, oursJs.at(i), theirsJs.at(i));
-            return QStringLiteral("%1: mdb-reader %2 rows, ours %3").arg(table).arg(theirsJs.size()).arg(oursJs.size());
+        for (const auto &[reader, a, b] : {std::tuple{"mdb-export", &ours, &theirs}, std::tuple{"mdb-reader", &oursJs, &theirsJs}}) {
+            std::sort(a->begin(), a->end());
+            std::sort(b->begin(), b->end());
+            if (*a == *b)
+                continue;
+            for (int i = 0; i < std::min(a->size(), b->size()); ++i)
+                if (a->at(i) != b->at(i))
+                    return QStringLiteral("%1: %2 row differs: ours [%3] theirs [%4]").arg(table, QLatin1String(reader), a->at(i), b->at(i));
+            return QStringLiteral("%1: %2 %3 rows, ours %4").arg(table, QLatin1String(reader)).arg(b->size()).arg(a->size());
         }
     }
     return {};
 }
 
 } // namespace tolvane::test
+
+// Fails the calling test with the first difference when the oracles disagree with the engine.
+#define JET_VERIFY_ORACLES(...)                                                                    \
+    do {                                                                                           \
+        const QString jetOracleMismatch = tolvane::test::oracleMismatch(__VA_ARGS__);              \
+        QVERIFY2(jetOracleMismatch.isEmpty(), qPrintable(jetOracleMismatch));                      \
+    } while (false)

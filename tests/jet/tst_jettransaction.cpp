@@ -15,11 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray fileBytes(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
+using test::fileBytes;
 
 const QList<TableSpec> kLogTable{{u"Log"_s,
                                   {{u"Seq"_s, ColumnType::Long, 0},
@@ -90,8 +86,7 @@ void TstJetTransaction::commitAndRollback()
     db->reset();
     auto again = Database::open(m_path);
     QCOMPARE(sequences(**again), (QMap<int, int>{{2, 10000}, {3, 1}}));
-    const QString mismatch = test::oracleMismatch(m_path);
-    QVERIFY2(mismatch.isEmpty(), qPrintable(mismatch));
+    JET_VERIFY_ORACLES(m_path);
 }
 
 void TstJetTransaction::interruptedCommitIsRolledBackAtOpen_data()
@@ -143,8 +138,7 @@ void TstJetTransaction::interruptedCommitIsRolledBackAtOpen()
     QCOMPARE(fileBytes(m_path), before);
     QCOMPARE(sequences(**db), (QMap<int, int>{{1, 300}}));
     db->reset();
-    const QString mismatch = test::oracleMismatch(m_path);
-    QVERIFY2(mismatch.isEmpty(), qPrintable(mismatch));
+    JET_VERIFY_ORACLES(m_path);
 }
 
 void TstJetTransaction::tornJournalIsIgnored()
@@ -208,8 +202,7 @@ void TstJetTransaction::killedWriterLeavesWholeTransactions()
         QVERIFY2(after.ok, qPrintable(after.output));
     }
     qInfo("%d transactions survived 12 kills; %d kills left a journal to roll back", lastSeq, hotJournals);
-    const QString mismatch = test::oracleMismatch(m_path);
-    QVERIFY2(mismatch.isEmpty(), qPrintable(mismatch));
+    JET_VERIFY_ORACLES(m_path);
 }
 
 void TstJetTransaction::twoConnectionsSeeEachOthersCommits()
