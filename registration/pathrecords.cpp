@@ -97,8 +97,11 @@ QString matchKey(const QString &name)
     return name;
 }
 
+// The rows registered in folder pnID, in table order.
 Result<QList<FolderRow>> readFolderRows(jet::Database *db, int pnID)
 {
+    if (!db)
+        return Status::invalidArgument(QStringLiteral("no catalogue"));
     QList<FolderRow> rows;
     const Status st = db->scan(kFileAtrTable, [&](jet::RowId id, const jet::Row &row) {
         if (row.size() == FileAtrFieldCount && row[FPnID].isValid() && row[FPnID].toInt() == pnID)
@@ -108,6 +111,13 @@ Result<QList<FolderRow>> readFolderRows(jet::Database *db, int pnID)
     if (!st)
         return st;
     return rows;
+}
+
+// Hands a failure to the caller's error slot, when it gave one.
+void setError(Status *error, Status st)
+{
+    if (error)
+        *error = std::move(st);
 }
 
 bool sameDate(const QVariant &stored, const QDateTime &day)
@@ -150,17 +160,9 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name)
 int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
     Status *error, const Progress &progress)
 {
-    auto fail = [&](Status st) {
-        if (error)
-            *error = std::move(st);
-    };
-    if (!db) {
-        fail(Status::invalidArgument(QStringLiteral("no catalogue")));
-        return 0;
-    }
     auto existing = readFolderRows(db, pnID);
     if (!existing) {
-        fail(existing.status());
+        setError(error, existing.status());
         return 0;
     }
     QHash<QString, int> byName; // match key -> index into rows
@@ -176,7 +178,7 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
     const int total = int(names.size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 64) == 0 && !progress(i, total)) {
-            fail(Status::cancelled());
+            setError(error, Status::cancelled());
             return added;
         }
         const QString &name = names[i];
@@ -191,7 +193,7 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
                 updated[FDate] = day.isValid() ? QVariant(day) : QVariant();
                 const Status st = db->updateRow(kFileAtrTable, row.id, updated);
                 if (!st) {
-                    fail(st);
+                    setError(error, st);
                     return added;
                 }
                 row.values = updated;
@@ -202,7 +204,7 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
         const jet::Row values = newFileRow(name, pnID, day);
         const auto id = db->insertRow(kFileAtrTable, values);
         if (!id) {
-            fail(id.status());
+            setError(error, id.status());
             return added;
         }
         rows.append({ id.value(), values });
@@ -216,17 +218,9 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
 
 int DeleteMissingFiles(jet::Database *db, int pnID, const QStringList &names, Status *error, const Progress &progress)
 {
-    auto fail = [&](Status st) {
-        if (error)
-            *error = std::move(st);
-    };
-    if (!db) {
-        fail(Status::invalidArgument(QStringLiteral("no catalogue")));
-        return 0;
-    }
     auto existing = readFolderRows(db, pnID);
     if (!existing) {
-        fail(existing.status());
+        setError(error, existing.status());
         return 0;
     }
     const QSet<QString> listed(names.cbegin(), names.cend());
@@ -234,7 +228,7 @@ int DeleteMissingFiles(jet::Database *db, int pnID, const QStringList &names, St
     const int total = int(existing->size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 256) == 0 && !progress(i, total)) {
-            fail(Status::cancelled());
+            setError(error, Status::cancelled());
             return deleted;
         }
         const FolderRow &row = existing->at(i);
@@ -242,7 +236,7 @@ int DeleteMissingFiles(jet::Database *db, int pnID, const QStringList &names, St
             continue;
         const Status st = db->deleteRow(kFileAtrTable, row.id);
         if (!st) {
-            fail(st);
+            setError(error, st);
             return deleted;
         }
         ++deleted;

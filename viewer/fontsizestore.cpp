@@ -12,13 +12,19 @@ bool offeredSize(int size)
     return size == 9 || size == 10 || size == 11 || size == 12 || size == 14 || size == 16;
 }
 
+// The one-row table that keeps the text size, opened for reading and writing.
+Result<std::unique_ptr<jet::Recordset>> openFontSizeTable(jet::Database *db)
+{
+    if (!db)
+        return Status::invalidArgument(QStringLiteral("no catalogue open"));
+    return db->openTable(catalog::kFontSizeTable);
+}
+
 } // namespace
 
 Status SaveFontSize(jet::Database *db, int textFontSize)
 {
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue open"));
-    auto rs = db->openTable(catalog::kFontSizeTable);
+    auto rs = openFontSizeTable(db);
     if (!rs)
         return rs.status();
     jet::Recordset &table = **rs;
@@ -39,9 +45,7 @@ Status SaveFontSize(jet::Database *db, int textFontSize)
 
 Result<int> ReadFontSize(jet::Database *db)
 {
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue open"));
-    auto rs = db->openTable(catalog::kFontSizeTable);
+    auto rs = openFontSizeTable(db);
     if (!rs)
         return rs.status();
     jet::Recordset &table = **rs;

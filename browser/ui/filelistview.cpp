@@ -1,5 +1,7 @@
 #include "browser/ui/filelistview.h"
 
+#include "browser/ui/gridview.h"
+
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QScreen>
@@ -44,12 +46,7 @@ void FileListView::setStartWidths()
 
 void FileListView::setFontSize(int points)
 {
-    if (points <= 0)
-        return;
-    QFont f = font();
-    f.setPointSize(points);
-    setFont(f);
-    horizontalHeader()->setFont(f);
+    setGridFontSize(this, points);
 }
 
 void FileListView::changeEvent(QEvent *event)
@@ -62,8 +59,7 @@ void FileListView::changeEvent(QEvent *event)
 
 int FileListView::gridRowAt(const QPoint &viewportPos) const
 {
-    const int r = rowAt(viewportPos.y());
-    return r < 0 ? -1 : r + 1;
+    return ui::gridRowAt(this, viewportPos);
 }
 
 void FileListView::mousePressEvent(QMouseEvent *event)

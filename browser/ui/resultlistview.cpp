@@ -1,5 +1,7 @@
 #include "browser/ui/resultlistview.h"
 
+#include "browser/ui/gridview.h"
+
 #include <QHeaderView>
 #include <QMouseEvent>
 
@@ -37,18 +39,12 @@ void ResultListView::syncColumns()
 
 void ResultListView::applyFontSize(int points)
 {
-    if (points <= 0)
-        return;
-    QFont f = font();
-    f.setPointSize(points);
-    setFont(f);
-    horizontalHeader()->setFont(f);
+    setGridFontSize(this, points);
 }
 
 int ResultListView::gridRowAt(const QPoint &viewportPos) const
 {
-    const int r = rowAt(viewportPos.y());
-    return r < 0 ? -1 : r + 1;
+    return ui::gridRowAt(this, viewportPos);
 }
 
 void ResultListView::mousePressEvent(QMouseEvent *event)

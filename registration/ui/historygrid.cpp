@@ -86,15 +86,7 @@ HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &p
     : QObject(parent), m_view(view), m_model(new QStandardItemModel(0, 3, this)), m_calendar(calendar),
       m_prompter(prompter), m_historyDirty(historyDirty)
 {
-    if (m_view->objectName().isEmpty())
-        m_view->setObjectName(QStringLiteral("vs"));
-    m_view->setModel(m_model);
-    m_view->setItemDelegate(new HistoryDelegate(this));
-    m_view->horizontalHeader()->hide();
-    m_view->verticalHeader()->hide();
-    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_view->setSelectionBehavior(QAbstractItemView::SelectItems);
-    m_view->setWordWrap(true);
+    setUpGridView(m_view, QStringLiteral("vs"), m_model, new HistoryDelegate(this));
     setArchive(false);
     auto *recorder = new PressRecorder(this);
     m_view->viewport()->installEventFilter(recorder);
@@ -156,11 +148,7 @@ void HistoryGrid::setFontSize(int points)
 {
     if (points <= 0)
         return;
-    QFont f = m_view->font();
-    f.setPointSize(points);
-    m_view->setFont(f);
-    QFont bold = f;
-    bold.setBold(true);
+    const QFont bold = setViewPointSize(m_view, points);
     m_filling = true;
     if (m_model->rowCount() >= kFirstLineRow) {
         m_model->item(0, kDateCol)->setFont(bold);
@@ -300,11 +288,7 @@ void HistoryGrid::writePickedDate(const QString &dateText)
 
 void HistoryGrid::autoFit()
 {
-    m_view->resizeColumnToContents(kDateCol);
-    m_view->resizeColumnToContents(kNoteCol);
-    m_view->setColumnWidth(kDateCol, qMax(m_view->columnWidth(kDateCol), twipsToPixels(m_view, kColumnTwips[1])));
-    m_view->setColumnWidth(kNoteCol, qMax(m_view->columnWidth(kNoteCol), twipsToPixels(m_view, kColumnTwips[2])));
-    m_view->resizeRowsToContents();
+    fitTwoColumns(m_view, kDateCol, kColumnTwips[1], kNoteCol, kColumnTwips[2]);
 }
 
 } // namespace tolvane::registration

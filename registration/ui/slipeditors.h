@@ -3,6 +3,9 @@
 
 #include <QAbstractItemDelegate>
 #include <QAbstractItemView>
+#include <QFont>
+#include <QHeaderView>
+#include <QTableView>
 #include <QWidget>
 
 namespace tolvane::registration {
@@ -32,6 +35,44 @@ inline void commitOpenEditors(QAbstractItemView *view)
         emit view->itemDelegate()->commitData(editor);
         emit view->itemDelegate()->closeEditor(editor, QAbstractItemDelegate::NoHint);
     }
+}
+
+// Gives a grid view its model and delegate and the look both grids share: no headers, one cell
+// selected at a time, wrapped text. A view without a name gets defaultName.
+inline void setUpGridView(QTableView *view, const QString &defaultName, QAbstractItemModel *model,
+                          QAbstractItemDelegate *delegate)
+{
+    if (view->objectName().isEmpty())
+        view->setObjectName(defaultName);
+    view->setModel(model);
+    view->setItemDelegate(delegate);
+    view->horizontalHeader()->hide();
+    view->verticalHeader()->hide();
+    view->setSelectionMode(QAbstractItemView::SingleSelection);
+    view->setSelectionBehavior(QAbstractItemView::SelectItems);
+    view->setWordWrap(true);
+}
+
+// Sets the point size of view's font and returns the bold face of the new font.
+inline QFont setViewPointSize(QAbstractItemView *view, int points)
+{
+    QFont f = view->font();
+    f.setPointSize(points);
+    view->setFont(f);
+    QFont bold = f;
+    bold.setBold(true);
+    return bold;
+}
+
+// Fits the two text columns of view to their contents, each no narrower than its minimum
+// (in twips), then the rows to their wrapped text.
+inline void fitTwoColumns(QTableView *view, int first, int firstMinTwips, int second, int secondMinTwips)
+{
+    view->resizeColumnToContents(first);
+    view->resizeColumnToContents(second);
+    view->setColumnWidth(first, qMax(view->columnWidth(first), twipsToPixels(view, firstMinTwips)));
+    view->setColumnWidth(second, qMax(view->columnWidth(second), twipsToPixels(view, secondMinTwips)));
+    view->resizeRowsToContents();
 }
 
 } // namespace tolvane::registration

@@ -75,17 +75,9 @@ SlipGrid::SlipGrid(QTableView *view, Prompter &prompter, bool &slipDirty, QObjec
     : QObject(parent), m_view(view), m_model(new QStandardItemModel(SlipRow::Count, 3, this)), m_prompter(prompter),
       m_slipDirty(slipDirty)
 {
-    if (m_view->objectName().isEmpty())
-        m_view->setObjectName(QStringLiteral("fg2"));
-    m_view->setModel(m_model);
-    m_view->setItemDelegate(new SlipDelegate(m_choices, this));
-    m_view->horizontalHeader()->hide();
-    m_view->verticalHeader()->hide();
-    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_view->setSelectionBehavior(QAbstractItemView::SelectItems);
+    setUpGridView(m_view, QStringLiteral("fg2"), m_model, new SlipDelegate(m_choices, this));
     m_view->setEditTriggers(QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
                             | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
-    m_view->setWordWrap(true);
     for (int c = 0; c < 3; ++c)
         m_view->setColumnWidth(c, twipsToPixels(m_view, kColumnTwips[c]));
     m_viewport = m_view->viewport();
@@ -219,11 +211,7 @@ void SlipGrid::applyFontSize(int points)
 {
     if (points <= 0)
         return;
-    QFont f = m_view->font();
-    f.setPointSize(points);
-    m_view->setFont(f);
-    QFont bold = f;
-    bold.setBold(true);
+    const QFont bold = setViewPointSize(m_view, points);
     m_filling = true;
     m_model->item(SlipRow::Title, kLabelCol)->setFont(bold);
     m_filling = false;
@@ -231,11 +219,7 @@ void SlipGrid::applyFontSize(int points)
 
 void SlipGrid::autoFit()
 {
-    m_view->resizeColumnToContents(kLabelCol);
-    m_view->resizeColumnToContents(kValueCol);
-    m_view->setColumnWidth(kLabelCol, qMax(m_view->columnWidth(kLabelCol), twipsToPixels(m_view, kColumnTwips[1])));
-    m_view->setColumnWidth(kValueCol, qMax(m_view->columnWidth(kValueCol), twipsToPixels(m_view, kColumnTwips[2])));
-    m_view->resizeRowsToContents();
+    fitTwoColumns(m_view, kLabelCol, kColumnTwips[1], kValueCol, kColumnTwips[2]);
 }
 
 bool SlipGrid::eventFilter(QObject *watched, QEvent *event)

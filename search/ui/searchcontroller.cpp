@@ -129,21 +129,7 @@ SearchController::Outcome SearchController::finishQuery(SearchKind kind, const R
     return Outcome::Found;
 }
 
-SearchController::Outcome SearchController::RunFileNameSearch()
-{
-    prepareList();
-    if (m_panel.word().isEmpty()) {
-        message(kEmptyWordMessage, Prompter::Icon::Warning);
-        return Outcome::Refused;
-    }
-    m_state.SavedSearchWord = m_panel.word().trimmed();
-    jet::Database *db = m_catalog.db();
-    if (!db)
-        return Outcome::Failed;
-    return finishQuery(SearchKind::FileName, QueryByFileName(*db, m_result, m_state.SavedSearchWord));
-}
-
-SearchController::Outcome SearchController::RunKeywordSearch()
+SearchController::Outcome SearchController::runWordSearch(SearchKind kind, WordQuery query)
 {
     prepareList();
     // The check looks at the text as typed: a word of blanks only is searched as the empty word.
@@ -155,7 +141,17 @@ SearchController::Outcome SearchController::RunKeywordSearch()
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
-    return finishQuery(SearchKind::Keyword, QueryByKeyword(*db, m_result, m_state.SavedSearchWord));
+    return finishQuery(kind, query(*db, m_result, m_state.SavedSearchWord));
+}
+
+SearchController::Outcome SearchController::RunFileNameSearch()
+{
+    return runWordSearch(SearchKind::FileName, QueryByFileName);
+}
+
+SearchController::Outcome SearchController::RunKeywordSearch()
+{
+    return runWordSearch(SearchKind::Keyword, QueryByKeyword);
 }
 
 SearchController::Outcome SearchController::RunClassSearch()

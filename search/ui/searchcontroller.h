@@ -87,6 +87,9 @@ public:
     bool listHasRows() const;
 
 private:
+    using WordQuery = Result<bool> (*)(jet::Database &, RecordsetSlot &, const QString &);
+    // The file-name and keyword searches: the typed word is checked, kept and looked up.
+    Outcome runWordSearch(SearchKind kind, WordQuery query);
     Outcome finishQuery(SearchKind kind, const Result<bool> &found);
     void prepareList();
     void fillList();

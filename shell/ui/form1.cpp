@@ -758,16 +758,31 @@ QRect Form1::rightRect(int leftWidth) const
     return {left, 0, w, frameHeight()};
 }
 
-void Form1::UpdateLayout()
+void Form1::placeRightPanes(const QRect &r)
 {
-    const int w = fg->width();
-    fg->setGeometry(leftRect(w));
-    const QRect r = rightRect(w);
     for (QWidget *c : {static_cast<QWidget *>(fr), static_cast<QWidget *>(mData), imk, static_cast<QWidget *>(fs)})
         c->setGeometry(r);
-    picDrag->setGeometry(twipsToPixels(kFrameMargin) + w, 0, 4, frameHeight());
+}
+
+void Form1::placeSplitter(int x, int height)
+{
+    // The splitter is four screen pixels wide and stays above the panes it divides.
+    picDrag->setGeometry(x, 0, 4, height);
     picDrag->show();
     picDrag->raise();
+}
+
+void Form1::placeBesideList(QWidget *list)
+{
+    const int w = list->width();
+    list->setGeometry(leftRect(w));
+    placeRightPanes(rightRect(w));
+    placeSplitter(twipsToPixels(kFrameMargin) + w, frameHeight());
+}
+
+void Form1::UpdateLayout()
+{
+    placeBesideList(fg);
 }
 
 void Form1::UpdateLayout2()
@@ -779,9 +794,7 @@ void Form1::UpdateLayout2()
     const QRect r = rightRect(w);
     mData->setGeometry(r);
     imk->setGeometry(r);
-    picDrag->setGeometry(twipsToPixels(kFrameMargin) + w, 0, 4, frameHeight());
-    picDrag->show();
-    picDrag->raise();
+    placeSplitter(twipsToPixels(kFrameMargin) + w, frameHeight());
 }
 
 void Form1::UpdateLayout3()
@@ -797,24 +810,14 @@ void Form1::UpdateLayout3()
     udDrag->show();
     udDrag->raise();
     const QRect r = rightRect(w);
-    for (QWidget *c : {static_cast<QWidget *>(fr), static_cast<QWidget *>(mData), imk, static_cast<QWidget *>(fs)})
-        c->setGeometry(r);
+    placeRightPanes(r);
     Calendar->move(r.left(), h - Calendar->height());
-    picDrag->setGeometry(left + w, 0, 4, h);
-    picDrag->show();
-    picDrag->raise();
+    placeSplitter(left + w, h);
 }
 
 void Form1::UpdateLayout4()
 {
-    const int w = fg3->width();
-    fg3->setGeometry(leftRect(w));
-    const QRect r = rightRect(w);
-    for (QWidget *c : {static_cast<QWidget *>(fr), static_cast<QWidget *>(mData), imk, static_cast<QWidget *>(fs)})
-        c->setGeometry(r);
-    picDrag->setGeometry(twipsToPixels(kFrameMargin) + w, 0, 4, frameHeight());
-    picDrag->show();
-    picDrag->raise();
+    placeBesideList(fg3);
 }
 
 void Form1::UpdateLayout5()

@@ -193,6 +193,7 @@ public:
     void InitControls();
     void ListFolderFiles();
     void ShowFirstFile();
+    void ShowListedFile(int previousRow, int helpId); // the file of CurrentResultRow beside the tree
     void PrepShow2FS();
     void StepFolderFile(bool next); // "Prev"/"Next" over the folder's file list
     void mOptCol_Click();
@@ -303,6 +304,10 @@ private:
     QRect leftRect(int leftWidth) const;
     QRect rightRect(int leftWidth) const;
     int frameHeight() const;
+    void placeRightPanes(const QRect &r);
+    void placeSplitter(int x, int height);
+    // list at the left edge, the panes and the splitter to its right.
+    void placeBesideList(QWidget *list);
     void shutdown();
     void helpViewerMissing();
 

@@ -180,20 +180,7 @@ void Form1::OpenListedFile()
     auto *files = frModel(fr);
     if (!files || CurrentResultRow < 1 || CurrentResultRow >= files->rows())
         return;
-    UpdateLayout2();
-    ShowLeftPane(2);
-    LayoutState = Layout::FolderFileShown;
-    TakeCurrentFile();
-    // The highlight follows the shown file wherever the previous one was.
-    files->clearRowColors();
-    const int previous = PreviousResultRow;
-    PreviousResultRow = 0;
-    PutGreen_frList();
-    PreviousResultRow = previous;
-    ViewerToolbarKind = kNoViewerButtons;
-    DispFR();
-    ShowModeStatus(kFileShownStatus);
-    HelpContextID = kShownFileHelp;
+    ShowListedFile(PreviousResultRow, kShownFileHelp);
 }
 
 // Shows the first file of fr (after a folder was chosen).
@@ -206,18 +193,27 @@ void Form1::ShowFirstFile()
         ShowModeStatus(ModeNo == Mode::Record ? kRecordEmptyStatus : kFileShowEmptyStatus);
         return;
     }
+    ShowListedFile(CurrentResultRow, Help::FileShow);
+}
+
+// Shows the file of CurrentResultRow beside the folder tree, the only row in green; afterwards
+// PreviousResultRow holds previousRow.
+void Form1::ShowListedFile(int previousRow, int helpId)
+{
     UpdateLayout2();
     ShowLeftPane(2);
     LayoutState = Layout::FolderFileShown;
     TakeCurrentFile();
-    files->clearRowColors();
+    // The highlight follows the shown file wherever the previous one was.
+    if (auto *files = frModel(fr))
+        files->clearRowColors();
     PreviousResultRow = 0;
     PutGreen_frList();
-    PreviousResultRow = CurrentResultRow;
+    PreviousResultRow = previousRow;
     ViewerToolbarKind = kNoViewerButtons;
     DispFR();
     ShowModeStatus(kFileShownStatus);
-    HelpContextID = Help::FileShow;
+    HelpContextID = helpId;
 }
 
 // Empties the ResultList, brings it to the front and prepares its catalogue headings.

@@ -25,6 +25,14 @@ Status rowGone(RowId id)
     return Status::notFound(QStringLiteral("no row at page %1 slot %2").arg(id.page).arg(id.row));
 }
 
+// A row longer than a data page can hold is refused before anything is written.
+Status checkRowLength(const QByteArray &bytes)
+{
+    if (bytes.size() > kMaxRowSize)
+        return Status::invalidArgument(QStringLiteral("the row is too long (%1 bytes)").arg(bytes.size()));
+    return Status::ok();
+}
+
 } // namespace
 
 Engine::~Engine() = default;
@@ -752,18 +760,28 @@ void Engine::addRowCount(const Table &t, int delta)
     put32(pg + 16, quint32(qint64(u32(pg + 16)) + delta));
 }
 
-Result<RowId> Engine::insertRow(const QString &table, const Row &values)
+Result<Engine::Table *> Engine::tableForRow(const QString &table, const Row &values, Row *norm)
 {
     Result<Table *> tr = writableTable(table);
     if (!tr)
         return tr.status();
+    Result<Row> normalized = normalizeRow((*tr)->def, (*tr)->columns, values);
+    if (!normalized)
+        return normalized.status();
+    *norm = std::move(*normalized);
+    return tr;
+}
+
+Result<RowId> Engine::insertRow(const QString &table, const Row &values)
+{
+    Row norm;
+    Result<Table *> tr = tableForRow(table, values, &norm);
+    if (!tr)
+        return tr.status();
     Table *t = *tr;
-    Result<Row> norm = normalizeRow(t->def, t->columns, values);
-    if (!norm)
-        return norm.status();
-    const QByteArray bytes = encodeRow(t->def, *norm);
-    if (bytes.size() > kMaxRowSize)
-        return Status::invalidArgument(QStringLiteral("the row is too long (%1 bytes)").arg(bytes.size()));
+    const QByteArray bytes = encodeRow(t->def, norm);
+    if (Status st = checkRowLength(bytes); !st)
+        return st;
     return writeOperation<Result<RowId>>([&]() -> Result<RowId> {
         Result<quint32> page = pageForRow(*t, int(bytes.size()), 0);
         if (!page)
@@ -776,24 +794,22 @@ Result<RowId> Engine::insertRow(const QString &table, const Row &values)
 
 Status Engine::updateRow(const QString &table, RowId id, const Row &values)
 {
-    Result<Table *> tr = writableTable(table);
+    Row norm;
+    Result<Table *> tr = tableForRow(table, values, &norm);
     if (!tr)
         return tr.status();
     Table *t = *tr;
-    Result<Row> norm = normalizeRow(t->def, t->columns, values);
-    if (!norm)
-        return norm.status();
     RowId data;
     int s = 0, e = 0;
     if (Status st = locateRow(t->def, id, &data, &s, &e); !st)
         return st;
-    QByteArray bytes = encodeRow(t->def, *norm);
-    if (bytes.size() > kMaxRowSize)
-        return Status::invalidArgument(QStringLiteral("the row is too long (%1 bytes)").arg(bytes.size()));
+    QByteArray bytes = encodeRow(t->def, norm);
+    if (Status st = checkRowLength(bytes); !st)
+        return st;
     return writeOperation<Status>([&]() -> Status {
         if (bytes.size() <= e - s) {
             // Same extent: the row keeps its place, padded to its old length.
-            bytes = encodeRow(t->def, *norm, e - s);
+            bytes = encodeRow(t->def, norm, e - s);
             std::memcpy(m_store->mutablePage(data.page) + s, bytes.constData(), size_t(bytes.size()));
             return Status::ok();
         }

@@ -79,6 +79,8 @@ private:
     Status reloadTables();
     const Table *findTable(const QString &name) const;
     Result<Table *> writableTable(const QString &name);
+    // The writable table and values coerced to its columns (in *norm).
+    Result<Table *> tableForRow(const QString &table, const Row &values, Row *norm);
 
     // Row walking.
     using RawVisit = std::function<bool(RowId, const uchar *, int)>;

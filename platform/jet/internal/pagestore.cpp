@@ -282,6 +282,15 @@ Status PageStore::commit()
     QFile df(m_path);
     if (!df.open(QIODevice::ReadWrite))
         return fail(QStringLiteral("cannot write"), df.errorString());
+    // Once writing has begun the file may be half-written: it is put back from the journal now.
+    auto failWriting = [&]() {
+        const QString err = df.errorString();
+        df.close();
+        rollback();
+        QByteArray scratch;
+        recoverJournal(m_path, &scratch, true);
+        return Status::ioError(QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(m_path), err));
+    };
     QList<quint32> toWrite = changed;
     for (quint32 pg = m_committedPages; pg < pageCount(); ++pg)
         toWrite.append(pg);
@@ -293,25 +302,12 @@ Status PageStore::commit()
             return Status::ioError(QStringLiteral("simulated crash during commit"));
         }
         if (!df.seek(qint64(pg) * kPageBytes)
-            || df.write(m_data.constData() + qint64(pg) * kPageBytes, kPageBytes) != kPageBytes) {
-            const QString err = df.errorString();
-            df.close();
-            rollback();
-            // The file may be half-written: put it back from the journal now.
-            QByteArray scratch;
-            recoverJournal(m_path, &scratch, true);
-            return Status::ioError(QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(m_path), err));
-        }
+            || df.write(m_data.constData() + qint64(pg) * kPageBytes, kPageBytes) != kPageBytes)
+            return failWriting();
         ++written;
     }
-    if (!df.resize(m_data.size()) || !syncFile(df)) {
-        const QString err = df.errorString();
-        df.close();
-        rollback();
-        QByteArray scratch;
-        recoverJournal(m_path, &scratch, true);
-        return Status::ioError(QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(m_path), err));
-    }
+    if (!df.resize(m_data.size()) || !syncFile(df))
+        return failWriting();
     df.close();
 
     // 3. Done: the journal is no longer needed.
