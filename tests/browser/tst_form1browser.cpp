@@ -15,31 +15,15 @@
 #include "catalog/schema.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
+#include "../shell/form1harness.h"
 #include "support/scriptedprompter.h"
 #include "testfolders.h"
 
 using namespace tolvane;
 using tolvane::test::ScriptedPrompter;
+using tolvane::test::clickTool;
 
 namespace {
-
-class NoHelp : public shell::HelpLauncher {
-public:
-    bool showHelp(const QString &, int) override { return true; }
-    bool showText(const QString &) override { return true; }
-};
-
-bool clickTool(shell::Form1 &w, const char *key)
-{
-    QCoreApplication::processEvents();
-    QToolButton *b = w.toolButton(QString::fromLatin1(key));
-    if (!b || !b->isVisible() || !b->isEnabled()) {
-        qWarning("no button %s in %s", key, qPrintable(w.toolbarKeys().join(QLatin1Char(' '))));
-        return false;
-    }
-    QTest::mouseClick(b, Qt::LeftButton);
-    return true;
-}
 
 browser::FileListModel *files(shell::Form1 &w)
 {
@@ -68,17 +52,8 @@ private:
     QString m_docs;
     QString m_mdb;
 
-    struct Harness {
-        ScriptedPrompter prompter;
-        NoHelp help;
-        std::unique_ptr<shell::Form1> w;
-        Harness()
-        {
-            w = std::make_unique<shell::Form1>(prompter, &help);
-            w->resize(1200, 800);
-            w->show();
-            QApplication::setActiveWindow(w.get());
-        }
+    struct Harness : test::Form1Harness {
+        Harness() { w->resize(1200, 800); }
     };
 
 private slots:
@@ -98,9 +73,6 @@ private slots:
     {
         Harness h;
         shell::Form1 &w = *h.w;
-        QCOMPARE(w.fg->objectName(), QStringLiteral("fg"));
-        QCOMPARE(w.fr->objectName(), QStringLiteral("fr"));
-        QCOMPARE(w.fs->objectName(), QStringLiteral("fs"));
         QVERIFY(clickTool(w, "StartShowFile"));
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "View"));

@@ -8,6 +8,7 @@
 #include "searchcatalogue.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
+#include "../shell/form1harness.h"
 #include "support/scriptedprompter.h"
 
 #include <QApplication>
@@ -34,31 +35,8 @@ const QString kResultHint =
 const QString kShimotsuki = QStringLiteral(u"霜月\u3000柊");
 const QString kMinase = QStringLiteral(u"水無瀬\u3000灯");
 
-// Prompter first, window last: the window goes first, then the prompter checks its plan.
-struct Harness
+struct Harness : test::Form1Harness
 {
-    ScriptedPrompter prompter;
-    std::unique_ptr<Form1> w;
-
-    Harness()
-    {
-        w = std::make_unique<Form1>(prompter);
-        w->show();
-        QApplication::setActiveWindow(w.get());
-    }
-
-    bool click(const QString &key)
-    {
-        QCoreApplication::processEvents();
-        QToolButton *b = w->toolButton(key);
-        if (!b || !b->isVisible() || !b->isEnabled()) {
-            qWarning("no button %s to click (toolbar: %s)", qPrintable(key),
-                     qPrintable(w->toolbarKeys().join(u' ')));
-            return false;
-        }
-        QTest::mouseClick(b, Qt::LeftButton);
-        return true;
-    }
     QLineEdit *text1(int i) const { return w->findChild<QLineEdit *>(QStringLiteral("Text1(%1)").arg(i)); }
     QComboBox *combo1() const { return w->findChild<QComboBox *>(u"Combo1"_s); }
     browser::ResultListModel *fs() const { return qobject_cast<browser::ResultListModel *>(w->fs->model()); }

@@ -14,7 +14,6 @@ private slots:
     void understood();
     void refused_data();
     void refused();
-    void listedForm();
 };
 
 void TestPeriodDate::understood_data()
@@ -95,12 +94,6 @@ void TestPeriodDate::refused()
     QFETCH(QString, text);
     QCOMPARE(parsePeriodBound(text, PeriodBound::Start), std::nullopt);
     QCOMPARE(parsePeriodBound(text, PeriodBound::End), std::nullopt);
-}
-
-void TestPeriodDate::listedForm()
-{
-    QCOMPARE(formatListedDate(QDateTime(QDate(2010, 1, 5), QTime(0, 0))), QStringLiteral("2010/01/05"));
-    QCOMPARE(formatListedDate(QDateTime(QDate(2010, 1, 5), QTime(7, 8, 9))), QStringLiteral("2010/01/05 07:08:09"));
 }
 
 QTEST_APPLESS_MAIN(TestPeriodDate)

@@ -8,28 +8,30 @@
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "shell/ui/splitterhandle.h"
+#include "form1harness.h"
 #include "support/scriptedprompter.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QFile>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
 #include <QTimer>
 #include <QDialog>
-#include <QStandardPaths>
+#include <QFile>
 #include <QStatusBar>
 #include <QTableView>
+#include <QTreeView>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolBar>
 #include <QToolButton>
-#include <QTreeView>
 
 using namespace tolvane;
 using namespace tolvane::shell;
 using tolvane::test::ScriptedPrompter;
+using tolvane::test::clickTool;
 
 namespace {
 
@@ -39,50 +41,24 @@ const QString kNotCatalog = QString::fromUtf8("Tolvane 用データベースを�
 
 QStringList split(const char *s) { return QString::fromLatin1(s).split(QLatin1Char(' '), Qt::SkipEmptyParts); }
 
-class RecordingHelp : public HelpLauncher
+struct RecordingHelp : HelpLauncher
 {
-public:
-    bool showHelp(const QString &file, int contextId) override
-    {
-        opened << qMakePair(file, contextId);
-        return true;
-    }
-    bool showText(const QString &file) override
-    {
-        texts << file;
-        return true;
-    }
+    bool showHelp(const QString &file, int contextId) override { return opened << qMakePair(file, contextId), true; }
+    bool showText(const QString &file) override { return texts << file, true; }
     QList<QPair<QString, int>> opened;
     QStringList texts;
 };
 
-// Prompter first, window last: the window goes first, then the prompter checks its plan.
-struct Harness
+struct HelpHolder
 {
-    ScriptedPrompter prompter;
     RecordingHelp help;
-    std::unique_ptr<Form1> w;
-
-    Harness()
-    {
-        w = std::make_unique<Form1>(prompter, &help);
-        w->show();
-        QApplication::setActiveWindow(w.get());
-    }
 };
 
-bool clickTool(Form1 &w, const QString &key)
+// The help launcher outlives the window.
+struct Harness : HelpHolder, test::Form1Harness
 {
-    QCoreApplication::processEvents(); // lets the toolbar lay out buttons added by the last command
-    QToolButton *b = w.toolButton(key);
-    if (!b || !b->isVisible() || !b->isEnabled()) {
-        qWarning("toolbar button %s is not there to click (toolbar: %s)", qPrintable(key),
-                 qPrintable(w.toolbarKeys().join(QLatin1Char(' '))));
-        return false;
-    }
-    QTest::mouseClick(b, Qt::LeftButton);
-    return true;
-}
+    Harness() : test::Form1Harness(&help) {}
+};
 
 QStringList checkedSizes(Form1 &w)
 {
@@ -91,6 +67,13 @@ QStringList checkedSizes(Form1 &w)
         if (w.menuItem(QString::fromLatin1(n))->isChecked())
             on << QString::fromLatin1(n);
     return on;
+}
+
+void dragSplitter(Form1 &w, const QPoint &globalTarget)
+{
+    SplitterHandle *bar = w.picDrag;
+    QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
+    QTest::mouseRelease(bar, Qt::LeftButton, {}, bar->mapFromGlobal(globalTarget));
 }
 
 bool catalogueMenusEnabled(Form1 &w)
@@ -175,7 +158,6 @@ private Q_SLOTS:
         QCOMPARE(w.statusPanelText(2), u("これから行う作業を、ボタン又はメニューから選択してください。　　ヘルプ：F1キー"));
         QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
         QVERIFY(w.menuItem(QStringLiteral("mFileDBCreate"))->isEnabled());
-        QVERIFY(w.menuItem(QStringLiteral("mFileDBOpen"))->isEnabled());
         for (const char *n : {"mRec", "mSearch", "mBinder", "mOpt"})
             QVERIFY2(!w.menuItem(QString::fromLatin1(n))->isEnabled(), n);
         QCOMPARE(w.TextFontSize, 10);
@@ -397,20 +379,14 @@ private Q_SLOTS:
             QVERIFY(w.LastChosenFolder.isEmpty());
     }
 
-    void placeholderKeysDoNothing()
+    void placeholderKeysAndFullToolbarDoNothing()
     {
         Harness h;
         h.w->Toolbar_ButtonClick(QStringLiteral("ph1"));
         h.w->Toolbar_ButtonClick(QStringLiteral("NoSuchKey"));
-        QCOMPARE(h.w->toolbarKeys(), split("ph1 StartShowFile DBopen"));
-        QCOMPARE(h.w->statusPanelText(1), u("スタートモード"));
-    }
-
-    void appendingOntoAFullToolbarAddsNothing()
-    {
-        Harness h;
         QVERIFY(!h.w->AppendLayout(FileShowLayout()));
         QCOMPARE(h.w->toolbarKeys(), split("ph1 StartShowFile DBopen"));
+        QCOMPARE(h.w->statusPanelText(1), u("スタートモード"));
     }
 
     void createThenOpen_data()
@@ -483,9 +459,13 @@ private Q_SLOTS:
         QVERIFY(!w.catalog().isOpen());
     }
 
-    void createNeverOverwrites()
+    void createNeverOverwritesAndCancelDoesNothing()
     {
         Harness h;
+        h.prompter.planSaveFile(QString());
+        h.w->menuItem(QStringLiteral("mFileDBCreate"))->trigger();
+        QVERIFY(h.prompter.messages().isEmpty());
+
         const QString existing = m_dir.filePath(QStringLiteral("keep.mdb"));
         QFile f(existing);
         QVERIFY(f.open(QIODevice::WriteOnly));
@@ -499,14 +479,6 @@ private Q_SLOTS:
         QCOMPARE(m.title, kTitle);
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), QByteArray("precious"));
-    }
-
-    void createCancelledDoesNothing()
-    {
-        Harness h;
-        h.prompter.planSaveFile(QString());
-        h.w->menuItem(QStringLiteral("mFileDBCreate"))->trigger();
-        QVERIFY(h.prompter.messages().isEmpty());
     }
 
     void refusals_data()
@@ -634,12 +606,11 @@ private Q_SLOTS:
     {
         Harness h;
         Form1 &w = *h.w;
-        w.menuItem(QStringLiteral("m12"))->trigger();
-        QCOMPARE(w.TextFontSize, 12);
-        QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m12")});
-        w.menuItem(QStringLiteral("m9"))->trigger();
-        QCOMPARE(w.TextFontSize, 9);
-        QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m9")});
+        for (int size : {12, 9}) {
+            w.menuItem(QStringLiteral("m%1").arg(size))->trigger();
+            QCOMPARE(w.TextFontSize, size);
+            QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m%1").arg(size)});
+        }
     }
 
     void help()
@@ -748,10 +719,7 @@ private Q_SLOTS:
         w.ShowLeftPane(1);
         w.UpdateLayout3();
         QVERIFY(w.fg2->isVisible());
-        const QPoint target = w.fg2->mapToGlobal(QPoint(w.twipsToPixels(dropX), w.fg2->height() / 2));
-        SplitterHandle *bar = w.picDrag;
-        QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
-        QTest::mouseRelease(bar, Qt::LeftButton, {}, bar->mapFromGlobal(target));
+        dragSplitter(w, w.fg2->mapToGlobal(QPoint(w.twipsToPixels(dropX), w.fg2->height() / 2)));
         QCOMPARE(w.fg2->width(), w.twipsToPixels(width));
         QCOMPARE(w.vs->width(), w.twipsToPixels(width));
         QCOMPARE(w.picDrag->x(), w.fg2->x() + w.fg2->width());
@@ -768,10 +736,7 @@ private Q_SLOTS:
         w.UpdateLayout();
         const int before = w.fg->width();
         const int dropX = 120;
-        const QPoint target = w.fs->mapToGlobal(QPoint(dropX, w.fs->height() / 2));
-        SplitterHandle *bar = w.picDrag;
-        QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
-        QTest::mouseRelease(bar, Qt::LeftButton, {}, bar->mapFromGlobal(target));
+        dragSplitter(w, w.fs->mapToGlobal(QPoint(dropX, w.fs->height() / 2)));
         // left of fg + width of fg + the drop point in the list
         QCOMPARE(w.fg->width(), w.twipsToPixels(50) + before + dropX);
         QCOMPARE(w.fs->x(), w.fg->x() + w.fg->width() + 4);

@@ -149,7 +149,6 @@ private slots:
         QVERIFY(inFront("imk"));
         QVERIFY(!inFront("mData"));
         viewer::PictureView *imk = m_form->pictureView();
-        QCOMPARE(m_form->imk, imk);
         QVERIFY(imk->hasImage());
         QCOMPARE(imk->image().size(), QSize(160, 90));
         imk->resize(400, 400);
@@ -157,7 +156,6 @@ private slots:
         QCOMPARE(imk->pictureRect(), QRect(0, 87, 400, 225));
         QCOMPARE(m_form->ViewerToolbarKind, 2);
         QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("excel")));
-        QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("BackTo")));
         QVERIFY(m_prompter->messages().isEmpty());
     }
 
@@ -274,8 +272,7 @@ private slots:
     void searchTextBoxFollowsTheExtension()
     {
         auto *text1 = m_form->findChild<QWidget *>(QStringLiteral("Text1(0)"));
-        if (!text1)
-            QSKIP("the search panel has no Text1(0) yet");
+        QVERIFY(text1);
         const auto check = [&](const char *name, bool hidden) {
             text1->show();
             show(QString::fromLatin1(name));

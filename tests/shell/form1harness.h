@@ -1,0 +1,47 @@
+// The main window offscreen with every dialog answered by the scripted prompter, and a toolbar
+// click as the user makes it (only on a button that is there, visible and enabled).
+#pragma once
+
+#include "shell/ui/form1.h"
+#include "support/scriptedprompter.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QToolButton>
+
+#include <memory>
+
+namespace tolvane::test {
+
+inline bool clickTool(shell::Form1 &w, const QString &key)
+{
+    QCoreApplication::processEvents(); // lets the toolbar lay out buttons added by the last command
+    QToolButton *b = w.toolButton(key);
+    if (!b || !b->isVisible() || !b->isEnabled()) {
+        qWarning("toolbar button %s is not there to click (toolbar: %s)", qPrintable(key),
+                 qPrintable(w.toolbarKeys().join(QLatin1Char(' '))));
+        return false;
+    }
+    QTest::mouseClick(b, Qt::LeftButton);
+    return true;
+}
+
+inline bool clickTool(shell::Form1 &w, const char *key) { return clickTool(w, QString::fromLatin1(key)); }
+
+// Prompter first, window last: the window goes first, then the prompter checks its plan.
+struct Form1Harness
+{
+    ScriptedPrompter prompter;
+    std::unique_ptr<shell::Form1> w;
+
+    explicit Form1Harness(shell::HelpLauncher *help = nullptr)
+    {
+        w = std::make_unique<shell::Form1>(prompter, help);
+        w->show();
+        QApplication::setActiveWindow(w.get());
+    }
+
+    bool click(const QString &key) { return clickTool(*w, key); }
+};
+
+} // namespace tolvane::test
