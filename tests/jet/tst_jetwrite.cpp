@@ -158,13 +158,13 @@ void TstJetWrite::roundTripPerType()
     QFETCH(Row, row);
     // The same values in a table written by another writer and in one of our own files.
     const QString created = m_dir->filePath(u"created.mdb"_s);
-    const QList<TableSpec> spec{{u"Items"_s,
+    const QList<TableSpec> tables{{u"Items"_s,
                                  {{u"ItemId"_s, ColumnType::Long, 0},
                                   {u"Created"_s, ColumnType::DateTime, 0},
                                   {u"Name"_s, ColumnType::Text, 50},
                                   {u"Note"_s, ColumnType::Text, 255},
                                   {u"Qty"_s, ColumnType::Long, 0}}}};
-    QVERIFY(Database::create(created, spec));
+    QVERIFY(Database::create(created, tables));
     for (const QString &path : {freshCopy(), created}) {
         RowId id;
         qint64 before = 0;
