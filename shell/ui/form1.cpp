@@ -320,6 +320,19 @@ void Form1::setToolVisible(const QString &key, bool visible)
         a->setVisible(visible);
 }
 
+// The folder dialog, then the chosen folder's files listed in fr with the first one shown.
+// False when the dialog was cancelled (CurrentFolder then holds "Canceled").
+bool Form1::ChooseAndListFolder()
+{
+    CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
+    if (CurrentFolder == canceledFolder())
+        return false;
+    LastChosenFolder = CurrentFolder;
+    ListFolderFiles();
+    ShowFirstFile();
+    return true;
+}
+
 void Form1::Toolbar_ButtonClick(const QString &key)
 {
     const bool archive = m_catalog.isArchive();
@@ -331,12 +344,8 @@ void Form1::Toolbar_ButtonClick(const QString &key)
         OpenCatalog();
     } else if (key == u("View")) {
         ModeNo = Mode::FileShow;
-        CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-        if (CurrentFolder == canceledFolder())
+        if (!ChooseAndListFolder())
             return;
-        LastChosenFolder = CurrentFolder;
-        ListFolderFiles();
-        ShowFirstFile();
         HelpContextID = Help::FileShow;
     } else if (key == u("BackToStart")) {
         ShowLayout(StartLayout());
@@ -350,12 +359,8 @@ void Form1::Toolbar_ButtonClick(const QString &key)
         ModeNo = Mode::Record;
         ResetToFolderScreen();
         setStatusPanelText(1, u("DB登録モード"));
-        CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-        if (CurrentFolder == canceledFolder())
+        if (!ChooseAndListFolder())
             return;
-        LastChosenFolder = CurrentFolder;
-        ListFolderFiles();
-        ShowFirstFile();
         setStatusPanelText(1, u("DB登録モード"));
     } else if (key == u("RecAll")) {
         if (!archive)

@@ -163,6 +163,7 @@ public:
     void EnterBinderFilesMode(int binderOperation);
     void ResetToStartScreen();
     void ResetToFolderScreen();
+    bool ChooseAndListFolder();
 
     // ---- catalogue ----
     void OpenCatalog();
