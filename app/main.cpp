@@ -1,8 +1,8 @@
 // Almaren Tolvane: the desktop program. All wiring happens in the main window.
+#include <QApplication>
+
 #include "shell/ui/form1.h"
 #include "shell/ui/qtprompter.h"
-
-#include <QApplication>
 
 int main(int argc, char *argv[])
 {

@@ -1,21 +1,24 @@
 // Makes the README's pictures: the main window offscreen at start-up, with a catalogue
 // open, and showing the files of a folder, saved as PNG files. Usage: tolvane-screenshots <output folder>
-#include "catalog/creation.h"
-#include "shell/ui/form1.h"
-
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTextStream>
 
+#include "catalog/creation.h"
+#include "shell/ui/form1.h"
+
 namespace {
 
 // Answers the open dialog with one fixed file and cancels everything else.
-class FixedPrompter : public tolvane::Prompter
-{
+class FixedPrompter : public tolvane::Prompter {
 public:
-    FixedPrompter(QString file, QString folder) : m_file(std::move(file)), m_folder(std::move(folder)) {}
+    FixedPrompter(QString file, QString folder)
+        : m_file(std::move(file))
+        , m_folder(std::move(folder))
+    {
+    }
     Answer message(const Message &) override { return Answer::Ok; }
     QString openFile(const QString &, const QString &, const QString &) override { return m_file; }
     QString saveFile(const QString &, const QString &, const QString &) override { return {}; }
@@ -59,14 +62,14 @@ int main(int argc, char *argv[])
 
     QTemporaryDir tmp;
     const QString base = tmp.filePath(QStringLiteral("書類"));
-    if (!tolvane::catalog::CreateCatalogFile(base) || !tolvane::catalog::PutIDno(base) ||
-        !tolvane::catalog::PutDBID(base) || !tolvane::catalog::PutItemN(base))
+    if (!tolvane::catalog::CreateCatalogFile(base) || !tolvane::catalog::PutIDno(base)
+        || !tolvane::catalog::PutDBID(base) || !tolvane::catalog::PutItemN(base))
         return 3;
 
     // A folder with a few text files for the file view.
     const QString folder = tmp.filePath(QStringLiteral("資料"));
     QDir().mkpath(folder);
-    for (const char *name : {"議事録.txt", "見積書.txt", "readme.txt"}) {
+    for (const char *name : { "議事録.txt", "見積書.txt", "readme.txt" }) {
         QFile f(QDir(folder).filePath(QString::fromUtf8(name)));
         if (f.open(QIODevice::WriteOnly))
             f.write("Almaren Tolvane\n");

@@ -2,8 +2,7 @@
 // then scanned and filtered, and the same table exported by mdbtools for comparison.
 // Prints times and ratios; asserts nothing.
 //   bench_jet [ROWS]
-#include "platform/jet/database.h"
-#include "platform/jet/recordset.h"
+#include <cstdio>
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -12,7 +11,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <cstdio>
+#include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -34,14 +34,11 @@ int main(int argc, char **argv)
     const int rows = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 100000;
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("bench.mdb"));
-    const QList<TableSpec> tables{{QStringLiteral("FILE_ATR"),
-                                   {{QStringLiteral("Class"), ColumnType::Text, 60},
-                                    {QStringLiteral("fName"), ColumnType::Text, 120},
-                                    {QStringLiteral("fDate"), ColumnType::DateTime, 0},
-                                    {QStringLiteral("kStr"), ColumnType::Text, 200},
-                                    {QStringLiteral("pnID"), ColumnType::Long, 0},
-                                    {QStringLiteral("hsID"), ColumnType::Long, 0},
-                                    {QStringLiteral("backC"), ColumnType::Text, 20}}}};
+    const QList<TableSpec> tables { { QStringLiteral("FILE_ATR"),
+        { { QStringLiteral("Class"), ColumnType::Text, 60 }, { QStringLiteral("fName"), ColumnType::Text, 120 },
+            { QStringLiteral("fDate"), ColumnType::DateTime, 0 }, { QStringLiteral("kStr"), ColumnType::Text, 200 },
+            { QStringLiteral("pnID"), ColumnType::Long, 0 }, { QStringLiteral("hsID"), ColumnType::Long, 0 },
+            { QStringLiteral("backC"), ColumnType::Text, 20 } } } };
     if (Status s = Database::create(path, tables); !s) {
         std::fprintf(stderr, "create: %s\n", qPrintable(s.toString()));
         return 1;
@@ -51,20 +48,17 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "open: %s\n", qPrintable(db.status().toString()));
         return 1;
     }
-    const QStringList classes{QStringLiteral("朝霧　凪"), QStringLiteral("水無瀬　灯"), QStringLiteral("霜月　柊")};
+    const QStringList classes { QStringLiteral("朝霧　凪"), QStringLiteral("水無瀬　灯"), QStringLiteral("霜月　柊") };
     const QDateTime base(QDate(2015, 1, 1), QTime(8, 0), Qt::LocalTime);
 
     QElapsedTimer t;
     t.start();
     (*db)->beginTransaction();
     for (int i = 0; i < rows; ++i) {
-        const Row r{classes.at(i % 3),
-                    QStringLiteral("document_%1_報告書.pdf").arg(i, 6, 10, QLatin1Char('0')),
-                    base.addSecs(qint64(i) * 3571),
-                    QStringLiteral("keyword%1 工事 写真 %2").arg(i % 97).arg(i % 13 == 0 ? QStringLiteral("x-ray") : QString()),
-                    1 + i / 500,
-                    i + 1,
-                    QStringLiteral("&HFFFFC0")};
+        const Row r { classes.at(i % 3), QStringLiteral("document_%1_報告書.pdf").arg(i, 6, 10, QLatin1Char('0')),
+            base.addSecs(qint64(i) * 3571),
+            QStringLiteral("keyword%1 工事 写真 %2").arg(i % 97).arg(i % 13 == 0 ? QStringLiteral("x-ray") : QString()),
+            1 + i / 500, i + 1, QStringLiteral("&HFFFFC0") };
         if (Result<RowId> id = (*db)->insertRow(QStringLiteral("FILE_ATR"), r); !id) {
             std::fprintf(stderr, "insert: %s\n", qPrintable(id.status().toString()));
             return 1;
@@ -86,15 +80,17 @@ int main(int argc, char **argv)
         return true;
     });
     const double scanTime = seconds(t);
-    auto like = (*reopened)->select(Query(QStringLiteral("FILE_ATR")).where(Condition::like(QStringLiteral("kStr"), QStringLiteral("%x%"))));
+    auto like = (*reopened)->select(
+        Query(QStringLiteral("FILE_ATR")).where(Condition::like(QStringLiteral("kStr"), QStringLiteral("%x%"))));
     const double likeTime = seconds(t);
-    auto range = (*reopened)->select(Query(QStringLiteral("FILE_ATR"))
-                                         .where(Condition::between(QStringLiteral("fDate"), base.addDays(100), base.addDays(400)))
-                                         .order(QStringLiteral("fDate")));
+    auto range = (*reopened)->select(
+        Query(QStringLiteral("FILE_ATR"))
+            .where(Condition::between(QStringLiteral("fDate"), base.addDays(100), base.addDays(400)))
+            .order(QStringLiteral("fDate")));
     const double rangeTime = seconds(t);
 
     QProcess mdb;
-    mdb.start(QStringLiteral("mdb-export"), {path, QStringLiteral("FILE_ATR")});
+    mdb.start(QStringLiteral("mdb-export"), { path, QStringLiteral("FILE_ATR") });
     double mdbTime = -1;
     qint64 mdbLines = -1;
     if (mdb.waitForStarted()) {

@@ -1,15 +1,15 @@
 // Times the text decoders on generated Japanese input: encoding detection of a CP932 and an
 // EUC-JP text file, and the rich text reader on a document with a format change every few
 // words. Usage: bench_textextract [megabytes]. Prints throughput; asserts nothing.
-#include "platform/textextract.h"
+#include <cstdio>
+#include <functional>
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QStringEncoder>
 #include <QTextDocument>
 
-#include <cstdio>
-#include <functional>
+#include "platform/textextract.h"
 
 using namespace tolvane;
 

@@ -2,14 +2,13 @@
 // and handed by reference to the code that needs it. GUI thread only.
 #pragma once
 
-#include "platform/jet/database.h"
-
 #include <memory>
+
+#include "platform/jet/database.h"
 
 namespace tolvane::catalog {
 
-struct CatalogState
-{
+struct CatalogState {
     // The connection to the catalogue in use; null when none is open.
     std::unique_ptr<jet::Database> CatalogConnection;
     // After an open: the file's full path with ".mdb"; during a create: without its last four characters.

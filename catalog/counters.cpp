@@ -1,10 +1,10 @@
 #include "catalog/counters.h"
 
+#include <limits>
+
 #include "catalog/schema.h"
 #include "platform/apptitle.h"
 #include "platform/jet/recordset.h"
-
-#include <limits>
 
 namespace tolvane::catalog {
 

@@ -1,10 +1,10 @@
 #include "catalog/creation.h"
 
+#include <QFileInfo>
+
 #include "catalog/schema.h"
 #include "platform/jet/database.h"
 #include "platform/jet/recordset.h"
-
-#include <QFileInfo>
 
 namespace tolvane::catalog {
 
@@ -48,20 +48,20 @@ Status CreateCatalogFile(const QString &basePath)
 
 Status PutIDno(const QString &basePath)
 {
-    return appendRows(basePath, kIdNoTable, {jet::Row{0, 0, 0, 0, 0, 0, 0}});
+    return appendRows(basePath, kIdNoTable, { jet::Row { 0, 0, 0, 0, 0, 0, 0 } });
 }
 
 Status PutDBID(const QString &basePath)
 {
-    return appendRows(basePath, kDbidTable, {jet::Row{kOrdinaryCatalogMark}});
+    return appendRows(basePath, kDbidTable, { jet::Row { kOrdinaryCatalogMark } });
 }
 
 Status PutItemN(const QString &basePath)
 {
     return appendRows(basePath, kClassNTable,
-                      {jet::Row{QString::fromUtf8("朝霧　凪"), QStringLiteral("&HFFFFC0"), 1},
-                       jet::Row{QString::fromUtf8("水無瀬　灯"), QStringLiteral("&HC0FFFF"), 2},
-                       jet::Row{QString::fromUtf8("霜月　柊"), QStringLiteral("&HFFC0C0"), 3}});
+        { jet::Row { QString::fromUtf8("朝霧　凪"), QStringLiteral("&HFFFFC0"), 1 },
+            jet::Row { QString::fromUtf8("水無瀬　灯"), QStringLiteral("&HC0FFFF"), 2 },
+            jet::Row { QString::fromUtf8("霜月　柊"), QStringLiteral("&HFFC0C0"), 3 } });
 }
 
 } // namespace tolvane::catalog

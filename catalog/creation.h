@@ -3,9 +3,9 @@
 // not used. basePath is the chosen file's full path without ".mdb".
 #pragma once
 
-#include "platform/status.h"
-
 #include <QString>
+
+#include "platform/status.h"
 
 namespace tolvane::catalog {
 

@@ -1,12 +1,12 @@
 #include "catalog/lifecycle.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include "catalog/creation.h"
 #include "catalog/schema.h"
 #include "platform/apptitle.h"
 #include "platform/jet/database.h"
-
-#include <QDir>
-#include <QFileInfo>
 
 namespace tolvane::catalog {
 
@@ -90,14 +90,13 @@ void CreateCatalog(Prompter &prompter, CatalogState &state)
         return;
     }
     prompter.inform(appTitle(),
-                    state.CatalogPath + QString::fromUtf8(".mdb が使えるようになりました。") +
-                        QStringLiteral("\r\n") + QString::fromUtf8("DBオープンボタンで使用開始します。"),
-                    Prompter::Icon::Information);
+        state.CatalogPath + QString::fromUtf8(".mdb が使えるようになりました。") + QStringLiteral("\r\n")
+            + QString::fromUtf8("DBオープンボタンで使用開始します。"),
+        Prompter::Icon::Information);
 }
 
-OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
-                            std::unique_ptr<jet::Recordset> &searchResultSet,
-                            std::unique_ptr<jet::Recordset> &binderSet)
+OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
+    std::unique_ptr<jet::Recordset> &binderSet)
 {
     CloseCatalog(state, searchResultSet, binderSet);
 
@@ -116,9 +115,9 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
         // than let every later change fail unseen.
         if (state.db()->isReadOnly())
             prompter.inform(appTitle(),
-                            QString::fromUtf8("データベースは読み取り専用で開かれました。変更は保存できません。") +
-                                QStringLiteral("\r\n") + state.db()->readOnlyReason(),
-                            Prompter::Icon::Warning);
+                QString::fromUtf8("データベースは読み取り専用で開かれました。変更は保存できません。")
+                    + QStringLiteral("\r\n") + state.db()->readOnlyReason(),
+                Prompter::Icon::Warning);
         return OpenOutcome::Ordinary;
     }
     if (state.CatalogMark == kArchiveCatalogMark) {
@@ -132,8 +131,8 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
     return OpenOutcome::NotCatalog;
 }
 
-void CloseCatalog(CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
-                  std::unique_ptr<jet::Recordset> &binderSet)
+void CloseCatalog(
+    CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet, std::unique_ptr<jet::Recordset> &binderSet)
 {
     // Recordsets must not outlive their database.
     searchResultSet.reset();

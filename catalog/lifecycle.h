@@ -3,11 +3,11 @@
 // (see OpenOutcome).
 #pragma once
 
+#include <memory>
+
 #include "catalog/catalogstate.h"
 #include "platform/jet/recordset.h"
 #include "platform/prompter.h"
-
-#include <memory>
 
 namespace tolvane::catalog {
 
@@ -16,7 +16,10 @@ constexpr int kSelectForCreate = 1;
 constexpr int kSelectForOpen = 2;
 
 // What SelectCatalogFile returns when the user cancels or the dialog fails.
-inline QString canceledChoice() { return QStringLiteral("Canceled"); }
+inline QString canceledChoice()
+{
+    return QStringLiteral("Canceled");
+}
 
 // Shows the save (create) or open dialog for ".mdb" files. Returns the chosen full path,
 // always ending in ".mdb", or "Canceled". Sets state.CatalogName from the chosen name.
@@ -34,22 +37,21 @@ int ReadDbid(const CatalogState &state);
 void CreateCatalog(Prompter &prompter, CatalogState &state);
 
 enum class OpenOutcome {
-    Cancelled,     // the dialog was cancelled; nothing is connected
+    Cancelled, // the dialog was cancelled; nothing is connected
     ConnectFailed, // not a Jet database, or unreadable; no message
-    NotCatalog,    // refused with "Tolvane 用データベースを選択してください。"
-    Ordinary,      // CatalogMark 11
-    Archive,       // CatalogMark -11; the connection is read-only
+    NotCatalog, // refused with "Tolvane 用データベースを選択してください。"
+    Ordinary, // CatalogMark 11
+    Archive, // CatalogMark -11; the connection is read-only
 };
 
 // The open command up to the checks: closes the result sets and the previous connection,
 // asks for the file, connects, checks DBID and sets CatalogMark. The caller arranges the
 // window for Ordinary and Archive.
-OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state,
-                            std::unique_ptr<jet::Recordset> &searchResultSet,
-                            std::unique_ptr<jet::Recordset> &binderSet);
+OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
+    std::unique_ptr<jet::Recordset> &binderSet);
 
 // Shutdown: closes the result sets, then the connection. Never fails.
-void CloseCatalog(CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
-                  std::unique_ptr<jet::Recordset> &binderSet);
+void CloseCatalog(
+    CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet, std::unique_ptr<jet::Recordset> &binderSet);
 
 } // namespace tolvane::catalog

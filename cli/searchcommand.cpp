@@ -1,17 +1,16 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
 // prints the rows, one line each, with the seven catalogue fields separated by tabs.
+#include <cstdio>
+
+#include <QDateTime>
+
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
-
 #include "platform/jet/database.h"
 #include "registration/pathrecords.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
-
-#include <QDateTime>
-
-#include <cstdio>
 
 namespace tolvane::cli {
 
@@ -27,7 +26,7 @@ void writeRow(const QString &line)
 int usage()
 {
     writeErr(QStringLiteral("usage: tolvane-cli search CATALOG.mdb (--folder PATH | --name TEXT | "
-                                     "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS]"));
+                            "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS]"));
     return 1;
 }
 
@@ -46,8 +45,7 @@ QString fieldText(const QVariant &value)
     return text;
 }
 
-struct Request
-{
+struct Request {
     QString catalog;
     QString kind;
     QStringList values;
@@ -69,7 +67,7 @@ bool parse(const QStringList &args, Request &req)
             req.narrow = args.at(++i);
             req.narrowing = true;
         } else if (a == QStringLiteral("--folder") || a == QStringLiteral("--name") || a == QStringLiteral("--class")
-                   || a == QStringLiteral("--period") || a == QStringLiteral("--keyword")) {
+            || a == QStringLiteral("--period") || a == QStringLiteral("--keyword")) {
             if (!req.kind.isEmpty())
                 return false;
             req.kind = a.mid(2);
@@ -98,7 +96,8 @@ int runSearch(const QStringList &args)
     jet::Database &db = *opened.value();
 
     // As in the search panel, a word or file name must be given (blanks count as given).
-    if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword")) && req.values.value(0).isEmpty()) {
+    if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword"))
+        && req.values.value(0).isEmpty()) {
         writeErr(search::kEmptyWordMessage);
         return 1;
     }

@@ -6,6 +6,9 @@
 
 namespace tolvane {
 
-inline QString appTitle() { return QStringLiteral("Almaren Tolvane"); }
+inline QString appTitle()
+{
+    return QStringLiteral("Almaren Tolvane");
+}
 
 } // namespace tolvane

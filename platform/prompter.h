@@ -9,15 +9,13 @@
 
 namespace tolvane {
 
-class Prompter
-{
+class Prompter {
 public:
     enum class Icon { None, Information, Warning /* exclamation */, Critical, Question };
     enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
     enum class Answer { Ok, Cancel, Yes, No };
 
-    struct Message
-    {
+    struct Message {
         QString title;
         QString text;
         Icon icon = Icon::None;
@@ -43,7 +41,7 @@ public:
     // Convenience for the common one-button message box.
     Answer inform(const QString &title, const QString &text, Icon icon)
     {
-        return message({title, text, icon, Buttons::Ok});
+        return message({ title, text, icon, Buttons::Ok });
     }
 };
 

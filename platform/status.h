@@ -2,29 +2,32 @@
 // Value types; not shared between threads.
 #pragma once
 
-#include <QString>
-
 #include <optional>
 #include <utility>
 
+#include <QString>
+
 namespace tolvane {
 
-class Status
-{
+class Status {
 public:
     enum class Code { Ok, NotFound, Corruption, IOError, InvalidArgument, NotSupported, ReadOnly, Cancelled };
 
     Status() = default;
-    Status(Code code, QString message) : m_code(code), m_message(std::move(message)) {}
+    Status(Code code, QString message)
+        : m_code(code)
+        , m_message(std::move(message))
+    {
+    }
 
     static Status ok() { return {}; }
-    static Status notFound(QString m) { return {Code::NotFound, std::move(m)}; }
-    static Status corruption(QString m) { return {Code::Corruption, std::move(m)}; }
-    static Status ioError(QString m) { return {Code::IOError, std::move(m)}; }
-    static Status invalidArgument(QString m) { return {Code::InvalidArgument, std::move(m)}; }
-    static Status notSupported(QString m) { return {Code::NotSupported, std::move(m)}; }
-    static Status readOnly(QString m) { return {Code::ReadOnly, std::move(m)}; }
-    static Status cancelled(QString m = {}) { return {Code::Cancelled, std::move(m)}; }
+    static Status notFound(QString m) { return { Code::NotFound, std::move(m) }; }
+    static Status corruption(QString m) { return { Code::Corruption, std::move(m) }; }
+    static Status ioError(QString m) { return { Code::IOError, std::move(m) }; }
+    static Status invalidArgument(QString m) { return { Code::InvalidArgument, std::move(m) }; }
+    static Status notSupported(QString m) { return { Code::NotSupported, std::move(m) }; }
+    static Status readOnly(QString m) { return { Code::ReadOnly, std::move(m) }; }
+    static Status cancelled(QString m = {}) { return { Code::Cancelled, std::move(m) }; }
 
     bool isOk() const { return m_code == Code::Ok; }
     explicit operator bool() const { return isOk(); }
@@ -39,12 +42,16 @@ private:
 };
 
 // Either a value or a failed Status.
-template <class T>
-class Result
-{
+template <class T> class Result {
 public:
-    Result(T value) : m_value(std::move(value)) {}
-    Result(Status status) : m_status(std::move(status)) {}
+    Result(T value)
+        : m_value(std::move(value))
+    {
+    }
+    Result(Status status)
+        : m_status(std::move(status))
+    {
+    }
 
     bool isOk() const { return m_status.isOk(); }
     explicit operator bool() const { return isOk(); }
@@ -65,8 +72,8 @@ private:
 
 inline QString Status::toString() const
 {
-    static const char *const names[] = {"OK", "NotFound", "Corruption", "IOError", "InvalidArgument",
-                                        "NotSupported", "ReadOnly", "Cancelled"};
+    static const char *const names[]
+        = { "OK", "NotFound", "Corruption", "IOError", "InvalidArgument", "NotSupported", "ReadOnly", "Cancelled" };
     const QString name = QString::fromLatin1(names[static_cast<int>(m_code)]);
     return m_message.isEmpty() ? name : name + QStringLiteral(": ") + m_message;
 }

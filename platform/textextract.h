@@ -4,12 +4,12 @@
 // Functions are reentrant; a TextExtractor object is used from one thread at a time.
 #pragma once
 
-#include "platform/status.h"
-
 #include <functional>
 
 #include <QByteArray>
 #include <QString>
+
+#include "platform/status.h"
 
 class QTextDocument;
 
@@ -18,8 +18,7 @@ namespace tolvane {
 // Encodings recognised in plain text files.
 enum class TextEncoding { Ascii, Utf8, Utf8Bom, Utf16LE, Utf16BE, ShiftJis, EucJp, Latin1 };
 
-struct DecodedText
-{
+struct DecodedText {
     QString text;
     TextEncoding encoding = TextEncoding::Ascii;
 };
@@ -54,8 +53,7 @@ QString rtfToPlainText(const QByteArray &rtf);
 // Text of a document in a format the program cannot show itself (office documents, PDF).
 // Implementations are free to support any subset of formats; an unsupported format gives an
 // empty string, not an error.
-class TextExtractor
-{
+class TextExtractor {
 public:
     virtual ~TextExtractor() = default;
     // Reports the pages done out of the total; returning false asks the extraction to stop.
@@ -69,8 +67,7 @@ public:
 
 // The extractor available on every platform: PDF through QtPdf, plain and rich text files
 // through the decoders above. Other formats give an empty text.
-class BuiltinTextExtractor : public TextExtractor
-{
+class BuiltinTextExtractor : public TextExtractor {
 public:
     Result<QString> extract(const QString &path, const Progress &progress = {}) override;
 };

@@ -1,26 +1,24 @@
 // Encoding detection for plain text files.
-#include "platform/textextract.h"
+#include <array>
+#include <climits>
+#include <optional>
 
 #include <QFile>
 #include <QStringDecoder>
 
-#include <array>
-#include <climits>
-#include <optional>
+#include "platform/textextract.h"
 
 namespace tolvane {
 
 namespace {
 
-struct Candidate
-{
+struct Candidate {
     TextEncoding encoding;
     const char *names[2]; // first that the Qt build knows is used
 };
 
 // Decodes with the named codec; the result is empty and ok false when no name is known.
-struct Decoding
-{
+struct Decoding {
     QString text;
     int errors = 0;
     bool ok = false;
@@ -107,8 +105,8 @@ std::optional<TextEncoding> guessBomlessUtf16(const QByteArray &bytes)
 
 QString decodeUtf16(const QByteArray &bytes, qsizetype skip, bool littleEndian)
 {
-    QStringDecoder decoder(littleEndian ? QStringConverter::Utf16LE : QStringConverter::Utf16BE,
-                           QStringDecoder::Flag::Stateless);
+    QStringDecoder decoder(
+        littleEndian ? QStringConverter::Utf16LE : QStringConverter::Utf16BE, QStringDecoder::Flag::Stateless);
     return decoder.decode(QByteArrayView(bytes).sliced(skip));
 }
 
@@ -117,35 +115,35 @@ QString decodeUtf16(const QByteArray &bytes, qsizetype skip, bool littleEndian)
 DecodedText decodeText(const QByteArray &bytes)
 {
     if (bytes.startsWith("\xEF\xBB\xBF"))
-        return {QString::fromUtf8(QByteArrayView(bytes).sliced(3)), TextEncoding::Utf8Bom};
+        return { QString::fromUtf8(QByteArrayView(bytes).sliced(3)), TextEncoding::Utf8Bom };
     if (bytes.startsWith("\xFF\xFE"))
-        return {decodeUtf16(bytes, 2, true), TextEncoding::Utf16LE};
+        return { decodeUtf16(bytes, 2, true), TextEncoding::Utf16LE };
     if (bytes.startsWith("\xFE\xFF"))
-        return {decodeUtf16(bytes, 2, false), TextEncoding::Utf16BE};
+        return { decodeUtf16(bytes, 2, false), TextEncoding::Utf16BE };
     if (const auto utf16 = guessBomlessUtf16(bytes))
-        return {decodeUtf16(bytes, 0, *utf16 == TextEncoding::Utf16LE), *utf16};
+        return { decodeUtf16(bytes, 0, *utf16 == TextEncoding::Utf16LE), *utf16 };
     if (isAscii(bytes))
-        return {QString::fromLatin1(bytes), TextEncoding::Ascii};
+        return { QString::fromLatin1(bytes), TextEncoding::Ascii };
 
     {
         QStringDecoder utf8(QStringConverter::Utf8, QStringDecoder::Flag::Stateless);
         QString text = utf8.decode(bytes);
         if (!utf8.hasError())
-            return {text, TextEncoding::Utf8};
+            return { text, TextEncoding::Utf8 };
         // A file cut inside its last character is still UTF-8.
         for (qsizetype cut = 1; cut <= 3 && cut < bytes.size(); ++cut) {
             QStringDecoder head(QStringConverter::Utf8, QStringDecoder::Flag::Stateless);
             QString headText = head.decode(QByteArrayView(bytes).chopped(cut));
             if (!head.hasError() && headText.size() > 0)
-                return {headText + QChar(QChar::ReplacementCharacter), TextEncoding::Utf8};
+                return { headText + QChar(QChar::ReplacementCharacter), TextEncoding::Utf8 };
         }
     }
 
-    static const std::array<Candidate, 2> candidates{{
-        {TextEncoding::ShiftJis, {"windows-31j", "Shift_JIS"}},
-        {TextEncoding::EucJp, {"EUC-JP", nullptr}},
-    }};
-    DecodedText best{QString::fromLatin1(bytes), TextEncoding::Latin1};
+    static const std::array<Candidate, 2> candidates { {
+        { TextEncoding::ShiftJis, { "windows-31j", "Shift_JIS" } },
+        { TextEncoding::EucJp, { "EUC-JP", nullptr } },
+    } };
+    DecodedText best { QString::fromLatin1(bytes), TextEncoding::Latin1 };
     int bestErrors = INT_MAX;
     int bestScore = INT_MIN;
     for (const Candidate &c : candidates) {
@@ -158,12 +156,12 @@ DecodedText decodeText(const QByteArray &bytes)
         if (d.errors < bestErrors || (d.errors == bestErrors && score > bestScore)) {
             bestErrors = d.errors;
             bestScore = score;
-            best = {std::move(d.text), c.encoding};
+            best = { std::move(d.text), c.encoding };
         }
     }
     // A text that every Japanese candidate mangles is more likely Western single-byte text.
     if (bestErrors > 0 && bestErrors * 50 > bytes.size())
-        return {QString::fromLatin1(bytes), TextEncoding::Latin1};
+        return { QString::fromLatin1(bytes), TextEncoding::Latin1 };
     return best;
 }
 

@@ -5,7 +5,8 @@
 // Text bytes (literal 8-bit characters and \'hh escapes) are collected and decoded together in
 // the code page of the current font, so a double-byte character written as two escapes
 // (\'82\'a0) decodes as one. The collected bytes are flushed whenever the formatting may change.
-#include "platform/textextract.h"
+#include <map>
+#include <memory>
 
 #include <QColor>
 #include <QHash>
@@ -16,22 +17,20 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
-#include <map>
-#include <memory>
+#include "platform/textextract.h"
 
 namespace tolvane {
 
 namespace {
 
-constexpr int kMaxDepth = 200;      // deeper groups share the state of the deepest one
-constexpr int kMaxWordLength = 32;  // control words are short; longer runs of letters are text
+constexpr int kMaxDepth = 200; // deeper groups share the state of the deepest one
+constexpr int kMaxWordLength = 32; // control words are short; longer runs of letters are text
 constexpr int kMaxDigits = 10;
 constexpr int kDefaultHalfPoints = 24;
 
 enum class Destination { Text, Skip, FontTable, ColorTable };
 
-struct GroupState
-{
+struct GroupState {
     Destination dest = Destination::Text;
     bool bold = false;
     bool italic = false;
@@ -44,8 +43,7 @@ struct GroupState
     Qt::Alignment align = Qt::AlignLeft;
 };
 
-struct FontDef
-{
+struct FontDef {
     int charset = 0;
 };
 
@@ -53,32 +51,50 @@ struct FontDef
 int codePageOfCharset(int charset)
 {
     switch (charset) {
-    case 128: return 932;
-    case 129: return 949;
-    case 134: return 936;
-    case 136: return 950;
-    case 161: return 1253;
-    case 162: return 1254;
-    case 163: return 1258;
-    case 177: return 1255;
-    case 178: return 1256;
-    case 186: return 1257;
-    case 204: return 1251;
-    case 222: return 874;
-    case 238: return 1250;
-    case 77: return 10000;
-    default: return 0;
+    case 128:
+        return 932;
+    case 129:
+        return 949;
+    case 134:
+        return 936;
+    case 136:
+        return 950;
+    case 161:
+        return 1253;
+    case 162:
+        return 1254;
+    case 163:
+        return 1258;
+    case 177:
+        return 1255;
+    case 178:
+        return 1256;
+    case 186:
+        return 1257;
+    case 204:
+        return 1251;
+    case 222:
+        return 874;
+    case 238:
+        return 1250;
+    case 77:
+        return 10000;
+    default:
+        return 0;
     }
 }
 
-class RtfReader
-{
+class RtfReader {
 public:
-    RtfReader(const QByteArray &rtf, QTextDocument *doc) : m_in(rtf), m_cursor(doc) {}
+    RtfReader(const QByteArray &rtf, QTextDocument *doc)
+        : m_in(rtf)
+        , m_cursor(doc)
+    {
+    }
 
     void run()
     {
-        m_stack.append(GroupState{});
+        m_stack.append(GroupState {});
         const qsizetype n = m_in.size();
         qsizetype i = 0;
         while (i < n) {
@@ -297,13 +313,12 @@ private:
             m_colors.clear();
             return;
         }
-        static const QList<QByteArray> skipped{
-            "stylesheet", "info", "pict", "object", "header", "footer", "headerl", "headerr", "headerf",
-            "footerl", "footerr", "footerf", "fldinst", "themedata", "colorschememapping", "datastore",
-            "latentstyles", "listtable", "listoverridetable", "rsidtbl", "xmlnstbl", "generator", "filetbl",
-            "revtbl", "private", "pgdsctbl", "bkmkstart", "bkmkend", "xe", "tc", "txe", "ftnsep", "ftnsepc",
-            "ftncn", "aftnsep", "aftnsepc", "aftncn", "mmathPr", "wgrffmtfilter", "userprops", "docvar",
-            "nonshppict", "shpinst", "sp", "template", "title", "author", "operator", "comment"};
+        static const QList<QByteArray> skipped { "stylesheet", "info", "pict", "object", "header", "footer", "headerl",
+            "headerr", "headerf", "footerl", "footerr", "footerf", "fldinst", "themedata", "colorschememapping",
+            "datastore", "latentstyles", "listtable", "listoverridetable", "rsidtbl", "xmlnstbl", "generator",
+            "filetbl", "revtbl", "private", "pgdsctbl", "bkmkstart", "bkmkend", "xe", "tc", "txe", "ftnsep", "ftnsepc",
+            "ftncn", "aftnsep", "aftnsepc", "aftncn", "mmathPr", "wgrffmtfilter", "userprops", "docvar", "nonshppict",
+            "shpinst", "sp", "template", "title", "author", "operator", "comment" };
         if (skipped.contains(w)) {
             flush();
             s.dest = Destination::Skip;
@@ -313,7 +328,7 @@ private:
         if (s.dest == Destination::FontTable) {
             if (w == "f" && hasParam) {
                 m_fontDef = p;
-                m_fonts[p] = FontDef{};
+                m_fonts[p] = FontDef {};
             } else if (w == "fcharset" && hasParam && m_fontDef >= 0) {
                 m_fonts[m_fontDef].charset = p;
             }
@@ -389,10 +404,9 @@ private:
             special(QLatin1Char('\t'));
             return;
         }
-        static const std::map<QByteArray, char16_t> symbols{
-            {"emdash", u'\u2014'}, {"endash", u'\u2013'},    {"bullet", u'\u2022'}, {"lquote", u'\u2018'},
-            {"rquote", u'\u2019'}, {"ldblquote", u'\u201C'}, {"rdblquote", u'\u201D'}, {"emspace", u'\u2003'},
-            {"enspace", u'\u2002'}};
+        static const std::map<QByteArray, char16_t> symbols { { "emdash", u'\u2014' }, { "endash", u'\u2013' },
+            { "bullet", u'\u2022' }, { "lquote", u'\u2018' }, { "rquote", u'\u2019' }, { "ldblquote", u'\u201C' },
+            { "rdblquote", u'\u201D' }, { "emspace", u'\u2003' }, { "enspace", u'\u2002' } };
         if (const auto it = symbols.find(w); it != symbols.end()) {
             special(QChar(it->second));
             return;
@@ -404,7 +418,10 @@ private:
             return;
         }
         if (w == "ql" || w == "qc" || w == "qr" || w == "qj") {
-            s.align = w == "qc" ? Qt::AlignHCenter : w == "qr" ? Qt::AlignRight : w == "qj" ? Qt::AlignJustify : Qt::AlignLeft;
+            s.align = w == "qc" ? Qt::AlignHCenter
+                : w == "qr"     ? Qt::AlignRight
+                : w == "qj"     ? Qt::AlignJustify
+                                : Qt::AlignLeft;
             QTextBlockFormat block = m_cursor.blockFormat();
             block.setAlignment(s.align);
             m_cursor.setBlockFormat(block);
@@ -420,7 +437,7 @@ private:
             flush();
             s.italic = on;
         } else if (w == "ul" || w == "uld" || w == "uldb" || w == "ulw" || w == "uldash" || w == "ulwave"
-                   || w == "ulth") {
+            || w == "ulth") {
             flush();
             s.underline = on;
         } else if (w == "ulnone") {
@@ -496,19 +513,28 @@ private:
     static QList<QByteArray> codecNames(int codePage)
     {
         switch (codePage) {
-        case 932: return {"windows-31j", "Shift_JIS"};
-        case 936: return {"GBK", "GB18030"};
-        case 949: return {"windows-949", "EUC-KR"};
-        case 950: return {"Big5"};
-        case 874: return {"windows-874", "TIS-620"};
-        case 10000: return {"macintosh"};
-        case 437: return {"IBM437", "cp437"};
-        case 850: return {"IBM850", "cp850"};
-        case 65001: return {"UTF-8"};
+        case 932:
+            return { "windows-31j", "Shift_JIS" };
+        case 936:
+            return { "GBK", "GB18030" };
+        case 949:
+            return { "windows-949", "EUC-KR" };
+        case 950:
+            return { "Big5" };
+        case 874:
+            return { "windows-874", "TIS-620" };
+        case 10000:
+            return { "macintosh" };
+        case 437:
+            return { "IBM437", "cp437" };
+        case 850:
+            return { "IBM850", "cp850" };
+        case 65001:
+            return { "UTF-8" };
         default:
             if (codePage >= 1250 && codePage <= 1258)
-                return {"windows-" + QByteArray::number(codePage)};
-            return {"windows-1252"};
+                return { "windows-" + QByteArray::number(codePage) };
+            return { "windows-1252" };
         }
     }
 

@@ -1,12 +1,12 @@
 #include "registration/history.h"
 
+#include <QDateTime>
+#include <QRegularExpression>
+
 #include "catalog/counters.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
 #include "registration/sliptransaction.h"
-
-#include <QDateTime>
-#include <QRegularExpression>
 
 namespace tolvane::registration {
 
@@ -38,9 +38,9 @@ std::optional<QVariant> parseHistoryDate(const QString &text)
     const QString t = halfWidth(text).trimmed();
     if (t.isEmpty())
         return QVariant();
-    static const QRegularExpression re(QStringLiteral(
-        u"^(\\d{4})\\s*[-/.年]?\\s*(\\d{1,2})\\s*[-/.月]?\\s*(\\d{1,2})\\s*日?"
-        u"(?:[ T]+(\\d{1,2}):(\\d{2})(?::(\\d{2}))?)?$"));
+    static const QRegularExpression re(
+        QStringLiteral(u"^(\\d{4})\\s*[-/.年]?\\s*(\\d{1,2})\\s*[-/.月]?\\s*(\\d{1,2})\\s*日?"
+                       u"(?:[ T]+(\\d{1,2}):(\\d{2})(?::(\\d{2}))?)?$"));
     const QRegularExpressionMatch m = re.match(t);
     if (!m.hasMatch())
         return std::nullopt;
@@ -59,7 +59,7 @@ std::optional<QVariant> parseHistoryDate(const QString &text)
 jet::Query historyQuery(int hsID)
 {
     return jet::Query(catalog::kFileRevTable)
-        .select({kA01, kA02, kHsID})
+        .select({ kA01, kA02, kHsID })
         .where(jet::Condition::equal(kHsID, hsID))
         .order(kA01);
 }
@@ -68,7 +68,9 @@ jet::Query historyQuery(int hsID)
 
 QString deleteLineQuestion(int line, const QString &date)
 {
-    return QStringLiteral("%1行目（改訂日付：%2）を削除します。　削除後は復活できません。　実行しますか？").arg(line).arg(date);
+    return QStringLiteral("%1行目（改訂日付：%2）を削除します。　削除後は復活できません。　実行しますか？")
+        .arg(line)
+        .arg(date);
 }
 
 bool isHistoryDateText(const QString &text)
@@ -78,7 +80,8 @@ bool isHistoryDateText(const QString &text)
 
 QString badHistoryDateMessage(const QString &text)
 {
-    return QStringLiteral("改訂日付「%1」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。")
+    return QStringLiteral(
+        "改訂日付「%1」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。")
         .arg(text.trimmed());
 }
 
@@ -111,12 +114,12 @@ Result<QList<HistoryLine>> LoadHistory(jet::Database *db, int hsID)
     if (!rs)
         return rs.status();
     for (jet::Recordset &r = **rs; !r.eof(); r.moveNext())
-        lines.append({historyDateText(r.field(0)), r.field(1).toString()});
+        lines.append({ historyDateText(r.field(0)), r.field(1).toString() });
     return lines;
 }
 
-Result<int> SaveHistory(jet::Database *db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines,
-                        Prompter &prompter)
+Result<int> SaveHistory(
+    jet::Database *db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines, Prompter &prompter)
 {
     if (!db)
         return Status::invalidArgument(QStringLiteral("no catalogue open"));

@@ -4,13 +4,13 @@
 // keeps it from then on, even when all its lines are deleted. GUI thread only.
 #pragma once
 
-#include "platform/jet/database.h"
-#include "platform/prompter.h"
-#include "platform/status.h"
-
 #include <QDate>
 #include <QList>
 #include <QString>
+
+#include "platform/jet/database.h"
+#include "platform/prompter.h"
+#include "platform/status.h"
 
 namespace tolvane::jet {
 class Recordset;
@@ -19,8 +19,7 @@ class Recordset;
 namespace tolvane::registration {
 
 // One line: the revision date as the history grid shows it ("yyyy-mm-dd") and the note.
-struct HistoryLine
-{
+struct HistoryLine {
     QString date;
     QString note;
     bool operator==(const HistoryLine &) const = default;
@@ -60,7 +59,7 @@ Result<QList<HistoryLine>> LoadHistory(jet::Database *db, int hsID);
 // Errors: InvalidArgument (no current record; a date that is not a date; a note longer than
 // 255 characters), Corruption (no hsID could be drawn) and those of the database. On any error
 // nothing is written: the old lines, the record's hsID and the counter stay as they were.
-Result<int> SaveHistory(jet::Database *db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines,
-                        Prompter &prompter);
+Result<int> SaveHistory(
+    jet::Database *db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines, Prompter &prompter);
 
 } // namespace tolvane::registration

@@ -41,7 +41,7 @@ Result<QList<ClassChoice>> loadClassChoices(jet::Database *db)
         return rs.status();
     QList<ClassChoice> out;
     for (jet::Recordset &r = **rs; !r.eof(); r.moveNext())
-        out.append({r.field(QStringLiteral("a01")).toString(), r.field(QStringLiteral("a02")).toString()});
+        out.append({ r.field(QStringLiteral("a01")).toString(), r.field(QStringLiteral("a02")).toString() });
     return out;
 }
 

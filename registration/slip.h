@@ -3,11 +3,11 @@
 // fields back. Catalogue access goes through the caller's connection; GUI thread only.
 #pragma once
 
-#include "platform/jet/database.h"
-#include "platform/status.h"
-
 #include <QList>
 #include <QString>
+
+#include "platform/jet/database.h"
+#include "platform/status.h"
 
 namespace tolvane::jet {
 class Recordset;
@@ -32,11 +32,10 @@ constexpr int Count = 8;
 inline const QString kManagedRowMessage = QStringLiteral("Tolvane が管理する項目は編集できません。");
 
 // The values of one record as texts of the slip's value column (rows 1..7).
-struct SlipRecord
-{
+struct SlipRecord {
     QString Class;
     QString fName;
-    QString fDate;  // as the result list shows dates
+    QString fDate; // as the result list shows dates
     QString kStr;
     int pnID = 0;
     int hsID = 0;
@@ -54,8 +53,7 @@ QString slipTitle(int openedRow, int resultCount);
 bool isSlipRowEditable(int row);
 
 // A classification offered in the slip's drop-down: its text and its colour text ("&HFFFFC0").
-struct ClassChoice
-{
+struct ClassChoice {
     QString name;
     QString colour;
 };
@@ -74,8 +72,7 @@ QString colourNumberText(const QString &colourText);
 constexpr int kKeywordsMaxLength = 200;
 
 // What the slip writes back: the three user-set fields. The other four are never written.
-struct SlipEdit
-{
+struct SlipEdit {
     QString Class;
     QString kStr;
     QString backC;

@@ -4,7 +4,8 @@
 
 namespace tolvane::registration {
 
-TransactionGuard::TransactionGuard(jet::Database *db) : m_db(db)
+TransactionGuard::TransactionGuard(jet::Database *db)
+    : m_db(db)
 {
     if (!m_db) {
         m_status = Status::invalidArgument(QStringLiteral("no catalogue open"));

@@ -12,8 +12,7 @@ namespace tolvane::registration {
 
 // Begins a transaction on db unless one is already open (then the caller's is joined and
 // commit/rollback are left to its owner). Rolls back on destruction unless committed.
-class TransactionGuard
-{
+class TransactionGuard {
 public:
     explicit TransactionGuard(jet::Database *db);
     ~TransactionGuard();

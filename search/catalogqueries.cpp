@@ -49,14 +49,14 @@ Result<bool> openInto(jet::Database &db, RecordsetSlot &set, const jet::Query &q
 
 const QStringList &catalogColumns()
 {
-    static const QStringList columns{kClass, kFName, kFDate, kKStr, kPnID, QStringLiteral("hsID"),
-                                     QStringLiteral("backC")};
+    static const QStringList columns { kClass, kFName, kFDate, kKStr, kPnID, QStringLiteral("hsID"),
+        QStringLiteral("backC") };
     return columns;
 }
 
 const QStringList &binderColumns()
 {
-    static const QStringList columns{QStringLiteral("bdID"), kFName, kPnID, QStringLiteral("DocNo")};
+    static const QStringList columns { QStringLiteral("bdID"), kFName, kPnID, QStringLiteral("DocNo") };
     return columns;
 }
 

@@ -5,13 +5,13 @@
 // Not thread-safe: use on the thread that owns the Database.
 #pragma once
 
-#include "platform/jet/database.h"
-#include "platform/jet/recordset.h"
-#include "platform/status.h"
+#include <memory>
 
 #include <QDateTime>
 
-#include <memory>
+#include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
+#include "platform/status.h"
 
 namespace tolvane::search {
 
@@ -42,8 +42,7 @@ Result<bool> QueryByClass(jet::Database &db, RecordsetSlot &set, const QString &
 // (see perioddate.h); an end without a time of day includes that whole day.
 Result<bool> QueryByPeriod(jet::Database &db, RecordsetSlot &set, const QString &start, const QString &end);
 // Same with bounds already understood.
-Result<bool> QueryByPeriodBounds(jet::Database &db, RecordsetSlot &set, const QDateTime &from,
-                                 const QDateTime &to);
+Result<bool> QueryByPeriodBounds(jet::Database &db, RecordsetSlot &set, const QDateTime &from, const QDateTime &to);
 // Files whose keyword text equals word, or matches it when it holds "%"; catalogue order.
 Result<bool> QueryByKeyword(jet::Database &db, RecordsetSlot &set, const QString &word);
 // The files of binder bdID in filing order (DocNo).

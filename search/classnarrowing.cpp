@@ -8,7 +8,7 @@ namespace tolvane::search {
 Result<ClassComboContents> FillClassCombo(jet::Database &db, bool narrowing)
 {
     const auto query = jet::Query(catalog::kClassNTable)
-                           .select({QStringLiteral("a01"), QStringLiteral("a02")})
+                           .select({ QStringLiteral("a01"), QStringLiteral("a02") })
                            .order(QStringLiteral("a02"));
     auto opened = db.select(query);
     if (!opened)
@@ -37,7 +37,7 @@ NarrowOutcome NarrowByClass(jet::Recordset *result, const QString &className)
         result->clearFilter();
         return NarrowOutcome::Cleared;
     }
-    result->setFilter({jet::Condition::equal(QStringLiteral("Class"), text)});
+    result->setFilter({ jet::Condition::equal(QStringLiteral("Class"), text) });
     return result->recordCount() == 0 ? NarrowOutcome::Emptied : NarrowOutcome::Narrowed;
 }
 

@@ -9,10 +9,9 @@
 
 namespace tolvane::search {
 
-struct ClassComboContents
-{
+struct ClassComboContents {
     QStringList items; // list entries, in order
-    QString text;      // the box's text after filling
+    QString text; // the box's text after filling
 };
 
 // The classification items of ClassN in order of their colour text (a02). When narrowing is
@@ -22,10 +21,10 @@ struct ClassComboContents
 Result<ClassComboContents> FillClassCombo(jet::Database &db, bool narrowing);
 
 enum class NarrowOutcome {
-    Ignored,  // nothing to narrow: the result is empty (or no search ran)
-    Cleared,  // the no-narrowing item removed the filter
+    Ignored, // nothing to narrow: the result is empty (or no search ran)
+    Cleared, // the no-narrowing item removed the filter
     Narrowed, // the result now holds only that classification
-    Emptied,  // no file of that classification: the list becomes empty until a new search
+    Emptied, // no file of that classification: the list becomes empty until a new search
 };
 
 // Narrows result to the files whose Class equals className (trimmed), or removes the narrowing

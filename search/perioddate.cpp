@@ -28,8 +28,7 @@ QString normalised(const QString &text)
     return s.trimmed().toUpper();
 }
 
-struct DateMatch
-{
+struct DateMatch {
     QDate date;
     QString rest;
 };
@@ -41,11 +40,11 @@ std::optional<DateMatch> matchDate(const QString &s)
     static const QRegularExpression compact(QStringLiteral("^(\\d{4})(\\d{2})(\\d{2})(?!\\d)"));
     static const QRegularExpression monthFirst(QStringLiteral("^(\\d{1,2})[/.\\-](\\d{1,2})[/.\\-](\\d{4})"));
 
-    for (const QRegularExpression *re : {&yearFirst, &compact}) {
+    for (const QRegularExpression *re : { &yearFirst, &compact }) {
         const auto m = re->match(s);
         if (m.hasMatch())
-            return DateMatch{QDate(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt()),
-                             s.mid(m.capturedLength())};
+            return DateMatch { QDate(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt()),
+                s.mid(m.capturedLength()) };
     }
     const auto m = monthFirst.match(s);
     if (m.hasMatch()) {
@@ -54,13 +53,12 @@ std::optional<DateMatch> matchDate(const QString &s)
         // Month first, as a date literal is read; a first number that cannot be a month is the day.
         if (month > 12 && day <= 12)
             std::swap(month, day);
-        return DateMatch{QDate(m.captured(3).toInt(), month, day), s.mid(m.capturedLength())};
+        return DateMatch { QDate(m.captured(3).toInt(), month, day), s.mid(m.capturedLength()) };
     }
     return std::nullopt;
 }
 
-struct TimeMatch
-{
+struct TimeMatch {
     QTime time;
     bool seconds = false;
 };
@@ -68,10 +66,10 @@ struct TimeMatch
 // rest: what follows the date, already trimmed and upper-cased. Empty = no time of day.
 std::optional<TimeMatch> matchTime(const QString &rest)
 {
-    static const QRegularExpression re(QStringLiteral(
-        u"^(?:T)?\\s*(午前|午後|AM|PM)?\\s*(\\d{1,2})\\s*[:時]\\s*(\\d{1,2})"
-        u"(?:\\s*:\\s*(\\d{1,2})(?:\\.\\d+)?|\\s*分(?:\\s*(\\d{1,2})\\s*秒)?)?"
-        u"\\s*(AM|PM|午前|午後)?$"));
+    static const QRegularExpression re(
+        QStringLiteral(u"^(?:T)?\\s*(午前|午後|AM|PM)?\\s*(\\d{1,2})\\s*[:時]\\s*(\\d{1,2})"
+                       u"(?:\\s*:\\s*(\\d{1,2})(?:\\.\\d+)?|\\s*分(?:\\s*(\\d{1,2})\\s*秒)?)?"
+                       u"\\s*(AM|PM|午前|午後)?$"));
     const auto m = re.match(rest);
     if (!m.hasMatch())
         return std::nullopt;
@@ -92,7 +90,7 @@ std::optional<TimeMatch> matchTime(const QString &rest)
     const QTime time(hour, minute, second);
     if (!time.isValid())
         return std::nullopt;
-    return TimeMatch{time, hasSeconds};
+    return TimeMatch { time, hasSeconds };
 }
 
 } // namespace

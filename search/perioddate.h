@@ -1,9 +1,9 @@
 // Period bounds as people type them. Pure functions; thread-safe.
 #pragma once
 
-#include <QDateTime>
-
 #include <optional>
+
+#include <QDateTime>
 
 namespace tolvane::search {
 

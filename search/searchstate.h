@@ -9,8 +9,7 @@ namespace tolvane::search {
 // The five catalogue searches.
 enum class SearchKind { Folder, FileName, Class, Period, Keyword };
 
-struct SearchState
-{
+struct SearchState {
     // The trimmed word, file-name pattern or start date of the last keyword, file-name or
     // period search.
     QString SavedSearchWord;

@@ -7,8 +7,8 @@
 namespace tolvane::search {
 
 // Keyword or file-name search started with an empty box.
-inline const QString kEmptyWordMessage =
-    QStringLiteral(u"検索語句を記入して下さい。\u3000ワイルドカードは「%」を使用してください。");
+inline const QString kEmptyWordMessage
+    = QStringLiteral(u"検索語句を記入して下さい。\u3000ワイルドカードは「%」を使用してください。");
 // A search that found no file.
 inline const QString kZeroResultMessage = QStringLiteral(u"検索結果はゼロです。");
 

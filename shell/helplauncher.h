@@ -6,8 +6,7 @@
 
 namespace tolvane::shell {
 
-class HelpLauncher
-{
+class HelpLauncher {
 public:
     virtual ~HelpLauncher() = default;
     // Opens the help file at the topic of contextId (0: its start page). False when no

@@ -2,19 +2,19 @@
 // code, the help context ids, and the binder operation codes. Pure data; no widgets.
 #pragma once
 
-#include <QString>
-
 #include <optional>
+
+#include <QString>
 
 namespace tolvane::shell {
 
 // ModeNo values.
 namespace Mode {
-constexpr int Start = 0;        // start screen, catalogue use without a list, binder maintenance
-constexpr int FileShow = 1;     // files of a folder shown without the catalogue
-constexpr int Record = 2;       // registration of a folder's files
+constexpr int Start = 0; // start screen, catalogue use without a list, binder maintenance
+constexpr int FileShow = 1; // files of a folder shown without the catalogue
+constexpr int Record = 2; // registration of a folder's files
 constexpr int FolderSearch = 3;
-constexpr int BinderFiles = 5;  // browse, reorder or detach the files of a binder
+constexpr int BinderFiles = 5; // browse, reorder or detach the files of a binder
 constexpr int PeriodSearch = 6;
 constexpr int ClassSearch = 7;
 constexpr int KeywordSearch = 8;
@@ -63,8 +63,7 @@ constexpr int FileDetach = 10026;
 
 // The texts one status code writes. A missing panel text leaves that panel as it is.
 // threePanels: the code rebuilds the bar in three panels before writing.
-struct StatusTexts
-{
+struct StatusTexts {
     std::optional<QString> panel1;
     std::optional<QString> panel2;
     std::optional<QString> panel3;
@@ -80,8 +79,7 @@ std::optional<int> binderStatusCode(int binderOperation);
 std::optional<int> binderHelpContext(int binderOperation);
 
 // What the menus look like in each EnableMenus state.
-struct MenuState
-{
+struct MenuState {
     bool dbCreateEnabled = true;
     bool catalogMenusEnabled = false; // mRec, mSearch, mBinder, mOpt
 };

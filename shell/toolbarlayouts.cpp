@@ -5,7 +5,10 @@
 namespace tolvane::shell {
 
 namespace {
-QString u(const char *s) { return QString::fromUtf8(s); }
+QString u(const char *s)
+{
+    return QString::fromUtf8(s);
+}
 
 ToolButtonSpec gap(const char *key, int widthTwips)
 {
@@ -31,48 +34,47 @@ const char *const kToStart = "スタートモードに戻る";
 
 ToolbarLayout StartLayout()
 {
-    return {gap("ph1", 800), button("StartShowFile", "DB不使用", "each", "DBを使用せず、単にファイル内容を表示"),
-            button("DBopen", "DBオープン", "DBOpen", "データベースをオープン")};
+    return { gap("ph1", 800), button("StartShowFile", "DB不使用", "each", "DBを使用せず、単にファイル内容を表示"),
+        button("DBopen", "DBオープン", "DBOpen", "データベースをオープン") };
 }
 
 ToolbarLayout FileShowLayout()
 {
-    return {gap("ph1", 800), button("BackToStart", "戻る", "arrow", kToStart),
-            button("View", "フォルダ選択", "addFolder", "検索モードになります。")};
+    return { gap("ph1", 800), button("BackToStart", "戻る", "arrow", kToStart),
+        button("View", "フォルダ選択", "addFolder", "検索モードになります。") };
 }
 
 ToolbarLayout DBUseLayout(bool archive)
 {
-    ToolbarLayout l{gap("ph1", 800), button("BackToStart", "　　戻る　　", "arrow", kToStart),
-                    button("DBrec", "DB登録", "DBOpen", "ファイル情報をDBに登録"),
-                    button("Search", "DB検索各種", "binoc", "DBによる各種検索")};
+    ToolbarLayout l { gap("ph1", 800), button("BackToStart", "　　戻る　　", "arrow", kToStart),
+        button("DBrec", "DB登録", "DBOpen", "ファイル情報をDBに登録"),
+        button("Search", "DB検索各種", "binoc", "DBによる各種検索") };
     l[2].enabled = !archive;
     return l;
 }
 
 ToolbarLayout RecordLayout(bool archive)
 {
-    ToolbarLayout l{gap("ph1", 800), button("BackToINI", "　　　戻る　　　", "arrow", kToStart),
-                    button("DBrec", "登録", "DBOpen", "データベースに登録")};
+    ToolbarLayout l { gap("ph1", 800), button("BackToINI", "　　　戻る　　　", "arrow", kToStart),
+        button("DBrec", "登録", "DBOpen", "データベースに登録") };
     l[2].enabled = !archive;
     return l;
 }
 
 ToolbarLayout SearchMenuLayout()
 {
-    return {gap("ph1", 800),
-            button("Back2DB", "戻る", "arrow", kToStart),
-            button("DBsearch", "フォルダ検索", "addFolder", "フォルダ単位で検索"),
-            button("DBFiles", "ファイル名検索", "each", "ファイル名で検索"),
-            button("DBClass", "分類検索", "tree", "分類で検索"),
-            button("DBDate", "期間検索", "pic", "日付または期間で検索"),
-            button("DBKeyword", "ｷｰﾜｰﾄﾞ検索", "Key", "キーワードで検索"),
-            button("BDRsearch", "バインダ閲覧", "Binder", "選択バインダ内ファイルを閲覧")};
+    return { gap("ph1", 800), button("Back2DB", "戻る", "arrow", kToStart),
+        button("DBsearch", "フォルダ検索", "addFolder", "フォルダ単位で検索"),
+        button("DBFiles", "ファイル名検索", "each", "ファイル名で検索"),
+        button("DBClass", "分類検索", "tree", "分類で検索"),
+        button("DBDate", "期間検索", "pic", "日付または期間で検索"),
+        button("DBKeyword", "ｷｰﾜｰﾄﾞ検索", "Key", "キーワードで検索"),
+        button("BDRsearch", "バインダ閲覧", "Binder", "選択バインダ内ファイルを閲覧") };
 }
 
 ToolbarLayout SearchListLayout(int modeNo)
 {
-    ToolbarLayout l{gap("ph1", 800), button("BackToSearch", "　　戻る　　", "arrow", "各種閲覧モードに戻る")};
+    ToolbarLayout l { gap("ph1", 800), button("BackToSearch", "　　戻る　　", "arrow", "各種閲覧モードに戻る") };
     if (modeNo == Mode::PeriodSearch) {
         l << gap("ph2", 4800) << button("DurSeek", "　検索　", "binoc", "左のコンボボックス条件で検索");
     } else if (modeNo == Mode::ClassSearch || modeNo == Mode::KeywordSearch || modeNo == Mode::FileSearch) {
@@ -84,17 +86,14 @@ ToolbarLayout SearchListLayout(int modeNo)
 
 ToolbarLayout BinderListLayout(int binderOperation)
 {
-    return {gap("ph1", 800),
-            button("BackToINI", "　　戻る　　", "arrow", kToStart),
-            button("up", "移動", "up"),
-            button("down", "移動", "down"),
-            button("del", binderOperation == BinderOp::Detach ? "取り外し" : "削除", "del"),
-            button("reg", "登録", "record")};
+    return { gap("ph1", 800), button("BackToINI", "　　戻る　　", "arrow", kToStart), button("up", "移動", "up"),
+        button("down", "移動", "down"), button("del", binderOperation == BinderOp::Detach ? "取り外し" : "削除", "del"),
+        button("reg", "登録", "record") };
 }
 
 ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive)
 {
-    ToolbarLayout l{gap("ph1", 200), button("BackTo", "　　戻る　　", "arrow", "元の閲覧モードに戻ります")};
+    ToolbarLayout l { gap("ph1", 200), button("BackTo", "　　戻る　　", "arrow", "元の閲覧モードに戻ります") };
     if (modeNo == Mode::Record) {
         l << button("RecAll", "一括登録", "record", "左欄のファイル情報全部を一括DB登録");
         l.last().enabled = !archive;
@@ -126,7 +125,8 @@ ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive)
         l << enlarge << size << button("sxf", "図面表示", "apri")
           << button("BackColor", "背景色", "moon", "図面背景色を白・黒に変更");
         break;
-    default: break;
+    default:
+        break;
     }
     l << button("FullTextSearch", "全文検索", "spel", "フォルダ内全ファイルから文字列を検索");
     l.last().visible = layoutState != Layout::RecordShown;
@@ -137,10 +137,9 @@ ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive)
 
 QStringList toolbarImageKeys()
 {
-    return {u("each"), u("DBOpen"), u("arrow"), u("addFolder"), u("binoc"), u("tree"), u("pic"),
-            u("pic2"), u("Key"), u("Binder"), u("spel"), u("up"), u("down"), u("del"),
-            u("record"), u("arw6lt"), u("arw6rt"), u("magni"), u("plus"), u("minus"), u("left"),
-            u("right"), u("ptl"), u("ptr"), u("apri"), u("moon"), u("excel")};
+    return { u("each"), u("DBOpen"), u("arrow"), u("addFolder"), u("binoc"), u("tree"), u("pic"), u("pic2"), u("Key"),
+        u("Binder"), u("spel"), u("up"), u("down"), u("del"), u("record"), u("arw6lt"), u("arw6rt"), u("magni"),
+        u("plus"), u("minus"), u("left"), u("right"), u("ptl"), u("ptr"), u("apri"), u("moon"), u("excel") };
 }
 
 } // namespace tolvane::shell

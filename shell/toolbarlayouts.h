@@ -7,14 +7,13 @@
 
 namespace tolvane::shell {
 
-struct ToolButtonSpec
-{
+struct ToolButtonSpec {
     enum class Style { Button = 0, Placeholder = 4 };
 
     QString key;
     QString caption;
     Style style = Style::Button;
-    QString image;   // key of the picture set ("arrow", "DBOpen", ...); empty for placeholders
+    QString image; // key of the picture set ("arrow", "DBOpen", ...); empty for placeholders
     QString toolTip; // also the button's description
     bool enabled = true;
     bool visible = true;

@@ -19,28 +19,29 @@ bool listed(const QString &ext, std::initializer_list<const char *> names)
 
 Presentation threeLetterPresentation(const QString &e)
 {
-    if (listed(e, {"jpg", "bmp", "wmf", "dxf", "gif", "png", "fpx", "pcx", "emf", "svg"}))
+    if (listed(e, { "jpg", "bmp", "wmf", "dxf", "gif", "png", "fpx", "pcx", "emf", "svg" }))
         return Presentation::Picture;
-    if (listed(e, {"tif"}))
+    if (listed(e, { "tif" }))
         return Presentation::MultiPagePicture;
-    if (listed(e, {"sfc", "p21"}))
+    if (listed(e, { "sfc", "p21" }))
         return Presentation::DrawingNotice;
-    if (listed(e, {"rtf", "txt"}))
+    if (listed(e, { "rtf", "txt" }))
         return Presentation::OwnText;
-    if (listed(e, {"xls", "doc", "ppt", "pdf", "jaw", "jtw", "jbw", "juw", "jfw", "jvw", "jtd", "jtt", "oas",
-                   "oa2", "oa3", "bun", "sxw", "sxc", "sxi", "sxd", "odt", "ods", "odp", "odg", "wj2", "wj3",
-                   "wk3", "wk4", "123", "wri", "mht", "eml"}))
+    if (listed(e,
+            { "xls", "doc", "ppt", "pdf", "jaw", "jtw", "jbw", "juw", "jfw", "jvw", "jtd", "jtt", "oas", "oa2", "oa3",
+                "bun", "sxw", "sxc", "sxi", "sxd", "odt", "ods", "odp", "odg", "wj2", "wj3", "wk3", "wk4", "123", "wri",
+                "mht", "eml" }))
         return Presentation::ExtractedText;
     return Presentation::Unknown;
 }
 
 Presentation fourLetterPresentation(const QString &e)
 {
-    if (listed(e, {"docx", "xlsx", "pptx", "html"}))
+    if (listed(e, { "docx", "xlsx", "pptx", "html" }))
         return Presentation::ExtractedText;
-    if (listed(e, {"jpeg"}))
+    if (listed(e, { "jpeg" }))
         return Presentation::Picture;
-    if (listed(e, {"tiff"}))
+    if (listed(e, { "tiff" }))
         return Presentation::MultiPagePicture;
     return Presentation::Unknown;
 }
@@ -51,8 +52,8 @@ Extension extensionOf(const QString &fileName)
 {
     const QString last4 = fileName.right(4);
     if (last4.size() == 4 && last4.front() == QLatin1Char('.'))
-        return {last4.right(3), true};
-    return {last4, false};
+        return { last4.right(3), true };
+    return { last4, false };
 }
 
 Presentation presentationFor(const QString &fileName)
@@ -83,15 +84,16 @@ QStringList viewerButtonKeys(int kind)
 {
     switch (kind) {
     case 1:
-        return {QStringLiteral("apri"), QStringLiteral("WordSeek")};
+        return { QStringLiteral("apri"), QStringLiteral("WordSeek") };
     case 2:
-        return {QStringLiteral("left90"), QStringLiteral("right90"), QStringLiteral("enlarge"), QStringLiteral("size"),
-                QStringLiteral("excel")};
+        return { QStringLiteral("left90"), QStringLiteral("right90"), QStringLiteral("enlarge"), QStringLiteral("size"),
+            QStringLiteral("excel") };
     case 3:
-        return {QStringLiteral("left90"), QStringLiteral("right90"), QStringLiteral("enlarge"), QStringLiteral("size"),
-                QStringLiteral("Gprev"), QStringLiteral("Gnext")};
+        return { QStringLiteral("left90"), QStringLiteral("right90"), QStringLiteral("enlarge"), QStringLiteral("size"),
+            QStringLiteral("Gprev"), QStringLiteral("Gnext") };
     case 4:
-        return {QStringLiteral("enlarge"), QStringLiteral("size"), QStringLiteral("sxf"), QStringLiteral("BackColor")};
+        return { QStringLiteral("enlarge"), QStringLiteral("size"), QStringLiteral("sxf"),
+            QStringLiteral("BackColor") };
     default:
         return {};
     }
@@ -118,23 +120,23 @@ AppRoute appRouteFor(const QString &fileName)
     const Extension ext = extensionOf(fileName);
     const QString &e = ext.text;
     if (ext.threeLetter) {
-        if (listed(e, {"doc"}))
+        if (listed(e, { "doc" }))
             return AppRoute::Word;
-        if (listed(e, {"jtd"}))
+        if (listed(e, { "jtd" }))
             return AppRoute::Jxw;
-        if (listed(e, {"txt"}))
+        if (listed(e, { "txt" }))
             return AppRoute::TextEditor;
-        if (listed(e, {"rtf"}))
+        if (listed(e, { "rtf" }))
             return AppRoute::RichText;
-        if (listed(e, {"xls"}))
+        if (listed(e, { "xls" }))
             return AppRoute::Spreadsheet;
-        if (listed(e, {"pdf"}))
+        if (listed(e, { "pdf" }))
             return AppRoute::ShellOpen;
         return AppRoute::Refused;
     }
-    if (listed(e, {"docx"}))
+    if (listed(e, { "docx" }))
         return AppRoute::Word;
-    if (listed(e, {"xlsx"}))
+    if (listed(e, { "xlsx" }))
         return AppRoute::Spreadsheet;
     return AppRoute::Nothing;
 }
@@ -148,16 +150,16 @@ PanelPlan panelPlanFor(int selector)
 {
     switch (selector) {
     case 0:
-        return {{}, {kFileList, kTextView}, true};
+        return { {}, { kFileList, kTextView }, true };
     case 1:
     case 10:
-        return {kFileList, {kPictureView}, true};
+        return { kFileList, { kPictureView }, true };
     case 2:
-        return {kPictureView, {kTextView}, true};
+        return { kPictureView, { kTextView }, true };
     case 4:
-        return {kTextView, {kPictureView}, true};
+        return { kTextView, { kPictureView }, true };
     case 11:
-        return {kResultList, {kPictureView, kFileList}, true};
+        return { kResultList, { kPictureView, kFileList }, true };
     default:
         return {};
     }

@@ -11,20 +11,19 @@ namespace tolvane::viewer {
 // The extension as the dispatcher sees it: the last three characters when the fourth from the
 // end is ".", otherwise the last four characters (a name of one to three characters is
 // taken whole). Only all-upper-case and all-lower-case spellings of the listed extensions match.
-struct Extension
-{
+struct Extension {
     QString text;
     bool threeLetter = false;
 };
 Extension extensionOf(const QString &fileName);
 
 enum class Presentation {
-    Picture,          // single picture in imk
+    Picture, // single picture in imk
     MultiPagePicture, // multi-page picture with paging
-    DrawingNotice,    // SXF drawing: a notice in mData, drawn on request
-    OwnText,          // plain or rich text loaded into mData
-    ExtractedText,    // text extracted from an office document or PDF
-    Unknown,          // "format cannot be displayed" notice
+    DrawingNotice, // SXF drawing: a notice in mData, drawn on request
+    OwnText, // plain or rich text loaded into mData
+    ExtractedText, // text extracted from an office document or PDF
+    Unknown, // "format cannot be displayed" notice
 };
 Presentation presentationFor(const QString &fileName);
 
@@ -40,14 +39,14 @@ bool hidesSearchText(const QString &fileName);
 
 // What "apri" does with a file.
 enum class AppRoute {
-    Word,        // word processor documents
-    Jxw,         // Ichitaro documents
-    TextEditor,  // plain text
-    RichText,    // rich text
+    Word, // word processor documents
+    Jxw, // Ichitaro documents
+    TextEditor, // plain text
+    RichText, // rich text
     Spreadsheet, // Excel workbooks
-    ShellOpen,   // PDF: the associated program
-    Refused,     // other three-letter extensions: a message
-    Nothing,     // other four-letter extensions
+    ShellOpen, // PDF: the associated program
+    Refused, // other three-letter extensions: a message
+    Nothing, // other four-letter extensions
 };
 AppRoute appRouteFor(const QString &fileName);
 // The message of a refused extension: the extension as written, then
@@ -62,8 +61,7 @@ inline const QString kTextView = QStringLiteral("mData");
 
 // BringPanelToFront: the control a selector makes visible and raises (empty for none), and those
 // it hides and lowers. An unknown selector has neither.
-struct PanelPlan
-{
+struct PanelPlan {
     QString front;
     QStringList hidden;
     bool known = false;

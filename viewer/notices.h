@@ -6,7 +6,7 @@
 namespace tolvane::viewer {
 
 // Notice numbers of RTXText.
-constexpr int kNoticeDrawing = 6;     // SXF drawing: press the drawing button
+constexpr int kNoticeDrawing = 6; // SXF drawing: press the drawing button
 constexpr int kNoticeUnsupported = 7; // format cannot be displayed
 // Notices are shown at this point size whatever the text size is.
 constexpr int kNoticeFontSize = 12;

@@ -2,10 +2,10 @@
 // file (TIFF). Reentrant.
 #pragma once
 
-#include "platform/status.h"
-
 #include <QImage>
 #include <QString>
+
+#include "platform/status.h"
 
 namespace tolvane::viewer {
 

@@ -1,10 +1,10 @@
 #include "browser/ui/filelistview.h"
 
-#include "browser/ui/gridview.h"
-
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QScreen>
+
+#include "browser/ui/gridview.h"
 
 namespace tolvane::browser::ui {
 

@@ -1,9 +1,9 @@
 #include "browser/ui/resultlistview.h"
 
-#include "browser/ui/gridview.h"
-
 #include <QHeaderView>
 #include <QMouseEvent>
+
+#include "browser/ui/gridview.h"
 
 namespace tolvane::browser::ui {
 

@@ -1,17 +1,20 @@
 #include "platform/jet/database.h"
 
-#include "platform/jet/internal/creator.h"
-#include "platform/jet/internal/engine.h"
-#include "platform/jet/recordset.h"
+#include <algorithm>
 
 #include <QDir>
 #include <QFileInfo>
 
-#include <algorithm>
+#include "platform/jet/internal/creator.h"
+#include "platform/jet/internal/engine.h"
+#include "platform/jet/recordset.h"
 
 namespace tolvane::jet {
 
-Database::Database(std::unique_ptr<Engine> engine) : m_engine(std::move(engine)) {}
+Database::Database(std::unique_ptr<Engine> engine)
+    : m_engine(std::move(engine))
+{
+}
 Database::~Database() = default;
 
 Result<std::unique_ptr<Database>> Database::open(const QString &path, OpenMode mode)
@@ -29,9 +32,18 @@ Status Database::create(const QString &path, const QList<TableSpec> &tables)
     return internal::createDatabaseFile(path, tables);
 }
 
-QString Database::path() const { return m_engine->path(); }
-bool Database::isReadOnly() const { return m_engine->isReadOnly(); }
-QString Database::readOnlyReason() const { return m_engine->readOnlyReason(); }
+QString Database::path() const
+{
+    return m_engine->path();
+}
+bool Database::isReadOnly() const
+{
+    return m_engine->isReadOnly();
+}
+QString Database::readOnlyReason() const
+{
+    return m_engine->readOnlyReason();
+}
 QStringList Database::tableNames() const
 {
     m_engine->refreshIfChanged();
@@ -54,9 +66,18 @@ Status Database::beginTransaction()
         return s;
     return m_engine->beginTransaction();
 }
-Status Database::commit() { return m_engine->commit(); }
-void Database::rollback() { m_engine->rollback(); }
-bool Database::inTransaction() const { return m_engine->inTransaction(); }
+Status Database::commit()
+{
+    return m_engine->commit();
+}
+void Database::rollback()
+{
+    m_engine->rollback();
+}
+bool Database::inTransaction() const
+{
+    return m_engine->inTransaction();
+}
 
 // Every call first picks up what another connection to the same file may have committed.
 Result<RowId> Database::insertRow(const QString &table, const Row &values)
@@ -114,7 +135,10 @@ bool matchesAll(const Row &row, const QList<Condition> &conditions, const QList<
 
 } // namespace
 
-Result<std::unique_ptr<Recordset>> Database::openTable(const QString &table) { return select(Query(table)); }
+Result<std::unique_ptr<Recordset>> Database::openTable(const QString &table)
+{
+    return select(Query(table));
+}
 
 Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
 {
@@ -147,8 +171,7 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
             return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(query.orderBy, info->name));
     }
 
-    struct Hit
-    {
+    struct Hit {
         RowId id;
         Row row;
         QVariant key;
@@ -161,7 +184,7 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
         projected.reserve(indexes.size());
         for (int i : indexes)
             projected.append(row.at(i));
-        hits.append({id, std::move(projected), orderCol >= 0 ? row.at(orderCol) : QVariant()});
+        hits.append({ id, std::move(projected), orderCol >= 0 ? row.at(orderCol) : QVariant() });
         return true;
     });
     if (!s)
@@ -184,8 +207,8 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
     return std::make_unique<Recordset>(this, info->name, names, indexes, ids, rows);
 }
 
-Result<QList<QPair<QVariant, int>>> Database::groupCount(const QString &table, const QString &column,
-                                                         const QList<Condition> &conditions)
+Result<QList<QPair<QVariant, int>>> Database::groupCount(
+    const QString &table, const QString &column, const QList<Condition> &conditions)
 {
     Result<TableInfo> info = tableInfo(table);
     if (!info)
@@ -205,14 +228,14 @@ Result<QList<QPair<QVariant, int>>> Database::groupCount(const QString &table, c
     });
     if (!s)
         return s;
-    std::stable_sort(values.begin(), values.end(),
-                     [](const QVariant &a, const QVariant &b) { return compareValues(a, b) < 0; });
+    std::stable_sort(
+        values.begin(), values.end(), [](const QVariant &a, const QVariant &b) { return compareValues(a, b) < 0; });
     QList<QPair<QVariant, int>> out;
     for (const QVariant &v : values) {
         if (!out.isEmpty() && compareValues(out.last().first, v) == 0)
             ++out.last().second;
         else
-            out.append({v, 1});
+            out.append({ v, 1 });
     }
     return out;
 }

@@ -3,20 +3,19 @@
 // Format facts and the engine's layers: docs/jet4-engine.md.
 #pragma once
 
+#include <functional>
+#include <memory>
+
 #include "platform/jet/query.h"
 #include "platform/jet/types.h"
 #include "platform/status.h"
-
-#include <functional>
-#include <memory>
 
 namespace tolvane::jet {
 
 class Recordset;
 class Engine; // internal
 
-class Database
-{
+class Database {
 public:
     enum class OpenMode { ReadWrite, ReadOnly };
 
@@ -76,8 +75,8 @@ public:
 
     // Distinct non-null values of column with their counts, ascending
     // ("GROUP BY column HAVING Count(column) >= 1 ORDER BY column").
-    Result<QList<QPair<QVariant, int>>> groupCount(const QString &table, const QString &column,
-                                                   const QList<Condition> &conditions = {});
+    Result<QList<QPair<QVariant, int>>> groupCount(
+        const QString &table, const QString &column, const QList<Condition> &conditions = {});
 
 private:
     explicit Database(std::unique_ptr<Engine> engine);

@@ -19,12 +19,17 @@ bool isNumeric(const QVariant &v)
     case QMetaType::UShort:
     case QMetaType::Char:
     case QMetaType::UChar:
-    case QMetaType::Bool: return true;
-    default: return false;
+    case QMetaType::Bool:
+        return true;
+    default:
+        return false;
     }
 }
 
-bool isDate(const QVariant &v) { return v.typeId() == QMetaType::QDateTime || v.typeId() == QMetaType::QDate; }
+bool isDate(const QVariant &v)
+{
+    return v.typeId() == QMetaType::QDateTime || v.typeId() == QMetaType::QDate;
+}
 
 QDateTime asDateTime(const QVariant &v)
 {
@@ -36,7 +41,10 @@ QDateTime asDateTime(const QVariant &v)
 }
 
 // Case-folded character for Jet's case-insensitive comparisons.
-char16_t fold(QChar c) { return c.toCaseFolded().unicode(); }
+char16_t fold(QChar c)
+{
+    return c.toCaseFolded().unicode();
+}
 
 } // namespace
 
@@ -97,7 +105,8 @@ bool Condition::matches(const QVariant &v) const
     if (!v.isValid() || v.isNull())
         return false;
     switch (op) {
-    case Op::Equal: return compareValues(v, value) == 0;
+    case Op::Equal:
+        return compareValues(v, value) == 0;
     case Op::Like: {
         QString s;
         if (v.typeId() == QMetaType::QDateTime)
@@ -106,7 +115,8 @@ bool Condition::matches(const QVariant &v) const
             s = v.toString();
         return likeMatch(s, value.toString());
     }
-    case Op::Between: return compareValues(v, value) >= 0 && compareValues(v, value2) <= 0;
+    case Op::Between:
+        return compareValues(v, value) >= 0 && compareValues(v, value2) <= 0;
     }
     return false;
 }

@@ -5,11 +5,10 @@
 
 namespace tolvane::jet {
 
-struct Condition
-{
+struct Condition {
     enum class Op {
-        Equal,   // column = value; text compared case-insensitively, as Jet does
-        Like,    // column Like pattern; % = any run, _ = any one character, nothing else is special
+        Equal, // column = value; text compared case-insensitively, as Jet does
+        Like, // column Like pattern; % = any run, _ = any one character, nothing else is special
         Between, // value <= column <= value2 (both bounds inclusive)
     };
     QString column;
@@ -17,30 +16,45 @@ struct Condition
     QVariant value;
     QVariant value2;
 
-    static Condition equal(QString column, QVariant v) { return {std::move(column), Op::Equal, std::move(v), {}}; }
-    static Condition like(QString column, QString pattern) { return {std::move(column), Op::Like, pattern, {}}; }
+    static Condition equal(QString column, QVariant v) { return { std::move(column), Op::Equal, std::move(v), {} }; }
+    static Condition like(QString column, QString pattern) { return { std::move(column), Op::Like, pattern, {} }; }
     static Condition between(QString column, QVariant lo, QVariant hi)
     {
-        return {std::move(column), Op::Between, std::move(lo), std::move(hi)};
+        return { std::move(column), Op::Between, std::move(lo), std::move(hi) };
     }
     // True when the value satisfies the condition (a null never does).
     bool matches(const QVariant &v) const;
 };
 
 // SELECT columns FROM table WHERE c1 AND c2 ... ORDER BY column.
-struct Query
-{
+struct Query {
     QString table;
-    QStringList columns;          // empty = every column, in column order
-    QList<Condition> conditions;  // all must hold
-    QString orderBy;              // empty = storage order; ascending, nulls first, stable
+    QStringList columns; // empty = every column, in column order
+    QList<Condition> conditions; // all must hold
+    QString orderBy; // empty = storage order; ascending, nulls first, stable
     bool descending = false;
 
     Query() = default;
-    explicit Query(QString t) : table(std::move(t)) {}
-    Query &select(QStringList c) { columns = std::move(c); return *this; }
-    Query &where(Condition c) { conditions.append(std::move(c)); return *this; }
-    Query &order(QString c, bool desc = false) { orderBy = std::move(c); descending = desc; return *this; }
+    explicit Query(QString t)
+        : table(std::move(t))
+    {
+    }
+    Query &select(QStringList c)
+    {
+        columns = std::move(c);
+        return *this;
+    }
+    Query &where(Condition c)
+    {
+        conditions.append(std::move(c));
+        return *this;
+    }
+    Query &order(QString c, bool desc = false)
+    {
+        orderBy = std::move(c);
+        descending = desc;
+        return *this;
+    }
 };
 
 // Like-pattern match: % and _ are wildcards, case-insensitive; every other character is literal.

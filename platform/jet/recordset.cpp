@@ -4,15 +4,15 @@
 
 namespace tolvane::jet {
 
-Recordset::Recordset(Database *db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids,
-                     QList<Row> rows)
-    : m_db(db),
-      m_table(std::move(table)),
-      m_columns(std::move(columns)),
-      m_tableColumns(std::move(columnIndexes)),
-      m_ids(std::move(ids)),
-      m_rows(std::move(rows)),
-      m_deleted(m_rows.size(), false)
+Recordset::Recordset(
+    Database *db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows)
+    : m_db(db)
+    , m_table(std::move(table))
+    , m_columns(std::move(columns))
+    , m_tableColumns(std::move(columnIndexes))
+    , m_ids(std::move(ids))
+    , m_rows(std::move(rows))
+    , m_deleted(m_rows.size(), false)
 {
     recomputeVisible();
     m_cur = firstVisibleFrom(0, 1);
@@ -55,10 +55,19 @@ int Recordset::firstVisibleFrom(int i, int step) const
     return step > 0 ? int(m_rows.size()) : -1;
 }
 
-bool Recordset::bof() const { return m_cur < 0 || recordCount() == 0; }
-bool Recordset::eof() const { return m_cur >= m_rows.size() || recordCount() == 0; }
+bool Recordset::bof() const
+{
+    return m_cur < 0 || recordCount() == 0;
+}
+bool Recordset::eof() const
+{
+    return m_cur >= m_rows.size() || recordCount() == 0;
+}
 
-int Recordset::recordCount() const { return m_visibleCount; }
+int Recordset::recordCount() const
+{
+    return m_visibleCount;
+}
 
 void Recordset::moveFirst()
 {
@@ -117,7 +126,10 @@ QVariant Recordset::field(int index) const
     return m_rows.at(m_cur).at(index);
 }
 
-QVariant Recordset::field(const QString &name) const { return field(fieldIndex(name)); }
+QVariant Recordset::field(const QString &name) const
+{
+    return field(fieldIndex(name));
+}
 
 RowId Recordset::currentId() const
 {

@@ -12,11 +12,10 @@ namespace tolvane::jet {
 
 class Database;
 
-class Recordset
-{
+class Recordset {
 public:
-    Recordset(Database *db, QString table, QStringList columns, QList<int> columnIndexes,
-              QList<RowId> ids, QList<Row> rows);
+    Recordset(
+        Database *db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows);
 
     const QString &table() const { return m_table; }
     const QStringList &columnNames() const { return m_columns; }
@@ -30,9 +29,9 @@ public:
     int recordCount() const; // visible rows (filtered, not deleted)
     void moveFirst();
     void moveLast();
-    void moveNext();     // past the last row: eof()
+    void moveNext(); // past the last row: eof()
     void movePrevious(); // before the first row: bof()
-    void move(int n);    // relative move by n visible rows
+    void move(int n); // relative move by n visible rows
     // 0-based position among visible rows; -1 at BOF/EOF.
     int position() const;
 

@@ -1,8 +1,8 @@
 #include "platform/jet/types.h"
 
-#include <QDateTime>
-
 #include <cmath>
+
+#include <QDateTime>
 
 namespace tolvane::jet {
 

@@ -13,7 +13,7 @@ enum class ColumnType : quint8 {
     Boolean = 0x01,
     Byte = 0x02,
     Integer = 0x03, // 16-bit
-    Long = 0x04,    // 32-bit signed
+    Long = 0x04, // 32-bit signed
     Money = 0x05,
     Float = 0x06,
     Double = 0x07,
@@ -27,41 +27,36 @@ enum class ColumnType : quint8 {
 };
 
 // A column of an existing table, in column-number order.
-struct ColumnInfo
-{
+struct ColumnInfo {
     QString name;
     ColumnType type = ColumnType::Long;
-    int number = 0;         // column number stored in the tdef
-    int maxLength = 0;      // Text: characters (UTF-16 code units); others: bytes
+    int number = 0; // column number stored in the tdef
+    int maxLength = 0; // Text: characters (UTF-16 code units); others: bytes
     bool compressible = false;
 };
 
-struct TableInfo
-{
+struct TableInfo {
     QString name;
     QList<ColumnInfo> columns; // in column-number order: the order of values in a row
-    qint64 rowCount = 0;       // live rows recorded in the table definition
+    qint64 rowCount = 0; // live rows recorded in the table definition
     int columnIndex(const QString &column) const; // case-insensitive; -1 when absent
 };
 
 // A column of a table to be created. Only Long, DateTime and Text are supported for new tables.
-struct ColumnSpec
-{
+struct ColumnSpec {
     QString name;
     ColumnType type = ColumnType::Long;
     int textLength = 0; // Text(n): n characters, 1..255
 };
 
-struct TableSpec
-{
+struct TableSpec {
     QString name;
     QList<ColumnSpec> columns;
 };
 
 // Location of a row: the slot that a table scan finds it under. It stays valid when an
 // update moves the row's data elsewhere (the slot then points at the data).
-struct RowId
-{
+struct RowId {
     quint32 page = 0;
     quint8 row = 0;
     bool operator==(const RowId &) const = default;

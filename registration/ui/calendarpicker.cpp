@@ -1,14 +1,16 @@
 #include "registration/ui/calendarpicker.h"
 
-#include "registration/history.h"
-
 #include <QApplication>
 #include <QCalendarWidget>
 #include <QDate>
 
+#include "registration/history.h"
+
 namespace tolvane::registration {
 
-CalendarPicker::CalendarPicker(QCalendarWidget *calendar, QObject *parent) : QObject(parent), m_calendar(calendar)
+CalendarPicker::CalendarPicker(QCalendarWidget *calendar, QObject *parent)
+    : QObject(parent)
+    , m_calendar(calendar)
 {
     if (m_calendar->objectName().isEmpty())
         m_calendar->setObjectName(QStringLiteral("Calendar"));

@@ -10,8 +10,7 @@ class QDate;
 
 namespace tolvane::registration {
 
-class CalendarPicker : public QObject
-{
+class CalendarPicker : public QObject {
     Q_OBJECT
 public:
     // Takes over calendar (owned by its parent widget): sets it to today and hides it.

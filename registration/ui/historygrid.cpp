@@ -1,9 +1,5 @@
 #include "registration/ui/historygrid.h"
 
-#include "platform/apptitle.h"
-#include "registration/ui/slipeditors.h"
-#include "registration/ui/calendarpicker.h"
-
 #include <QApplication>
 #include <QEvent>
 #include <QHeaderView>
@@ -14,19 +10,22 @@
 #include <QStyledItemDelegate>
 #include <QTableView>
 
+#include "platform/apptitle.h"
+#include "registration/ui/calendarpicker.h"
+#include "registration/ui/slipeditors.h"
+
 namespace tolvane::registration {
 
 namespace {
 
 constexpr int kDateCol = 1;
 constexpr int kNoteCol = 2;
-constexpr int kColumnTwips[3] = {200, 1200, 2600};
+constexpr int kColumnTwips[3] = { 200, 1200, 2600 };
 // The date text last accepted in a date cell: what a refused entry falls back to.
 constexpr int kAcceptedDateRole = Qt::UserRole + 1;
 
 // Notes are typed no longer than a history line can store.
-class HistoryDelegate : public QStyledItemDelegate
-{
+class HistoryDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
@@ -41,7 +40,7 @@ public:
 
 QList<QStandardItem *> lineItems(const QString &date, const QString &note, bool editable)
 {
-    QList<QStandardItem *> items{new QStandardItem, new QStandardItem(date), new QStandardItem(note)};
+    QList<QStandardItem *> items { new QStandardItem, new QStandardItem(date), new QStandardItem(note) };
     items[kDateCol]->setData(date, kAcceptedDateRole);
     for (int c = 0; c < 3; ++c) {
         items[c]->setTextAlignment(Qt::AlignLeft | Qt::AlignVCenter);
@@ -54,10 +53,13 @@ QList<QStandardItem *> lineItems(const QString &date, const QString &note, bool 
 }
 
 // Presses are recorded before the view moves its current cell.
-class PressRecorder : public QObject
-{
+class PressRecorder : public QObject {
 public:
-    PressRecorder(HistoryGrid *grid) : QObject(grid), m_grid(grid) {}
+    PressRecorder(HistoryGrid *grid)
+        : QObject(grid)
+        , m_grid(grid)
+    {
+    }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -81,10 +83,14 @@ private:
 
 } // namespace
 
-HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty,
-                         QObject *parent)
-    : QObject(parent), m_view(view), m_model(new QStandardItemModel(0, 3, this)), m_calendar(calendar),
-      m_prompter(prompter), m_historyDirty(historyDirty)
+HistoryGrid::HistoryGrid(
+    QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty, QObject *parent)
+    : QObject(parent)
+    , m_view(view)
+    , m_model(new QStandardItemModel(0, 3, this))
+    , m_calendar(calendar)
+    , m_prompter(prompter)
+    , m_historyDirty(historyDirty)
 {
     setUpGridView(m_view, QStringLiteral("vs"), m_model, new HistoryDelegate(this));
     setArchive(false);
@@ -92,9 +98,8 @@ HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &p
     m_view->viewport()->installEventFilter(recorder);
     m_view->installEventFilter(recorder);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
-            [this](const QModelIndex &current, const QModelIndex &) {
-                currentCellChanged(current.row(), current.column());
-            });
+        [this](
+            const QModelIndex &current, const QModelIndex &) { currentCellChanged(current.row(), current.column()); });
     connect(m_model, &QStandardItemModel::itemChanged, this, &HistoryGrid::lineChanged);
     if (m_calendar)
         connect(m_calendar, &CalendarPicker::datePicked, this, &HistoryGrid::writePickedDate);
@@ -106,7 +111,7 @@ void HistoryGrid::setArchive(bool archive)
     m_archive = archive;
     m_view->setEditTriggers(archive ? QAbstractItemView::NoEditTriggers
                                     : QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
-                                          | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+                | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
 }
 
 void HistoryGrid::prepare()
@@ -213,7 +218,7 @@ QList<HistoryLine> HistoryGrid::lines()
     finishEdit();
     QList<HistoryLine> out;
     for (int r = kFirstLineRow; r < m_model->rowCount(); ++r)
-        out.append({m_model->item(r, kDateCol)->text(), m_model->item(r, kNoteCol)->text()});
+        out.append({ m_model->item(r, kDateCol)->text(), m_model->item(r, kNoteCol)->text() });
     return out;
 }
 
@@ -241,7 +246,7 @@ void HistoryGrid::DelLine()
     }
     const QString date = m_model->item(HistoryRow, kDateCol)->text();
     const Prompter::Answer answer = m_prompter.message(
-        {appTitle(), deleteLineQuestion(HistoryRow - 1, date), Prompter::Icon::Question, Prompter::Buttons::YesNo});
+        { appTitle(), deleteLineQuestion(HistoryRow - 1, date), Prompter::Icon::Question, Prompter::Buttons::YesNo });
     if (answer != Prompter::Answer::Yes)
         return;
     m_model->removeRow(HistoryRow);

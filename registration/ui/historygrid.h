@@ -7,10 +7,10 @@
 // question. GUI thread only.
 #pragma once
 
+#include <QObject>
+
 #include "platform/prompter.h"
 #include "registration/history.h"
-
-#include <QObject>
 
 class QStandardItem;
 class QStandardItemModel;
@@ -20,8 +20,7 @@ namespace tolvane::registration {
 
 class CalendarPicker;
 
-class HistoryGrid : public QObject
-{
+class HistoryGrid : public QObject {
     Q_OBJECT
 public:
     // First grid row that holds a line.
@@ -29,8 +28,8 @@ public:
 
     // Takes over view (owned by its parent widget). historyDirty is the main window's
     // HistoryDirty; calendar may be null (no date picker).
-    HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty,
-                QObject *parent = nullptr);
+    HistoryGrid(
+        QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty, QObject *parent = nullptr);
 
     QTableView *view() const { return m_view; }
     QStandardItemModel *model() const { return m_model; }

@@ -39,8 +39,8 @@ inline void commitOpenEditors(QAbstractItemView *view)
 
 // Gives a grid view its model and delegate and the look both grids share: no headers, one cell
 // selected at a time, wrapped text. A view without a name gets defaultName.
-inline void setUpGridView(QTableView *view, const QString &defaultName, QAbstractItemModel *model,
-                          QAbstractItemDelegate *delegate)
+inline void setUpGridView(
+    QTableView *view, const QString &defaultName, QAbstractItemModel *model, QAbstractItemDelegate *delegate)
 {
     if (view->objectName().isEmpty())
         view->setObjectName(defaultName);

@@ -1,9 +1,5 @@
 #include "registration/ui/slipgrid.h"
 
-#include "browser/bgrcolor.h"
-#include "platform/apptitle.h"
-#include "registration/ui/slipeditors.h"
-
 #include <QComboBox>
 #include <QEvent>
 #include <QHeaderView>
@@ -14,20 +10,27 @@
 #include <QStyledItemDelegate>
 #include <QTableView>
 
+#include "browser/bgrcolor.h"
+#include "platform/apptitle.h"
+#include "registration/ui/slipeditors.h"
+
 namespace tolvane::registration {
 
 namespace {
 
 constexpr int kLabelCol = 1;
 constexpr int kValueCol = 2;
-constexpr int kColumnTwips[3] = {200, 1200, 2600};
+constexpr int kColumnTwips[3] = { 200, 1200, 2600 };
 
 // The classification row edits through a drop-down of the classification names; the
 // keyword row through the ordinary line editor.
-class SlipDelegate : public QStyledItemDelegate
-{
+class SlipDelegate : public QStyledItemDelegate {
 public:
-    SlipDelegate(const QList<ClassChoice> &choices, QObject *parent) : QStyledItemDelegate(parent), m_choices(choices) {}
+    SlipDelegate(const QList<ClassChoice> &choices, QObject *parent)
+        : QStyledItemDelegate(parent)
+        , m_choices(choices)
+    {
+    }
 
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
@@ -72,12 +75,15 @@ private:
 } // namespace
 
 SlipGrid::SlipGrid(QTableView *view, Prompter &prompter, bool &slipDirty, QObject *parent)
-    : QObject(parent), m_view(view), m_model(new QStandardItemModel(SlipRow::Count, 3, this)), m_prompter(prompter),
-      m_slipDirty(slipDirty)
+    : QObject(parent)
+    , m_view(view)
+    , m_model(new QStandardItemModel(SlipRow::Count, 3, this))
+    , m_prompter(prompter)
+    , m_slipDirty(slipDirty)
 {
     setUpGridView(m_view, QStringLiteral("fg2"), m_model, new SlipDelegate(m_choices, this));
     m_view->setEditTriggers(QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
-                            | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+        | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
     for (int c = 0; c < 3; ++c)
         m_view->setColumnWidth(c, twipsToPixels(m_view, kColumnTwips[c]));
     m_viewport = m_view->viewport();
@@ -94,7 +100,7 @@ void SlipGrid::setArchive(bool archive)
     m_archive = archive;
     m_view->setEditTriggers(archive ? QAbstractItemView::NoEditTriggers
                                     : QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
-                                          | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+                | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
 }
 
 void SlipGrid::setClassChoices(const QList<ClassChoice> &choices)
@@ -135,9 +141,8 @@ void SlipGrid::fill(const SlipRecord &record, const QString &folder, int openedR
 {
     m_filling = true;
     m_model->item(SlipRow::Title, kLabelCol)->setText(slipTitle(openedRow, resultCount));
-    const QString values[SlipRow::Count] = {
-        QString(), record.Class, record.fName, record.fDate, record.kStr, folder, QString::number(record.hsID),
-        record.backC};
+    const QString values[SlipRow::Count] = { QString(), record.Class, record.fName, record.fDate, record.kStr, folder,
+        QString::number(record.hsID), record.backC };
     for (int r = 1; r < SlipRow::Count; ++r) {
         QStandardItem *item = m_model->item(r, kValueCol);
         item->setText(values[r]);
@@ -167,7 +172,7 @@ void SlipGrid::finishEdit()
 SlipEdit SlipGrid::edit()
 {
     finishEdit();
-    return {cellText(SlipRow::Class), cellText(SlipRow::Keywords), cellText(SlipRow::BackColor)};
+    return { cellText(SlipRow::Class), cellText(SlipRow::Keywords), cellText(SlipRow::BackColor) };
 }
 
 bool SlipGrid::pressAt(int row, int col)

@@ -6,19 +6,18 @@
 // row. GUI thread only.
 #pragma once
 
-#include "platform/prompter.h"
-#include "registration/slip.h"
-
 #include <QObject>
 #include <QStringList>
+
+#include "platform/prompter.h"
+#include "registration/slip.h"
 
 class QStandardItemModel;
 class QTableView;
 
 namespace tolvane::registration {
 
-class SlipGrid : public QObject
-{
+class SlipGrid : public QObject {
     Q_OBJECT
 public:
     // Takes over view (owned by its parent widget). slipDirty is the main window's SlipDirty.

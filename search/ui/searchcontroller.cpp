@@ -1,13 +1,13 @@
 #include "search/ui/searchcontroller.h"
 
+#include <QLineEdit>
+
 #include "browser/resultlist.h"
 #include "platform/apptitle.h"
 #include "registration/pathrecords.h"
 #include "search/catalogqueries.h"
 #include "search/perioddate.h"
 #include "search/searchtexts.h"
-
-#include <QLineEdit>
 
 namespace tolvane::search::ui {
 
@@ -49,7 +49,7 @@ SearchController::SearchController(Shared shared, SearchPanel &panel, Hooks hook
 
 void SearchController::message(const QString &text, Prompter::Icon icon)
 {
-    m_prompter.message({appTitle(), text, icon, Prompter::Buttons::Ok});
+    m_prompter.message({ appTitle(), text, icon, Prompter::Buttons::Ok });
 }
 
 void SearchController::prepareList()
@@ -61,8 +61,7 @@ void SearchController::fillList()
 {
     m_resultCount = 0;
     if (m_result)
-        m_resultCount =
-            browser::FillCatalogRows(m_fs, *m_result, m_hooks.fontSize ? m_hooks.fontSize() : 0);
+        m_resultCount = browser::FillCatalogRows(m_fs, *m_result, m_hooks.fontSize ? m_hooks.fontSize() : 0);
     if (m_hooks.tidy)
         m_hooks.tidy();
     browser::SetResultColumns(m_fs, kCatalogColumns, true);
@@ -171,8 +170,7 @@ SearchController::Outcome SearchController::RunPeriodSearch()
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
-    return finishQuery(SearchKind::Period,
-                       QueryByPeriod(*db, m_result, m_state.SavedSearchWord, m_state.SavedEndDate));
+    return finishQuery(SearchKind::Period, QueryByPeriod(*db, m_result, m_state.SavedSearchWord, m_state.SavedEndDate));
 }
 
 SearchController::Outcome SearchController::run(SearchKind kind)

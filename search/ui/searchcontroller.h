@@ -6,6 +6,8 @@
 // how each run ended. GUI thread only.
 #pragma once
 
+#include <functional>
+
 #include "browser/resultlistmodel.h"
 #include "catalog/catalogstate.h"
 #include "platform/prompter.h"
@@ -13,23 +15,19 @@
 #include "search/searchstate.h"
 #include "search/ui/searchpanel.h"
 
-#include <functional>
-
 namespace tolvane::search::ui {
 
-class SearchController : public QObject
-{
+class SearchController : public QObject {
     Q_OBJECT
 public:
     enum class Outcome {
-        Found,    // the list holds the result
+        Found, // the list holds the result
         NotFound, // the search ran and found nothing
-        Failed,   // the statement could not run (no catalogue, a bound that is not a date...)
-        Refused,  // nothing searched (empty word, cancelled dialog)
+        Failed, // the statement could not run (no catalogue, a bound that is not a date...)
+        Refused, // nothing searched (empty word, cancelled dialog)
     };
 
-    struct Hooks
-    {
+    struct Hooks {
         // Sizes the list's columns and rows to their contents (AutoFitGrid on `fs`).
         std::function<void()> tidy;
         // Brings a display panel to the front (the list's selector is 11).
@@ -39,8 +37,7 @@ public:
     };
 
     // What the searches share with the rest of the main window, which owns all of it.
-    struct Shared
-    {
+    struct Shared {
         Prompter &prompter;
         catalog::CatalogState &catalog;
         // The open result of the last search (narrowed in place, stepped through, rebuilt from).

@@ -1,12 +1,12 @@
 #include "search/ui/searchpanel.h"
 
-#include "search/searchtexts.h"
-
 #include <QComboBox>
 #include <QCompleter>
 #include <QEvent>
 #include <QLineEdit>
 #include <QTimer>
+
+#include "search/searchtexts.h"
 
 namespace tolvane::search::ui {
 
@@ -26,8 +26,7 @@ bool isPanelPlaceholder(const QString &text)
 }
 
 // Typing into a box that still shows one of the panel's fixed texts replaces that text.
-class PlaceholderSelector : public QObject
-{
+class PlaceholderSelector : public QObject {
 public:
     using QObject::QObject;
 
@@ -86,7 +85,7 @@ SearchPanel::SearchPanel(QWidget *host, QObject *parent)
     m_combo->setInsertPolicy(QComboBox::NoInsert);
     m_combo->hide();
     connect(m_combo, &QComboBox::activated, this,
-            [this](int index) { emit classPicked(m_combo->itemText(index), m_combo->itemData(index)); });
+        [this](int index) { emit classPicked(m_combo->itemText(index), m_combo->itemData(index)); });
     // The controls are centred on the host's height, which the toolbar settles only when shown.
     if (host)
         host->installEventFilter(this);

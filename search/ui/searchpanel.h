@@ -3,11 +3,11 @@
 // host's left edge, converted through the screen's logical DPI. GUI thread only.
 #pragma once
 
-#include "search/classnarrowing.h"
-#include "search/searchstate.h"
-
 #include <QObject>
 #include <QPointer>
+
+#include "search/classnarrowing.h"
+#include "search/searchstate.h"
 
 class QComboBox;
 class QLineEdit;
@@ -18,8 +18,7 @@ namespace tolvane::search::ui {
 // Pixels for a length in twips (1440 per inch) on widget's screen.
 int twipsToPixels(const QWidget *widget, int twips);
 
-class SearchPanel : public QObject
-{
+class SearchPanel : public QObject {
     Q_OBJECT
 public:
     // How the panel is laid out: nothing shown, the word box (file-name and keyword searches),
@@ -69,7 +68,7 @@ private:
     void place(QWidget *w, int leftTwips, int widthTwips);
 
     QPointer<QWidget> m_host;
-    QLineEdit *m_text[2] = {nullptr, nullptr};
+    QLineEdit *m_text[2] = { nullptr, nullptr };
     QComboBox *m_combo = nullptr;
     Layout m_layout = Layout::Hidden;
     int m_comboLeft = 2000;

@@ -6,8 +6,7 @@
 
 namespace tolvane::shell {
 
-class DesktopHelpLauncher : public HelpLauncher
-{
+class DesktopHelpLauncher : public HelpLauncher {
 public:
     bool showHelp(const QString &helpFile, int contextId) override;
     bool showText(const QString &textFile) override;

@@ -1,13 +1,6 @@
 #include "shell/ui/form1.h"
 
-#include "catalog/lifecycle.h"
-#include "platform/apptitle.h"
-#include "shell/browseforfolder.h"
-#include "shell/modes.h"
-#include "shell/ui/desktophelplauncher.h"
-#include "shell/ui/frmabout.h"
-#include "shell/ui/splitterhandle.h"
-#include "shell/ui/toolbaricons.h"
+#include <algorithm>
 
 #include <QAction>
 #include <QActionGroup>
@@ -28,21 +21,33 @@
 #include <QTreeView>
 #include <QWidgetAction>
 
-#include <algorithm>
+#include "catalog/lifecycle.h"
+#include "platform/apptitle.h"
+#include "shell/browseforfolder.h"
+#include "shell/modes.h"
+#include "shell/ui/desktophelplauncher.h"
+#include "shell/ui/frmabout.h"
+#include "shell/ui/splitterhandle.h"
+#include "shell/ui/toolbaricons.h"
 
 namespace tolvane::shell {
 
 namespace {
-QString u(const char *s) { return QString::fromUtf8(s); }
+QString u(const char *s)
+{
+    return QString::fromUtf8(s);
+}
 const char *const kChooseFolder = "フォルダを指定してください";
-constexpr int kFrameMargin = 50;       // twips between the window edge and the panes
-constexpr int kRightMargin = 200;      // twips kept free right of the right area
-constexpr int kStatusPanel1 = 2000;    // twips
+constexpr int kFrameMargin = 50; // twips between the window edge and the panes
+constexpr int kRightMargin = 200; // twips kept free right of the right area
+constexpr int kStatusPanel1 = 2000; // twips
 constexpr int kStatusPanel2Of3 = 5000; // twips
 } // namespace
 
 Form1::Form1(Prompter &prompter, HelpLauncher *helpLauncher, QWidget *parent)
-    : QMainWindow(parent), m_prompter(prompter), m_helpLauncher(helpLauncher)
+    : QMainWindow(parent)
+    , m_prompter(prompter)
+    , m_helpLauncher(helpLauncher)
 {
     setObjectName(QStringLiteral("Form1"));
     if (!m_helpLauncher) {
@@ -190,10 +195,10 @@ void Form1::createMenus()
     QMenu *mOptSize = menu(nullptr, mOpt, "mOptSize", "文字サイズ");
     m_sizeGroup = new QActionGroup(this);
     m_sizeGroup->setExclusive(true);
-    for (int points : {9, 10, 11, 12, 14, 16}) {
+    for (int points : { 9, 10, 11, 12, 14, 16 }) {
         const QByteArray name = "m" + QByteArray::number(points);
         QAction *a = item(mOptSize, name.constData(), QByteArray::number(points).constData(),
-                          [this, points] { SetTextFontSize(points); });
+            [this, points] { SetTextFontSize(points); });
         a->setCheckable(true);
         m_sizeGroup->addAction(a);
     }
@@ -216,8 +221,7 @@ void Form1::createToolbar()
     Toolbar->setIconSize(QSize(24, 24));
     Toolbar->toggleViewAction()->setEnabled(false);
     addToolBar(Qt::TopToolBarArea, Toolbar);
-    connect(Toolbar, &QToolBar::actionTriggered, this,
-            [this](QAction *a) { Toolbar_ButtonClick(a->objectName()); });
+    connect(Toolbar, &QToolBar::actionTriggered, this, [this](QAction *a) { Toolbar_ButtonClick(a->objectName()); });
 }
 
 void Form1::createShortcuts()
@@ -422,8 +426,8 @@ void Form1::Toolbar_ButtonClick(const QString &key)
     } else if (key == u("del")) {
         if (BinderOperation == BinderOp::Delete || BinderOperation == BinderOp::Detach)
             DeleteOrDetach();
-    } else if (key == u("size") || key == u("left90") || key == u("right90") || key == u("enlarge") ||
-               key == u("Gprev") || key == u("Gnext") || key == u("sxf") || key == u("BackColor")) {
+    } else if (key == u("size") || key == u("left90") || key == u("right90") || key == u("enlarge") || key == u("Gprev")
+        || key == u("Gnext") || key == u("sxf") || key == u("BackColor")) {
         PictureCommand(key);
     } else if (key == u("excel")) {
         ExportToExcel();
@@ -513,12 +517,12 @@ void Form1::rebuildStatusBar(const QList<int> &widthsTwips)
 
 void Form1::InitStatusBar()
 {
-    rebuildStatusBar({kStatusPanel1});
+    rebuildStatusBar({ kStatusPanel1 });
 }
 
 void Form1::InitStatusBar3()
 {
-    rebuildStatusBar({kStatusPanel1, kStatusPanel2Of3});
+    rebuildStatusBar({ kStatusPanel1, kStatusPanel2Of3 });
 }
 
 void Form1::ShowModeStatus(int code)
@@ -559,7 +563,7 @@ void Form1::EnableMenus(int state)
     if (!s)
         return;
     m_menuItems.value(QStringLiteral("mFileDBCreate"))->setEnabled(s->dbCreateEnabled);
-    for (const char *name : {"mRec", "mSearch", "mBinder", "mOpt"})
+    for (const char *name : { "mRec", "mSearch", "mBinder", "mOpt" })
         m_menuItems.value(QString::fromLatin1(name))->setEnabled(s->catalogMenusEnabled);
 }
 
@@ -752,7 +756,7 @@ int Form1::frameHeight() const
 
 QRect Form1::leftRect(int leftWidth) const
 {
-    return {twipsToPixels(kFrameMargin), 0, leftWidth, frameHeight()};
+    return { twipsToPixels(kFrameMargin), 0, leftWidth, frameHeight() };
 }
 
 QRect Form1::rightRect(int leftWidth) const
@@ -760,12 +764,12 @@ QRect Form1::rightRect(int leftWidth) const
     const int g = 4; // the splitter: four screen pixels
     const int left = twipsToPixels(kFrameMargin) + leftWidth + g;
     const int w = std::max(m_area->width() - left - twipsToPixels(kRightMargin), 1);
-    return {left, 0, w, frameHeight()};
+    return { left, 0, w, frameHeight() };
 }
 
 void Form1::placeRightPanes(const QRect &r)
 {
-    for (QWidget *c : {static_cast<QWidget *>(fr), static_cast<QWidget *>(mData), imk, static_cast<QWidget *>(fs)})
+    for (QWidget *c : { static_cast<QWidget *>(fr), static_cast<QWidget *>(mData), imk, static_cast<QWidget *>(fs) })
         c->setGeometry(r);
 }
 
@@ -875,11 +879,20 @@ void Form1::ShowLeftPane(int selector)
 void Form1::ArrangeForLayoutState()
 {
     switch (LayoutState) {
-    case Layout::Lists: UpdateLayout(); break;
-    case Layout::FolderFileShown: UpdateLayout2(); break;
-    case Layout::RecordShown: UpdateLayout3(); break;
-    case Layout::SearchPanel: UpdateLayout5(); break;
-    default: break;
+    case Layout::Lists:
+        UpdateLayout();
+        break;
+    case Layout::FolderFileShown:
+        UpdateLayout2();
+        break;
+    case Layout::RecordShown:
+        UpdateLayout3();
+        break;
+    case Layout::SearchPanel:
+        UpdateLayout5();
+        break;
+    default:
+        break;
     }
 }
 
@@ -899,9 +912,8 @@ bool Form1::eventFilter(QObject *watched, QEvent *event)
 void Form1::picDragDropped(const QPoint &globalPos)
 {
     QWidget *target = nullptr;
-    for (QWidget *c : {static_cast<QWidget *>(fg2), static_cast<QWidget *>(vs), static_cast<QWidget *>(fg),
-                       static_cast<QWidget *>(fr), static_cast<QWidget *>(fs), static_cast<QWidget *>(mData),
-                       imk}) {
+    for (QWidget *c : { static_cast<QWidget *>(fg2), static_cast<QWidget *>(vs), static_cast<QWidget *>(fg),
+             static_cast<QWidget *>(fr), static_cast<QWidget *>(fs), static_cast<QWidget *>(mData), imk }) {
         if (c->isVisible() && c->rect().contains(c->mapFromGlobal(globalPos))) {
             target = c;
             break;
@@ -934,7 +946,7 @@ void Form1::picDragDropped(const QPoint &globalPos)
 void Form1::udDragDropped(const QPoint &globalPos)
 {
     QWidget *target = nullptr;
-    for (QWidget *c : {static_cast<QWidget *>(fg2), static_cast<QWidget *>(vs)})
+    for (QWidget *c : { static_cast<QWidget *>(fg2), static_cast<QWidget *>(vs) })
         if (c->isVisible() && c->rect().contains(c->mapFromGlobal(globalPos)))
             target = c;
     if (!target)
@@ -952,7 +964,7 @@ void Form1::udDragDropped(const QPoint &globalPos)
 
 void Form1::SetTextFontSize(int points)
 {
-    static const int sizes[] = {9, 10, 11, 12, 14, 16};
+    static const int sizes[] = { 9, 10, 11, 12, 14, 16 };
     if (std::find(std::begin(sizes), std::end(sizes), points) == std::end(sizes))
         return;
     TextFontSize = points;
@@ -966,9 +978,8 @@ void Form1::ShowHelp()
 {
     if (!QFileInfo::exists(HelpFile)) {
         m_prompter.inform(appTitle(),
-                          u("ヘルプファイルが見つかりません。") + QStringLiteral("\r\n") +
-                              QDir::toNativeSeparators(HelpFile),
-                          Prompter::Icon::Warning);
+            u("ヘルプファイルが見つかりません。") + QStringLiteral("\r\n") + QDir::toNativeSeparators(HelpFile),
+            Prompter::Icon::Warning);
         return;
     }
     if (!m_helpLauncher->showHelp(HelpFile, HelpContextID))
@@ -978,9 +989,9 @@ void Form1::ShowHelp()
 void Form1::helpViewerMissing()
 {
     m_prompter.inform(appTitle(),
-                      u("ヘルプを表示できるアプリケーションが見つかりません。") + QStringLiteral("\r\n") +
-                          QDir::toNativeSeparators(HelpFile),
-                      Prompter::Icon::Warning);
+        u("ヘルプを表示できるアプリケーションが見つかりません。") + QStringLiteral("\r\n")
+            + QDir::toNativeSeparators(HelpFile),
+        Prompter::Icon::Warning);
 }
 
 void Form1::mHelpHelp_Click()
@@ -998,9 +1009,8 @@ void Form1::mHelpReadMe_Click()
     const QString readMe = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("ReadMe.txt"));
     if (!QFileInfo::exists(readMe)) {
         m_prompter.inform(appTitle(),
-                          u("ReadMe ファイルが見つかりません。") + QStringLiteral("\r\n") +
-                              QDir::toNativeSeparators(readMe),
-                          Prompter::Icon::Warning);
+            u("ReadMe ファイルが見つかりません。") + QStringLiteral("\r\n") + QDir::toNativeSeparators(readMe),
+            Prompter::Icon::Warning);
         return;
     }
     m_helpLauncher->showText(readMe);

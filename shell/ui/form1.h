@@ -8,17 +8,17 @@
 // modes, status bar, toolbar layouts and dispatch, window layout, menus, text size and help.
 #pragma once
 
+#include <functional>
+#include <memory>
+
+#include <QHash>
+#include <QMainWindow>
+
 #include "catalog/catalogstate.h"
 #include "platform/jet/recordset.h"
 #include "platform/prompter.h"
 #include "shell/helplauncher.h"
 #include "shell/toolbarlayouts.h"
-
-#include <QHash>
-#include <QMainWindow>
-
-#include <functional>
-#include <memory>
 
 class QAction;
 class QActionGroup;
@@ -53,14 +53,12 @@ namespace tolvane::shell {
 class SplitterHandle;
 
 // A classification item as the lists offer it: its text and its colour text ("&HFFFFC0").
-struct ClassItem
-{
+struct ClassItem {
     QString name;
     QString colour;
 };
 
-class Form1 : public QMainWindow
-{
+class Form1 : public QMainWindow {
     Q_OBJECT
 
 public:
@@ -74,13 +72,13 @@ public:
 
     // ---- shared state (read and written by the subsystems' handlers) ----
     std::unique_ptr<jet::Recordset> SearchResultSet; // the current result list
-    std::unique_ptr<jet::Recordset> BinderSet;       // the binder list or one binder's files
+    std::unique_ptr<jet::Recordset> BinderSet; // the binder list or one binder's files
 
-    int ModeNo = 0;          // shell::Mode
-    int LayoutState = 0;     // shell::Layout
+    int ModeNo = 0; // shell::Mode
+    int LayoutState = 0; // shell::Layout
     int BinderOperation = 0; // shell::BinderOp
 
-    QString CurrentFolder;   // folder of the current file (or "Canceled" after a cancelled choice)
+    QString CurrentFolder; // folder of the current file (or "Canceled" after a cancelled choice)
     QString CurrentFileName; // name of the current file, without folder
     QString CurrentFileDate; // "yyyy-mm-dd"
     QString LastChosenFolder;
@@ -108,13 +106,13 @@ public:
     QString HelpFile; // the program folder + "TolvaneHelp.chm"
 
     // ---- controls (objectName = the name used throughout) ----
-    QTreeView *fg = nullptr;   // folder panel
-    QTableView *fr = nullptr;  // file list of CurrentFolder
-    QTableView *fs = nullptr;  // ResultList
+    QTreeView *fg = nullptr; // folder panel
+    QTableView *fr = nullptr; // file list of CurrentFolder
+    QTableView *fs = nullptr; // ResultList
     QTableView *fg2 = nullptr; // management slip
-    QTableView *vs = nullptr;  // revision history
+    QTableView *vs = nullptr; // revision history
     QTableView *fg3 = nullptr; // binder list
-    QWidget *imk = nullptr;    // picture view (replaced by the viewer's widget)
+    QWidget *imk = nullptr; // picture view (replaced by the viewer's widget)
     QTextEdit *mData = nullptr;
     QCalendarWidget *Calendar = nullptr;
     QToolBar *Toolbar = nullptr;
@@ -183,8 +181,8 @@ public:
 
     // ---- text size and help ----
     void SetTextFontSize(int points);
-    void ShowHelp();          // F1: the help file at HelpContextID
-    void mHelpHelp_Click();   // the help file's start page; HelpContextID becomes 1000
+    void ShowHelp(); // F1: the help file at HelpContextID
+    void mHelpHelp_Click(); // the help file's start page; HelpContextID becomes 1000
     void mHelpReadMe_Click(); // the read-me text
     void mHelpVer_Click();
 
@@ -199,7 +197,7 @@ public:
     void StepFolderFile(bool next); // "Prev"/"Next" over the folder's file list
     void mOptCol_Click();
     void SelectFolderNode(int row, const QString &path); // the current node of fg changed
-    void OpenListedFile();                                // click in fr: shows CurrentResultRow
+    void OpenListedFile(); // click in fr: shows CurrentResultRow
     void TakeCurrentFile();
     void PutGreen_frList();
     void PutWhite_frList();
@@ -212,17 +210,17 @@ public:
 
     // form1_search.cpp
     void SetupSearch();
-    void LoadClassItems();                            // "Search": classification items for the searches
-    void PrepareSearchPanel();                        // entering a file-name/class/period/keyword search
-    void RunFolderSearch(const QString &folder);      // after the folder dialog of the folder search
-    void DurSeek();                                   // "DurSeek"
-    void WordSeek();                                  // "WordSeek"
-    void FullTextSearch();                            // "FullTextSearch"
-    void FullTextSearchDB();                          // "FullTextSearchDB"
-    void RestoreSearchList();                         // "BackTo" in the search modes
-    void HideSearchPanel();                           // leaving the search modes
+    void LoadClassItems(); // "Search": classification items for the searches
+    void PrepareSearchPanel(); // entering a file-name/class/period/keyword search
+    void RunFolderSearch(const QString &folder); // after the folder dialog of the folder search
+    void DurSeek(); // "DurSeek"
+    void WordSeek(); // "WordSeek"
+    void FullTextSearch(); // "FullTextSearch"
+    void FullTextSearchDB(); // "FullTextSearchDB"
+    void RestoreSearchList(); // "BackTo" in the search modes
+    void HideSearchPanel(); // leaving the search modes
     void RunFolderPanelSearch(const QString &folder); // a folder picked in fg in the folder search
-    void Combo1_Click(const QString &text);           // a pick in Combo1: narrows in the narrowing modes
+    void Combo1_Click(const QString &text); // a pick in Combo1: narrows in the narrowing modes
     search::ui::SearchPanel *searchPanel() const { return m_searchPanel; }
     search::ui::SearchController *searchRuns(); // null until the result list has its model
 
@@ -232,7 +230,7 @@ public:
     void AddLine();
     void DelLine();
     void SaveFontSize();
-    void OpenResultRow();       // click in fs: opens the record of CurrentResultRow
+    void OpenResultRow(); // click in fs: opens the record of CurrentResultRow
     // Shows the current record of SearchResultSet as record OpenedRow (slip, history, viewer);
     // false when its folder lookup failed (after the message). Prev/Next call it after moving.
     bool ShowOpenedRecord();
@@ -241,7 +239,7 @@ public:
     void LoadHistory();
     void SaveSlipFields();
     void SaveHistory();
-    bool SaveRecordIfDirty();   // before stepping to another record: slip and history; false: stay
+    bool SaveRecordIfDirty(); // before stepping to another record: slip and history; false: stay
     void EditHistoryLine(const QString &key); // "AddLine" / "DelLine"
     registration::SlipGrid *slipGrid() const { return m_slipGrid; }
     registration::HistoryGrid *historyGrid() const { return m_historyGrid; }
@@ -252,12 +250,12 @@ public:
     void BringPanelToFront(int selector);
     void ClearPicTxt();
     void PutViewerAway();
-    void OpenInApplication();                     // "apri"
-    void PictureCommand(const QString &key);      // size, left90, right90, enlarge, Gprev, Gnext, sxf, BackColor
-    void ExportToExcel();                         // "excel"
-    void DispFR();                                // shows CurrentFolder/CurrentFileName by its extension
+    void OpenInApplication(); // "apri"
+    void PictureCommand(const QString &key); // size, left90, right90, enlarge, Gprev, Gnext, sxf, BackColor
+    void ExportToExcel(); // "excel"
+    void DispFR(); // shows CurrentFolder/CurrentFileName by its extension
     void ShowExtractedText();
-    void RTXText(int notice);                     // 6: drawing, 7: format not displayable
+    void RTXText(int notice); // 6: drawing, 7: format not displayable
     viewer::PictureView *pictureView() const { return m_pictureView; }
     int PageCount = 0;
     int CurrentPage = 0;
@@ -269,13 +267,13 @@ public:
     // form1_binders.cpp
     void SetupBinders();
     void EnterBinderContentsPanel(); // binder browse, file reorder, detach
-    void EnterBinderMaintenance();   // binder create, delete, rename, reorder
-    void RestoreBinderPanel();       // "BackTo" in ModeNo 5
-    void StepResultFile(bool next);  // "Prev"/"Next" over the result list or binder
+    void EnterBinderMaintenance(); // binder create, delete, rename, reorder
+    void RestoreBinderPanel(); // "BackTo" in ModeNo 5
+    void StepResultFile(bool next); // "Prev"/"Next" over the result list or binder
     void Rec2Binder();
-    void MoveListRow(bool up);       // "up"/"down"
-    void SaveNewOrder();             // "reg"
-    void DeleteOrDetach();           // "del"
+    void MoveListRow(bool up); // "up"/"down"
+    void SaveNewOrder(); // "reg"
+    void DeleteOrDetach(); // "del"
 
     // form1_classes.cpp
     void SetupClasses();
@@ -322,7 +320,7 @@ private:
     QHash<QString, QAction *> m_menuItems;
     QActionGroup *m_sizeGroup = nullptr;
     bool m_shutDown = false;
-    search::ui::SearchPanel *m_searchPanel = nullptr;     // Text1(0), Text1(1), Combo1 over the toolbar
+    search::ui::SearchPanel *m_searchPanel = nullptr; // Text1(0), Text1(1), Combo1 over the toolbar
     search::ui::SearchController *m_searchRuns = nullptr; // created with the result list's model
     registration::SlipGrid *m_slipGrid = nullptr;
     registration::HistoryGrid *m_historyGrid = nullptr;

@@ -5,9 +5,7 @@
 namespace tolvane::shell {
 
 // Connects the signals of fg3.
-void Form1::SetupBinders()
-{
-}
+void Form1::SetupBinders() { }
 
 // Binder browsing, file reordering and detaching: binder list on the left, its files on the right.
 void Form1::EnterBinderContentsPanel()
@@ -29,9 +27,7 @@ void Form1::EnterBinderMaintenance()
 }
 
 // "BackTo" in a binder's files: shows the binder panel again without a new query.
-void Form1::RestoreBinderPanel()
-{
-}
+void Form1::RestoreBinderPanel() { }
 
 // "Prev"/"Next" over the result list or the files of a binder.
 void Form1::StepResultFile(bool next)
@@ -40,9 +36,7 @@ void Form1::StepResultFile(bool next)
 }
 
 // "Rec2Binder": files the shown file into a binder.
-void Form1::Rec2Binder()
-{
-}
+void Form1::Rec2Binder() { }
 
 // "up"/"down": moves the selected row.
 void Form1::MoveListRow(bool up)
@@ -51,13 +45,9 @@ void Form1::MoveListRow(bool up)
 }
 
 // "reg": saves the new order.
-void Form1::SaveNewOrder()
-{
-}
+void Form1::SaveNewOrder() { }
 
 // "del": deletes the selected binder (BinderOperation 2) or detaches the selected file (21).
-void Form1::DeleteOrDetach()
-{
-}
+void Form1::DeleteOrDetach() { }
 
 } // namespace tolvane::shell

@@ -3,13 +3,9 @@
 
 namespace tolvane::shell {
 
-void Form1::SetupClasses()
-{
-}
+void Form1::SetupClasses() { }
 
 // Opens the classification and combo-box item editor.
-void Form1::mAidCombo_Click()
-{
-}
+void Form1::mAidCombo_Click() { }
 
 } // namespace tolvane::shell

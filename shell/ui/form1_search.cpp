@@ -1,6 +1,8 @@
 // Form1: search handlers. The shell has already set ModeNo, the search toolbar
 // (SearchListLayout), the status texts, LayoutState and the help id when these run.
-#include "shell/ui/form1.h"
+#include <QComboBox>
+#include <QTableView>
+#include <QToolBar>
 
 #include "browser/resultlist.h"
 #include "browser/resultlistmodel.h"
@@ -9,10 +11,7 @@
 #include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
 #include "shell/modes.h"
-
-#include <QComboBox>
-#include <QTableView>
-#include <QToolBar>
+#include "shell/ui/form1.h"
 
 namespace tolvane::shell {
 
@@ -54,7 +53,7 @@ void Form1::SetupSearch()
 {
     m_searchPanel = new search::ui::SearchPanel(Toolbar, this);
     connect(m_searchPanel, &search::ui::SearchPanel::classPicked, this,
-            [this](const QString &text) { Combo1_Click(text); });
+        [this](const QString &text) { Combo1_Click(text); });
 }
 
 search::ui::SearchController *Form1::searchRuns()
@@ -68,8 +67,8 @@ search::ui::SearchController *Form1::searchRuns()
     hooks.tidy = [this] { browser::ui::AutoFitGrid(fs); };
     hooks.bringToFront = [this](int selector) { BringPanelToFront(selector); };
     hooks.fontSize = [this] { return TextFontSize; };
-    m_searchRuns = new search::ui::SearchController({m_prompter, m_catalog, SearchResultSet, ResultCount, *model},
-                                                    *m_searchPanel, std::move(hooks), this);
+    m_searchRuns = new search::ui::SearchController(
+        { m_prompter, m_catalog, SearchResultSet, ResultCount, *model }, *m_searchPanel, std::move(hooks), this);
     return m_searchRuns;
 }
 
@@ -81,7 +80,7 @@ void Form1::LoadClassItems()
         return;
     ClassArr.clear();
     for (const registration::ClassChoice &c : choices.value())
-        ClassArr.append({c.name, c.colour});
+        ClassArr.append({ c.name, c.colour });
 }
 
 // Entering the file-name, classification, period or keyword search: clears the list and
@@ -150,19 +149,13 @@ void Form1::Combo1_Click(const QString &text)
 }
 
 // "WordSeek": finds a phrase in the shown file.
-void Form1::WordSeek()
-{
-}
+void Form1::WordSeek() { }
 
 // "FullTextSearch": full-text search over the folder's files.
-void Form1::FullTextSearch()
-{
-}
+void Form1::FullTextSearch() { }
 
 // "FullTextSearchDB": full-text search over the result list.
-void Form1::FullTextSearchDB()
-{
-}
+void Form1::FullTextSearchDB() { }
 
 // "BackTo" from a record to the list of a search mode: refills the ResultList from
 // SearchResultSet and shows the search inputs again.

@@ -2,7 +2,8 @@
 // record of that row: the slip grids fg2 and vs on the left, the file in the viewer on the
 // right. Edited slip fields and history lines are written back when the record is left or
 // stepped from.
-#include "shell/ui/form1.h"
+#include <QDir>
+#include <QTableView>
 
 #include "browser/resultlist.h"
 #include "catalog/schema.h"
@@ -14,11 +15,9 @@
 #include "registration/ui/historygrid.h"
 #include "registration/ui/slipgrid.h"
 #include "shell/modes.h"
+#include "shell/ui/form1.h"
 #include "viewer/dispatch.h"
 #include "viewer/fontsizestore.h"
-
-#include <QDir>
-#include <QTableView>
 
 namespace tolvane::shell {
 
@@ -88,8 +87,8 @@ void Form1::OpenResultRow()
         if (!table)
             return;
         SearchResultSet = table.take();
-        SearchResultSet->setFilter({jet::Condition::equal(QStringLiteral("pnID"), pnID),
-                                    jet::Condition::equal(QStringLiteral("fName"), fName)});
+        SearchResultSet->setFilter({ jet::Condition::equal(QStringLiteral("pnID"), pnID),
+            jet::Condition::equal(QStringLiteral("fName"), fName) });
     } else if (isSearchMode(ModeNo)) {
         if (!SearchResultSet)
             return;
@@ -112,7 +111,8 @@ bool Form1::ShowOpenedRecord()
     const registration::SlipRecord record = registration::readSlipRecord(*SearchResultSet);
     const QString folder = registration::GetPathName(db, record.pnID);
     if (folder == registration::kNoPathName) {
-        m_prompter.inform(appTitle(), QStringLiteral("Critical Error!! DB broken -> GetPath"), Prompter::Icon::Critical);
+        m_prompter.inform(
+            appTitle(), QStringLiteral("Critical Error!! DB broken -> GetPath"), Prompter::Icon::Critical);
         return false;
     }
     CurrentFolder = folder;
@@ -128,7 +128,8 @@ bool Form1::ShowOpenedRecord()
     m_historyGrid->setFontSize(TextFontSize);
 
     CurrentFileName = record.fName;
-    CurrentFileDate = SearchResultSet->field(QStringLiteral("fDate")).toDateTime().toString(QStringLiteral("yyyy-MM-dd"));
+    CurrentFileDate
+        = SearchResultSet->field(QStringLiteral("fDate")).toDateTime().toString(QStringLiteral("yyyy-MM-dd"));
     ViewerToolbarKind = 0;
     DispFR();
 
@@ -136,8 +137,8 @@ bool Form1::ShowOpenedRecord()
     if (!toolbarKeys().contains(QStringLiteral("BackTo"))) {
         ShowLayout(ViewerLayout(ViewerToolbarKind, ModeNo, LayoutState, m_catalog.isArchive()));
     }
-    const bool paged = viewer::presentationFor(CurrentFileName) == viewer::Presentation::MultiPagePicture
-        && PageCount >= 2;
+    const bool paged
+        = viewer::presentationFor(CurrentFileName) == viewer::Presentation::MultiPagePicture && PageCount >= 2;
     if (!paged || binderList)
         ShowModeStatus(kSteppingStatus);
     fg2->resize(twipsToPixels(binderList ? kBinderSlipWidthTwips : kSearchSlipWidthTwips), fg2->height());
@@ -158,12 +159,12 @@ void Form1::PrepareSlip()
     if (ClassArr.isEmpty()) {
         if (auto choices = registration::loadClassChoices(m_catalog.db())) {
             for (const registration::ClassChoice &c : *choices)
-                ClassArr.append({c.name, c.colour});
+                ClassArr.append({ c.name, c.colour });
         }
     }
     QList<registration::ClassChoice> choices;
     for (const ClassItem &c : std::as_const(ClassArr))
-        choices.append({c.name, c.colour});
+        choices.append({ c.name, c.colour });
     m_slipGrid->setClassChoices(choices);
     m_slipGrid->prepare(CatalogHeadings);
     m_historyGrid->prepare();
@@ -177,7 +178,7 @@ void Form1::FillSlip()
     if (!SearchResultSet)
         return;
     m_slipGrid->fill(registration::readSlipRecord(*SearchResultSet), QDir::toNativeSeparators(CurrentFolder), OpenedRow,
-                     ResultCount, TextFontSize);
+        ResultCount, TextFontSize);
 }
 
 void Form1::LoadHistory()

@@ -1,20 +1,19 @@
 // Form1: viewer handlers. DispFR shows the current file by its extension (picture, multi-page
 // picture, drawing notice, own text, extracted text or the "cannot display" notice) and keeps
 // the viewer part of the toolbar in step; "apri" opens the file in its application.
-#include "shell/ui/form1.h"
+#include <QDesktopServices>
+#include <QTableView>
+#include <QTextEdit>
+#include <QUrl>
 
 #include "platform/apptitle.h"
 #include "platform/textextract.h"
+#include "shell/ui/form1.h"
 #include "viewer/dispatch.h"
 #include "viewer/notices.h"
 #include "viewer/ui/picturedisplay.h"
 #include "viewer/ui/pictureview.h"
 #include "viewer/ui/textdisplay.h"
-
-#include <QDesktopServices>
-#include <QTableView>
-#include <QTextEdit>
-#include <QUrl>
 
 namespace tolvane::shell {
 
@@ -193,8 +192,6 @@ void Form1::PictureCommand(const QString &key)
 }
 
 // "excel": exports the shown picture with its catalogue data.
-void Form1::ExportToExcel()
-{
-}
+void Form1::ExportToExcel() { }
 
 } // namespace tolvane::shell

@@ -1,7 +1,5 @@
 #include "shell/ui/frmabout.h"
 
-#include "platform/apptitle.h"
-
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -9,9 +7,13 @@
 #include <QVBoxLayout>
 #include <QVersionNumber>
 
+#include "platform/apptitle.h"
+
 namespace tolvane::shell {
 
-frmAbout::frmAbout(Prompter &prompter, QWidget *parent) : QDialog(parent), m_prompter(prompter)
+frmAbout::frmAbout(Prompter &prompter, QWidget *parent)
+    : QDialog(parent)
+    , m_prompter(prompter)
 {
     setObjectName(QStringLiteral("frmAbout"));
     setWindowTitle(appTitle() + QString::fromUtf8("のﾊﾞｰｼﾞｮﾝ情報"));
@@ -23,7 +25,8 @@ frmAbout::frmAbout(Prompter &prompter, QWidget *parent) : QDialog(parent), m_pro
     title->setFont(f);
     layout->addWidget(title);
     const QVersionNumber v = QVersionNumber::fromString(QCoreApplication::applicationVersion());
-    auto *version = new QLabel(QStringLiteral("Version %1.%2.%3").arg(v.majorVersion()).arg(v.minorVersion()).arg(v.microVersion()), this);
+    auto *version = new QLabel(
+        QStringLiteral("Version %1.%2.%3").arg(v.majorVersion()).arg(v.minorVersion()).arg(v.microVersion()), this);
     version->setObjectName(QStringLiteral("lblVersion"));
     layout->addWidget(version);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);

@@ -1,14 +1,13 @@
 // frmAbout: the version dialog.
 #pragma once
 
-#include "platform/prompter.h"
-
 #include <QDialog>
+
+#include "platform/prompter.h"
 
 namespace tolvane::shell {
 
-class frmAbout : public QDialog
-{
+class frmAbout : public QDialog {
     Q_OBJECT
 
 public:

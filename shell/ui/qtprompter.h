@@ -1,18 +1,20 @@
 // QtPrompter: the Prompter shown to the user, with Qt's message box and dialogs.
 #pragma once
 
-#include "platform/prompter.h"
-
 #include <QPointer>
 #include <QWidget>
 
+#include "platform/prompter.h"
+
 namespace tolvane::shell {
 
-class QtPrompter : public Prompter
-{
+class QtPrompter : public Prompter {
 public:
     // parent: the window the dialogs are modal to (may be set later).
-    explicit QtPrompter(QWidget *parent = nullptr) : m_parent(parent) {}
+    explicit QtPrompter(QWidget *parent = nullptr)
+        : m_parent(parent)
+    {
+    }
     void setParent(QWidget *parent) { m_parent = parent; }
 
     Answer message(const Message &msg) override;

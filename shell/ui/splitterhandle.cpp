@@ -6,7 +6,8 @@
 namespace tolvane::shell {
 
 SplitterHandle::SplitterHandle(Qt::Orientation orientation, QWidget *parent)
-    : QWidget(parent), m_orientation(orientation)
+    : QWidget(parent)
+    , m_orientation(orientation)
 {
     // Vertical bar (moves left/right) for picDrag, horizontal bar for udDrag.
     setCursor(orientation == Qt::Vertical ? Qt::SizeHorCursor : Qt::SizeVerCursor);

@@ -9,8 +9,7 @@ class QRubberBand;
 
 namespace tolvane::shell {
 
-class SplitterHandle : public QWidget
-{
+class SplitterHandle : public QWidget {
     Q_OBJECT
 
 public:

@@ -9,19 +9,19 @@
 #include <QTimer>
 #include <QToolButton>
 
+#include "../shell/form1harness.h"
 #include "browser/filelistmodel.h"
 #include "browser/resultlistmodel.h"
 #include "browser/ui/folderpanel.h"
 #include "catalog/schema.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
-#include "../shell/form1harness.h"
 #include "support/scriptedprompter.h"
 #include "testfolders.h"
 
 using namespace tolvane;
-using tolvane::test::ScriptedPrompter;
 using tolvane::test::clickTool;
+using tolvane::test::ScriptedPrompter;
 
 namespace {
 

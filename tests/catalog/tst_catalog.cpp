@@ -1,5 +1,9 @@
 // A new catalogue file on disk: its tables and first rows, and the identifier counters drawn
 // from it. (Refusing to overwrite an existing file is checked through the main window.)
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
 #include "../browser/testfolders.h"
 #include "catalog/counters.h"
 #include "catalog/creation.h"
@@ -8,10 +12,6 @@
 #include "platform/jet/recordset.h"
 #include "support/scriptedprompter.h"
 
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-
 using namespace tolvane;
 using tolvane::test::ScriptedPrompter;
 
@@ -19,12 +19,14 @@ namespace {
 
 using Counter = int (*)(jet::Database *, Prompter &);
 
-QList<jet::Row> rowsOf(jet::Database &db, const QString &table) { return test::tableRows(&db, table); }
+QList<jet::Row> rowsOf(jet::Database &db, const QString &table)
+{
+    return test::tableRows(&db, table);
+}
 
 } // namespace
 
-class TestCatalog : public QObject
-{
+class TestCatalog : public QObject {
     Q_OBJECT
 
 private:
@@ -35,8 +37,8 @@ private:
     QString newCatalog()
     {
         const QString base = m_dir.filePath(QStringLiteral("cat%1").arg(++m_serial));
-        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base) ||
-            !catalog::PutItemN(base))
+        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
+            || !catalog::PutItemN(base))
             return {};
         return base;
     }
@@ -68,26 +70,28 @@ private Q_SLOTS:
         // The columns of each table are read back against the file creator's own tests.
         QStringList names = db->tableNames();
         names.sort();
-        QCOMPARE(names, QString::fromLatin1("BINDER BINDER_NAME ClassN DBID FILE_ATR FILE_REV FontSize IDno PATH_NAME")
-                            .split(QLatin1Char(' ')));
+        QCOMPARE(names,
+            QString::fromLatin1("BINDER BINDER_NAME ClassN DBID FILE_ATR FILE_REV FontSize IDno PATH_NAME")
+                .split(QLatin1Char(' ')));
 
-        QVERIFY(rowsOf(*db, catalog::kIdNoTable) == (QList<jet::Row>{{0, 0, 0, 0, 0, 0, 0}}));
-        QVERIFY(rowsOf(*db, catalog::kDbidTable) == (QList<jet::Row>{{11}}));
+        QVERIFY(rowsOf(*db, catalog::kIdNoTable) == (QList<jet::Row> { { 0, 0, 0, 0, 0, 0, 0 } }));
+        QVERIFY(rowsOf(*db, catalog::kDbidTable) == (QList<jet::Row> { { 11 } }));
         QVERIFY(rowsOf(*db, catalog::kFontSizeTable).isEmpty());
-        for (const QString &empty : {catalog::kFileAtrTable, catalog::kBinderTable, catalog::kBinderNameTable,
-                                     catalog::kPathNameTable, catalog::kFileRevTable})
+        for (const QString &empty : { catalog::kFileAtrTable, catalog::kBinderTable, catalog::kBinderNameTable,
+                 catalog::kPathNameTable, catalog::kFileRevTable })
             QVERIFY2(rowsOf(*db, empty).isEmpty(), qPrintable(empty));
 
         auto classes = db->select(jet::Query(catalog::kClassNTable).order(QStringLiteral("a03")));
         QVERIFY(classes);
         QStringList items;
         while (!(*classes)->eof()) {
-            items << (*classes)->field(0).toString() + QLatin1Char('|') + (*classes)->field(1).toString() +
-                         QLatin1Char('|') + (*classes)->field(2).toString();
+            items << (*classes)->field(0).toString() + QLatin1Char('|') + (*classes)->field(1).toString()
+                    + QLatin1Char('|') + (*classes)->field(2).toString();
             (*classes)->moveNext();
         }
-        QCOMPARE(items, (QStringList{QString::fromUtf8("朝霧　凪|&HFFFFC0|1"), QString::fromUtf8("水無瀬　灯|&HC0FFFF|2"),
-                                     QString::fromUtf8("霜月　柊|&HFFC0C0|3")}));
+        QCOMPARE(items,
+            (QStringList { QString::fromUtf8("朝霧　凪|&HFFFFC0|1"), QString::fromUtf8("水無瀬　灯|&HC0FFFF|2"),
+                QString::fromUtf8("霜月　柊|&HFFC0C0|3") }));
     }
 
     void columnSizesAreEnforced()
@@ -96,11 +100,11 @@ private Q_SLOTS:
         auto db = openDb(base);
         QVERIFY(db);
         const QDateTime when(QDate(2024, 5, 1), QTime(9, 30));
-        auto fits = db->insertRow(catalog::kFileAtrTable,
-                                  {QString(), QString(120, QLatin1Char('a')), when, QString(), 1, 0, QString()});
+        auto fits = db->insertRow(
+            catalog::kFileAtrTable, { QString(), QString(120, QLatin1Char('a')), when, QString(), 1, 0, QString() });
         QVERIFY(fits);
-        auto tooLong = db->insertRow(catalog::kFileAtrTable,
-                                     {QString(), QString(121, QLatin1Char('a')), when, QString(), 1, 0, QString()});
+        auto tooLong = db->insertRow(
+            catalog::kFileAtrTable, { QString(), QString(121, QLatin1Char('a')), when, QString(), 1, 0, QString() });
         QVERIFY(!tooLong);
         QCOMPARE(rowsOf(*db, catalog::kFileAtrTable).size(), 1);
     }
@@ -135,9 +139,9 @@ private Q_SLOTS:
         QCOMPARE(next(db.get(), prompter), 2);
         QVERIFY(prompter.calls().isEmpty());
 
-        jet::Row expected{0, 0, 0, 0, 0, 0, 0};
+        jet::Row expected { 0, 0, 0, 0, 0, 0, 0 };
         expected[column] = 2;
-        QVERIFY(rowsOf(*db, catalog::kIdNoTable) == QList<jet::Row>{expected});
+        QVERIFY(rowsOf(*db, catalog::kIdNoTable) == QList<jet::Row> { expected });
         db.reset();
         db = openDb(base);
         QCOMPARE(next(db.get(), prompter), 3);

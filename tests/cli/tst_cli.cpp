@@ -93,14 +93,14 @@ private slots:
         r = cli({ QStringLiteral("register"), mdb, odd });
         QCOMPARE(r.code, 0);
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") });
-        QVERIFY2(r.out.endsWith(QStringLiteral("\tC:\\報告\\tA.txt\t2022-08-01 00:00:00\t\t2\t0\t\n")),
-            qPrintable(r.out));
+        QVERIFY2(
+            r.out.endsWith(QStringLiteral("\tC:\\報告\\tA.txt\t2022-08-01 00:00:00\t\t2\t0\t\n")), qPrintable(r.out));
     }
 
     void killedRegistrationIsAllOrNothing()
     {
         const QString mdb = m_tmp.path() + QStringLiteral("/k.mdb");
-        QCOMPARE(cli({QStringLiteral("create"), mdb}).code, 0);
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
         const QString folder = m_tmp.path() + QStringLiteral("/many");
         QVERIFY(QDir().mkpath(folder));
         const int count = 12000;
@@ -110,25 +110,27 @@ private slots:
         // The kill lands somewhere in the run, or after it: either way the catalogue holds the
         // whole registration or none of it.
         QProcess p;
-        p.start(QStringLiteral(TOLVANE_CLI_PATH), {QStringLiteral("register"), mdb, folder});
+        p.start(QStringLiteral(TOLVANE_CLI_PATH), { QStringLiteral("register"), mdb, folder });
         QVERIFY(p.waitForStarted());
         QTest::qWait(100);
         p.kill();
         p.waitForFinished();
 
-        const Run files = cli({QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR")});
-        const Run paths = cli({QStringLiteral("dump"), mdb, QStringLiteral("PATH_NAME")});
-        const Run ids = cli({QStringLiteral("dump"), mdb, QStringLiteral("IDno")});
+        const Run files = cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") });
+        const Run paths = cli({ QStringLiteral("dump"), mdb, QStringLiteral("PATH_NAME") });
+        const Run ids = cli({ QStringLiteral("dump"), mdb, QStringLiteral("IDno") });
         QCOMPARE(files.code, 0);
         const auto rows = files.out.count(QLatin1Char('\n'));
         const bool none = rows == 0 && paths.out.isEmpty() && ids.out.startsWith(QStringLiteral("0\t"));
-        const bool all = rows == count && paths.out.count(QLatin1Char('\n')) == 1 && ids.out.startsWith(QStringLiteral("1\t"));
-        QVERIFY2(none || all, qPrintable(QStringLiteral("%1 rows, paths: %2, ids: %3").arg(rows).arg(paths.out, ids.out)));
+        const bool all
+            = rows == count && paths.out.count(QLatin1Char('\n')) == 1 && ids.out.startsWith(QStringLiteral("1\t"));
+        QVERIFY2(
+            none || all, qPrintable(QStringLiteral("%1 rows, paths: %2, ids: %3").arg(rows).arg(paths.out, ids.out)));
 
         // And the catalogue is usable: registering again completes it.
-        const Run again = cli({QStringLiteral("register"), mdb, folder});
+        const Run again = cli({ QStringLiteral("register"), mdb, folder });
         QCOMPARE(again.code, 0);
-        QCOMPARE(cli({QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR")}).out.count(QLatin1Char('\n')), count);
+        QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out.count(QLatin1Char('\n')), count);
     }
 
     void refusals()

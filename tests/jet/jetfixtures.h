@@ -2,16 +2,16 @@
 // what the engine reads with what jet-check, mdbtools and mdb-reader see in the same file.
 #pragma once
 
-#include "platform/jet/database.h"
-#include "support/oracles.h"
+#include <algorithm>
+#include <tuple>
 
 #include <QDateTime>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
 
-#include <algorithm>
-#include <tuple>
+#include "platform/jet/database.h"
+#include "support/oracles.h"
 
 namespace tolvane::test {
 
@@ -59,7 +59,10 @@ inline QString asMdbTools(QString s)
 
 // Dates that the oracles print correctly: both misread days before 1900, and mdbtools the
 // last day of year 9999.
-inline bool oracleDate(const QDateTime &dt) { return dt.date() >= QDate(1900, 1, 1) && dt.date() < QDate(9999, 12, 31); }
+inline bool oracleDate(const QDateTime &dt)
+{
+    return dt.date() >= QDate(1900, 1, 1) && dt.date() < QDate(9999, 12, 31);
+}
 
 // Empty when every oracle agrees with the engine about the file; otherwise what differs.
 // Rows are compared as sorted lists: readers that do not follow overflow pointers list a
@@ -103,8 +106,10 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
                     j << QStringLiteral("<null>");
                 } else if (type == jet::ColumnType::DateTime) {
                     const QDateTime dt = v.toDateTime();
-                    f << (oracleDate(dt) ? dt.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QStringLiteral("<old>"));
-                    j << (oracleDate(dt) ? dt.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")) : QStringLiteral("<old>"));
+                    f << (oracleDate(dt) ? dt.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))
+                                         : QStringLiteral("<old>"));
+                    j << (oracleDate(dt) ? dt.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss"))
+                                         : QStringLiteral("<old>"));
                 } else if (type == jet::ColumnType::Text) {
                     const QString s = v.toString();
                     f << (s.isEmpty() ? QStringLiteral("<null>") : asMdbTools(s));
@@ -126,7 +131,7 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
                 if (e.at(c).isNull())
                     f << QStringLiteral("<null>");
                 else if (info.columns.at(c).type == jet::ColumnType::DateTime
-                         && !oracleDate(QDateTime::fromString(e.at(c), QStringLiteral("yyyy-MM-dd HH:mm:ss"))))
+                    && !oracleDate(QDateTime::fromString(e.at(c), QStringLiteral("yyyy-MM-dd HH:mm:ss"))))
                     f << QStringLiteral("<old>");
                 else
                     f << e.at(c);
@@ -135,7 +140,9 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
         }
         const QJsonObject t = dump.value(QStringLiteral("tables")).toObject().value(table).toObject();
         if (t.value(QStringLiteral("rowCount")).toInt() != info.rowCount)
-            return QStringLiteral("%1: mdb-reader rowCount %2").arg(table).arg(t.value(QStringLiteral("rowCount")).toInt());
+            return QStringLiteral("%1: mdb-reader rowCount %2")
+                .arg(table)
+                .arg(t.value(QStringLiteral("rowCount")).toInt());
         for (const QJsonValue &rv : t.value(QStringLiteral("rows")).toArray()) {
             QStringList j;
             const QJsonArray a = rv.toArray();
@@ -144,9 +151,10 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
                 if (v.isNull())
                     j << QStringLiteral("<null>");
                 else if (info.columns.at(c).type == jet::ColumnType::DateTime)
-                    j << (oracleDate(QDateTime::fromString(v.toString().left(19), QStringLiteral("yyyy-MM-ddTHH:mm:ss")))
-                              ? v.toString()
-                              : QStringLiteral("<old>"));
+                    j << (oracleDate(
+                              QDateTime::fromString(v.toString().left(19), QStringLiteral("yyyy-MM-ddTHH:mm:ss")))
+                            ? v.toString()
+                            : QStringLiteral("<old>"));
                 else if (v.isDouble())
                     j << QString::number(qint64(v.toDouble()));
                 else
@@ -154,15 +162,20 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
             }
             theirsJs << j.join(u'\x1f');
         }
-        for (const auto &[reader, a, b] : {std::tuple{"mdb-export", &ours, &theirs}, std::tuple{"mdb-reader", &oursJs, &theirsJs}}) {
+        for (const auto &[reader, a, b] :
+            { std::tuple { "mdb-export", &ours, &theirs }, std::tuple { "mdb-reader", &oursJs, &theirsJs } }) {
             std::sort(a->begin(), a->end());
             std::sort(b->begin(), b->end());
             if (*a == *b)
                 continue;
             for (int i = 0; i < std::min(a->size(), b->size()); ++i)
                 if (a->at(i) != b->at(i))
-                    return QStringLiteral("%1: %2 row differs: ours [%3] theirs [%4]").arg(table, QLatin1String(reader), a->at(i), b->at(i));
-            return QStringLiteral("%1: %2 %3 rows, ours %4").arg(table, QLatin1String(reader)).arg(b->size()).arg(a->size());
+                    return QStringLiteral("%1: %2 row differs: ours [%3] theirs [%4]")
+                        .arg(table, QLatin1String(reader), a->at(i), b->at(i));
+            return QStringLiteral("%1: %2 %3 rows, ours %4")
+                .arg(table, QLatin1String(reader))
+                .arg(b->size())
+                .arg(a->size());
         }
     }
     return {};
@@ -171,8 +184,8 @@ inline QString oracleMismatch(const QString &path, bool noLeaks = true)
 } // namespace tolvane::test
 
 // Fails the calling test with the first difference when the oracles disagree with the engine.
-#define JET_VERIFY_ORACLES(...)                                                                    \
-    do {                                                                                           \
-        const QString jetOracleMismatch = tolvane::test::oracleMismatch(__VA_ARGS__);              \
-        QVERIFY2(jetOracleMismatch.isEmpty(), qPrintable(jetOracleMismatch));                      \
+#define JET_VERIFY_ORACLES(...)                                                                                        \
+    do {                                                                                                               \
+        const QString jetOracleMismatch = tolvane::test::oracleMismatch(__VA_ARGS__);                                  \
+        QVERIFY2(jetOracleMismatch.isEmpty(), qPrintable(jetOracleMismatch));                                          \
     } while (false)

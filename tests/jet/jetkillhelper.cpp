@@ -3,13 +3,13 @@
 // Each transaction inserts ROWS rows carrying its sequence number (one more than the largest
 // already stored) and makes one earlier row grow, so that it moves. After each commit it
 // prints "committed <seq>".
-#include "platform/jet/database.h"
+#include <cstdio>
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QRandomGenerator>
 
-#include <cstdio>
+#include "platform/jet/database.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -42,7 +42,7 @@ int main(int argc, char **argv)
         now.setTime(QTime(now.time().hour(), now.time().minute(), now.time().second()));
         for (int i = 0; i < perTxn; ++i) {
             const QString label = QStringLiteral("txn %1 row %2 ").arg(seq).arg(i).repeated(1 + int(rng.bounded(4)));
-            Result<RowId> id = (*db)->insertRow(QStringLiteral("Log"), Row{seq, i, label.left(120), now});
+            Result<RowId> id = (*db)->insertRow(QStringLiteral("Log"), Row { seq, i, label.left(120), now });
             if (!id) {
                 std::fprintf(stderr, "%s\n", qPrintable(id.status().toString()));
                 return 1;

@@ -1,14 +1,14 @@
 // Reading files written by another Jet writer, and refusing files that are not Jet 4 data
 // this engine can read.
-#include "platform/jet/database.h"
-#include "platform/jet/internal/engine.h"
-#include "jetfixtures.h"
-
 #include <QDateTime>
 #include <QFile>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include "jetfixtures.h"
+#include "platform/jet/database.h"
+#include "platform/jet/internal/engine.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -27,7 +27,10 @@ qint64 oleSeconds(const QDateTime &dt)
     return QDate(1899, 12, 30).daysTo(dt.date()) * 86400 + dt.time().msecsSinceStartOfDay() / 1000;
 }
 
-QString stamp(const QDateTime &dt) { return dt.toString(u"yyyy-MM-dd HH:mm:ss"_s); }
+QString stamp(const QDateTime &dt)
+{
+    return dt.toString(u"yyyy-MM-dd HH:mm:ss"_s);
+}
 
 QString valueText(const QVariant &v, ColumnType type)
 {
@@ -46,7 +49,9 @@ QStringList tableFigures(Database &db, Engine &engine, const QString &table)
     const TableInfo info = *db.tableInfo(table);
     const QList<Row> rows = test::scanAll(db, table);
     QStringList out;
-    out << u"table %1: %2 columns (in order, with figures), %3 live rows"_s.arg(table).arg(info.columns.size()).arg(rows.size());
+    out << u"table %1: %2 columns (in order, with figures), %3 live rows"_s.arg(table)
+               .arg(info.columns.size())
+               .arg(rows.size());
     for (int c = 0; c < info.columns.size(); ++c) {
         const ColumnInfo &col = info.columns.at(c);
         if (col.type == ColumnType::Long) {
@@ -147,8 +152,7 @@ bool writeAll(const QString &path, const QByteArray &data)
 
 } // namespace
 
-class TstJetRead : public QObject
-{
+class TstJetRead : public QObject {
     Q_OBJECT
 
 private slots:
@@ -165,7 +169,7 @@ void TstJetRead::sampleFromAnotherWriter()
 {
     auto db = Database::open(kSampleFile, Database::OpenMode::ReadOnly);
     QVERIFY2(db, qPrintable(db.status().toString()));
-    QCOMPARE((*db)->tableNames(), (QStringList{u"Items"_s, u"ManyRows"_s, u"Compressed"_s}));
+    QCOMPARE((*db)->tableNames(), (QStringList { u"Items"_s, u"ManyRows"_s, u"Compressed"_s }));
     QVERIFY((*db)->hasTable(u"Items"_s));
     QVERIFY(!(*db)->hasTable(u"items"_s));
     QVERIFY(!(*db)->hasTable(u"MSysObjects"_s));
@@ -183,13 +187,14 @@ void TstJetRead::sampleFromAnotherWriter()
     // One row deleted (ItemId 8) and one moved by an update (ItemId 9).
     const QList<Row> rows = test::scanAll(**db, u"Items"_s);
     QCOMPARE(rows.size(), 8);
-    QCOMPARE(rows.at(0), (Row{1, local(2024, 1, 2, 3, 4, 5), u"Alpha"_s, u"plain ascii"_s, 10}));
+    QCOMPARE(rows.at(0), (Row { 1, local(2024, 1, 2, 3, 4, 5), u"Alpha"_s, u"plain ascii"_s, 10 }));
     QCOMPARE(rows.at(2).at(1), QVariant());
     QCOMPARE(rows.at(2).at(2), QVariant(u""_s));
-    QCOMPARE(rows.at(3), (Row{4, local(1850, 6, 15, 18), u"Grüße été"_s, u"latin-1 chars (compressible)"_s, 2147483647}));
+    QCOMPARE(
+        rows.at(3), (Row { 4, local(1850, 6, 15, 18), u"Grüße été"_s, u"latin-1 chars (compressible)"_s, 2147483647 }));
     QCOMPARE(rows.at(4).at(2).toString(), u"日本語"_s);
     QCOMPARE(rows.at(4).at(4).toInt(), std::numeric_limits<int>::min());
-    QCOMPARE(rows.at(6), (Row{7, QVariant(), QVariant(), QVariant(), QVariant()}));
+    QCOMPARE(rows.at(6), (Row { 7, QVariant(), QVariant(), QVariant(), QVariant() }));
     QCOMPARE(rows.at(7).at(0).toInt(), 9);
     QVERIFY(rows.at(7).at(3).toString().startsWith(u"this note was made much longer"_s));
 
@@ -219,7 +224,7 @@ void TstJetRead::largeFileFigures()
     QVERIFY2(engine, qPrintable(engine.status().toString()));
     auto db = Database::open(kLargeFile, Database::OpenMode::ReadOnly);
     QVERIFY(db);
-    QCOMPARE((*db)->tableNames(), (QStringList{u"Docs"_s, u"Events"_s, u"Wide"_s, u"Later"_s, u"Nothing"_s}));
+    QCOMPARE((*db)->tableNames(), (QStringList { u"Docs"_s, u"Events"_s, u"Wide"_s, u"Later"_s, u"Nothing"_s }));
     QStringList actual;
     for (const QString &t : (*db)->tableNames())
         actual << tableFigures(**db, **engine, t);

@@ -1,10 +1,10 @@
 // Queries and recordsets on a real catalogue file: conditions, ordering, grouping, cursor
 // movement, filters and edits written through to the table.
-#include "jetfixtures.h"
-#include "platform/jet/recordset.h"
-
 #include <QTemporaryDir>
 #include <QTest>
+
+#include "jetfixtures.h"
+#include "platform/jet/recordset.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -14,26 +14,25 @@ namespace {
 
 using test::local;
 
-const QList<TableSpec> kTables{
-    {u"FILE_ATR"_s,
-     {{u"Class"_s, ColumnType::Text, 60},
-      {u"fName"_s, ColumnType::Text, 120},
-      {u"fDate"_s, ColumnType::DateTime, 0},
-      {u"kStr"_s, ColumnType::Text, 200},
-      {u"pnID"_s, ColumnType::Long, 0},
-      {u"hsID"_s, ColumnType::Long, 0},
-      {u"backC"_s, ColumnType::Text, 20}}},
-    {u"BINDER_NAME"_s, {{u"bdID"_s, ColumnType::Long, 0}, {u"bName"_s, ColumnType::Text, 120}, {u"BdNo"_s, ColumnType::Long, 0}}},
+const QList<TableSpec> kTables {
+    { u"FILE_ATR"_s,
+        { { u"Class"_s, ColumnType::Text, 60 }, { u"fName"_s, ColumnType::Text, 120 },
+            { u"fDate"_s, ColumnType::DateTime, 0 }, { u"kStr"_s, ColumnType::Text, 200 },
+            { u"pnID"_s, ColumnType::Long, 0 }, { u"hsID"_s, ColumnType::Long, 0 },
+            { u"backC"_s, ColumnType::Text, 20 } } },
+    { u"BINDER_NAME"_s,
+        { { u"bdID"_s, ColumnType::Long, 0 }, { u"bName"_s, ColumnType::Text, 120 },
+            { u"BdNo"_s, ColumnType::Long, 0 } } },
 };
 
 // fName, Class, fDate, kStr, pnID
-const QList<Row> kFiles{
-    {u"図面"_s, u"plan.p21"_s, local(2024, 4, 1, 9), u"橋梁　設計"_s, 1, 1, u"&HFFFFC0"_s},
-    {u"写真"_s, u"IMG_0001.JPG"_s, local(2024, 4, 1), u"現場"_s, 2, 2, QVariant()},
-    {u"図面"_s, u"Plan_B.sfc"_s, local(2024, 4, 30, 23, 59, 59), u"it's [draft] 100%"_s, 1, 3, QVariant()},
-    {QVariant(), u"readme.txt"_s, QVariant(), QVariant(), 3, 4, QVariant()},
-    {u"写真"_s, u"img_0002.jpg"_s, local(2024, 5, 1), u"現場 a_b"_s, 2, 5, QVariant()},
-    {u"文書"_s, u"memo.rtf"_s, local(1890, 1, 1, 12), u"古い"_s, 3, 6, QVariant()},
+const QList<Row> kFiles {
+    { u"図面"_s, u"plan.p21"_s, local(2024, 4, 1, 9), u"橋梁　設計"_s, 1, 1, u"&HFFFFC0"_s },
+    { u"写真"_s, u"IMG_0001.JPG"_s, local(2024, 4, 1), u"現場"_s, 2, 2, QVariant() },
+    { u"図面"_s, u"Plan_B.sfc"_s, local(2024, 4, 30, 23, 59, 59), u"it's [draft] 100%"_s, 1, 3, QVariant() },
+    { QVariant(), u"readme.txt"_s, QVariant(), QVariant(), 3, 4, QVariant() },
+    { u"写真"_s, u"img_0002.jpg"_s, local(2024, 5, 1), u"現場 a_b"_s, 2, 5, QVariant() },
+    { u"文書"_s, u"memo.rtf"_s, local(1890, 1, 1, 12), u"古い"_s, 3, 6, QVariant() },
 };
 
 QStringList names(Recordset &rs, const QString &field = u"fName"_s)
@@ -46,8 +45,7 @@ QStringList names(Recordset &rs, const QString &field = u"fName"_s)
 
 } // namespace
 
-class TstJetRecordset : public QObject
-{
+class TstJetRecordset : public QObject {
     Q_OBJECT
 
 private slots:
@@ -115,27 +113,29 @@ void TstJetRecordset::conditions_data()
 {
     QTest::addColumn<QList<Condition>>("where");
     QTest::addColumn<QStringList>("expected");
-    QTest::newRow("equal text ignores case") << QList<Condition>{Condition::equal(u"fname"_s, u"PLAN.P21"_s)}
-                                             << QStringList{u"plan.p21"_s};
-    QTest::newRow("equal Long") << QList<Condition>{Condition::equal(u"pnID"_s, 2)}
-                                << QStringList{u"IMG_0001.JPG"_s, u"img_0002.jpg"_s};
-    QTest::newRow("equal null matches nothing") << QList<Condition>{Condition::equal(u"Class"_s, QVariant())} << QStringList{};
+    QTest::newRow("equal text ignores case")
+        << QList<Condition> { Condition::equal(u"fname"_s, u"PLAN.P21"_s) } << QStringList { u"plan.p21"_s };
+    QTest::newRow("equal Long") << QList<Condition> { Condition::equal(u"pnID"_s, 2) }
+                                << QStringList { u"IMG_0001.JPG"_s, u"img_0002.jpg"_s };
+    QTest::newRow("equal null matches nothing")
+        << QList<Condition> { Condition::equal(u"Class"_s, QVariant()) } << QStringList {};
     QTest::newRow("like keyword with quote and brackets")
-        << QList<Condition>{Condition::like(u"kStr"_s, u"%'s [draft]%"_s)} << QStringList{u"Plan_B.sfc"_s};
+        << QList<Condition> { Condition::like(u"kStr"_s, u"%'s [draft]%"_s) } << QStringList { u"Plan_B.sfc"_s };
     QTest::newRow("like percent sign in text needs only the pattern %")
-        << QList<Condition>{Condition::like(u"kStr"_s, u"%100%"_s)} << QStringList{u"Plan_B.sfc"_s};
-    QTest::newRow("like underscore") << QList<Condition>{Condition::like(u"fName"_s, u"img_000_.jpg"_s)}
-                                     << QStringList{u"IMG_0001.JPG"_s, u"img_0002.jpg"_s};
-    QTest::newRow("like skips nulls") << QList<Condition>{Condition::like(u"Class"_s, u"%"_s)}
-                                      << QStringList{u"plan.p21"_s, u"IMG_0001.JPG"_s, u"Plan_B.sfc"_s, u"img_0002.jpg"_s,
-                                                     u"memo.rtf"_s};
+        << QList<Condition> { Condition::like(u"kStr"_s, u"%100%"_s) } << QStringList { u"Plan_B.sfc"_s };
+    QTest::newRow("like underscore") << QList<Condition> { Condition::like(u"fName"_s, u"img_000_.jpg"_s) }
+                                     << QStringList { u"IMG_0001.JPG"_s, u"img_0002.jpg"_s };
+    QTest::newRow("like skips nulls") << QList<Condition> { Condition::like(u"Class"_s, u"%"_s) }
+                                      << QStringList { u"plan.p21"_s, u"IMG_0001.JPG"_s, u"Plan_B.sfc"_s,
+                                             u"img_0002.jpg"_s, u"memo.rtf"_s };
     QTest::newRow("between dates inclusive")
-        << QList<Condition>{Condition::between(u"fDate"_s, local(2024, 4, 1), local(2024, 4, 30, 23, 59, 59))}
-        << QStringList{u"plan.p21"_s, u"IMG_0001.JPG"_s, u"Plan_B.sfc"_s};
-    QTest::newRow("between before 1899") << QList<Condition>{Condition::between(u"fDate"_s, local(1800, 1, 1), local(1899, 12, 31))}
-                                         << QStringList{u"memo.rtf"_s};
-    QTest::newRow("between Longs and a like") << QList<Condition>{Condition::between(u"hsID"_s, 2, 5), Condition::like(u"fName"_s, u"%.jpg"_s)}
-                                              << QStringList{u"IMG_0001.JPG"_s, u"img_0002.jpg"_s};
+        << QList<Condition> { Condition::between(u"fDate"_s, local(2024, 4, 1), local(2024, 4, 30, 23, 59, 59)) }
+        << QStringList { u"plan.p21"_s, u"IMG_0001.JPG"_s, u"Plan_B.sfc"_s };
+    QTest::newRow("between before 1899") << QList<Condition> { Condition::between(u"fDate"_s, local(1800, 1, 1),
+        local(1899, 12, 31)) } << QStringList { u"memo.rtf"_s };
+    QTest::newRow("between Longs and a like")
+        << QList<Condition> { Condition::between(u"hsID"_s, 2, 5), Condition::like(u"fName"_s, u"%.jpg"_s) }
+        << QStringList { u"IMG_0001.JPG"_s, u"img_0002.jpg"_s };
 }
 
 void TstJetRecordset::conditions()
@@ -152,32 +152,34 @@ void TstJetRecordset::conditions()
 
 void TstJetRecordset::orderingAndGrouping()
 {
-    auto rs = m_db->select(Query(u"FILE_ATR"_s).select({u"fName"_s, u"Class"_s}).order(u"Class"_s));
+    auto rs = m_db->select(Query(u"FILE_ATR"_s).select({ u"fName"_s, u"Class"_s }).order(u"Class"_s));
     QVERIFY(rs);
     QCOMPARE((*rs)->fieldCount(), 2);
     // Nulls first; equal keys keep their storage order.
-    QCOMPARE(names(**rs), (QStringList{u"readme.txt"_s, u"IMG_0001.JPG"_s, u"img_0002.jpg"_s, u"plan.p21"_s, u"Plan_B.sfc"_s,
-                                       u"memo.rtf"_s}));
+    QCOMPARE(names(**rs),
+        (QStringList {
+            u"readme.txt"_s, u"IMG_0001.JPG"_s, u"img_0002.jpg"_s, u"plan.p21"_s, u"Plan_B.sfc"_s, u"memo.rtf"_s }));
     auto byName = m_db->select(Query(u"FILE_ATR"_s).order(u"fName"_s));
-    QCOMPARE(names(**byName), (QStringList{u"IMG_0001.JPG"_s, u"img_0002.jpg"_s, u"memo.rtf"_s, u"plan.p21"_s,
-                                           u"Plan_B.sfc"_s, u"readme.txt"_s}));
+    QCOMPARE(names(**byName),
+        (QStringList {
+            u"IMG_0001.JPG"_s, u"img_0002.jpg"_s, u"memo.rtf"_s, u"plan.p21"_s, u"Plan_B.sfc"_s, u"readme.txt"_s }));
     auto byDate = m_db->select(Query(u"FILE_ATR"_s).order(u"fDate"_s, true));
     QCOMPARE(names(**byDate).first(), u"img_0002.jpg"_s);
     QCOMPARE(names(**byDate).last(), u"readme.txt"_s);
 
-    QCOMPARE(m_db->select(Query(u"FILE_ATR"_s).select({u"nope"_s})).status().code(), Status::Code::InvalidArgument);
+    QCOMPARE(m_db->select(Query(u"FILE_ATR"_s).select({ u"nope"_s })).status().code(), Status::Code::InvalidArgument);
     QCOMPARE(m_db->select(Query(u"NOPE"_s)).status().code(), Status::Code::NotFound);
 
     const auto groups = m_db->groupCount(u"FILE_ATR"_s, u"pnID"_s);
     QVERIFY(groups);
     QCOMPARE(groups->size(), 3);
-    QCOMPARE(groups->at(0), (QPair<QVariant, int>{1, 2}));
-    QCOMPARE(groups->at(2), (QPair<QVariant, int>{3, 2}));
-    QVERIFY(m_db->insertRow(u"FILE_ATR"_s, Row{u"ZUMEN"_s, u"x"_s, QVariant(), QVariant(), 9, 9, QVariant()}));
-    QVERIFY(m_db->insertRow(u"FILE_ATR"_s, Row{u"zumen"_s, u"y"_s, QVariant(), QVariant(), 9, 9, QVariant()}));
-    const auto classes = m_db->groupCount(u"FILE_ATR"_s, u"Class"_s, {Condition::between(u"pnID"_s, 1, 9)});
+    QCOMPARE(groups->at(0), (QPair<QVariant, int> { 1, 2 }));
+    QCOMPARE(groups->at(2), (QPair<QVariant, int> { 3, 2 }));
+    QVERIFY(m_db->insertRow(u"FILE_ATR"_s, Row { u"ZUMEN"_s, u"x"_s, QVariant(), QVariant(), 9, 9, QVariant() }));
+    QVERIFY(m_db->insertRow(u"FILE_ATR"_s, Row { u"zumen"_s, u"y"_s, QVariant(), QVariant(), 9, 9, QVariant() }));
+    const auto classes = m_db->groupCount(u"FILE_ATR"_s, u"Class"_s, { Condition::between(u"pnID"_s, 1, 9) });
     QCOMPARE(classes->size(), 4); // text groups ignore case; nulls are left out
-    QCOMPARE(classes->first(), (QPair<QVariant, int>{u"ZUMEN"_s, 2}));
+    QCOMPARE(classes->first(), (QPair<QVariant, int> { u"ZUMEN"_s, 2 }));
 }
 
 void TstJetRecordset::navigation()
@@ -222,7 +224,7 @@ void TstJetRecordset::filterAndDeleteThenMove()
 {
     auto rs = m_db->openTable(u"FILE_ATR"_s);
     Recordset &r = **rs;
-    r.setFilter({Condition::equal(u"pnID"_s, 2)});
+    r.setFilter({ Condition::equal(u"pnID"_s, 2) });
     QVERIFY(r.filtered());
     QCOMPARE(r.recordCount(), 2);
     QCOMPARE(r.field(u"fName"_s).toString(), u"IMG_0001.JPG"_s);
@@ -239,10 +241,11 @@ void TstJetRecordset::filterAndDeleteThenMove()
 
     r.clearFilter();
     QCOMPARE(r.recordCount(), 5);
-    QCOMPARE(names(r), (QStringList{u"plan.p21"_s, u"Plan_B.sfc"_s, u"readme.txt"_s, u"img_0002.jpg"_s, u"memo.rtf"_s}));
-    r.setFilter({Condition::like(u"fName"_s, u"%.zip"_s)});
+    QCOMPARE(
+        names(r), (QStringList { u"plan.p21"_s, u"Plan_B.sfc"_s, u"readme.txt"_s, u"img_0002.jpg"_s, u"memo.rtf"_s }));
+    r.setFilter({ Condition::like(u"fName"_s, u"%.zip"_s) });
     QVERIFY(r.bof() && r.eof());
-    r.setFilter({Condition::equal(u"notInRecordset"_s, 1)});
+    r.setFilter({ Condition::equal(u"notInRecordset"_s, 1) });
     QCOMPARE(r.recordCount(), 0);
 
     QCOMPARE(m_db->tableInfo(u"FILE_ATR"_s)->rowCount, 5);
@@ -253,7 +256,8 @@ void TstJetRecordset::filterAndDeleteThenMove()
 void TstJetRecordset::addAndProjectedUpdate()
 {
     // A recordset over two columns: the table's other columns survive its updates.
-    auto rs = m_db->select(Query(u"FILE_ATR"_s).select({u"kStr"_s, u"fName"_s}).where(Condition::equal(u"fName"_s, u"plan.p21"_s)));
+    auto rs = m_db->select(
+        Query(u"FILE_ATR"_s).select({ u"kStr"_s, u"fName"_s }).where(Condition::equal(u"fName"_s, u"plan.p21"_s)));
     Recordset &r = **rs;
     QCOMPARE(r.recordCount(), 1);
     QVERIFY(r.setField(u"kStr"_s, u"更新した　キーワード、かなり長くなって元の場所には収まらない"_s));
@@ -279,7 +283,7 @@ void TstJetRecordset::addAndProjectedUpdate()
     QCOMPARE(r.field(u"fName"_s).toString(), u"new.dxf"_s);
     QCOMPARE(r.field(u"kStr"_s), QVariant());
     const Row added = *m_db->readRow(u"FILE_ATR"_s, r.currentId());
-    QCOMPARE(added, (Row{QVariant(), u"new.dxf"_s, QVariant(), QVariant(), QVariant(), QVariant(), QVariant()}));
+    QCOMPARE(added, (Row { QVariant(), u"new.dxf"_s, QVariant(), QVariant(), QVariant(), QVariant(), QVariant() }));
 
     // Positional writes reach every column of the row.
     auto binders = m_db->openTable(u"BINDER_NAME"_s);
@@ -287,7 +291,7 @@ void TstJetRecordset::addAndProjectedUpdate()
     for (int i = 0; i < 3; ++i)
         QVERIFY((*binders)->setField(i, i == 1 ? QVariant(u"バインダ"_s) : QVariant(i + 10)));
     QVERIFY((*binders)->update());
-    QCOMPARE(test::scanAll(*m_db, u"BINDER_NAME"_s), (QList<Row>{Row{10, u"バインダ"_s, 12}}));
+    QCOMPARE(test::scanAll(*m_db, u"BINDER_NAME"_s), (QList<Row> { Row { 10, u"バインダ"_s, 12 } }));
     m_db.reset();
     JET_VERIFY_ORACLES(m_path);
 }

@@ -1,13 +1,13 @@
 // Transactions: commit and rollback, the journal that makes a commit atomic, and a writer
 // killed at random moments always leaving the file as it was before or after a transaction.
-#include "jetfixtures.h"
-#include "platform/jet/internal/engine.h"
-#include "platform/jet/internal/pagestore.h"
-
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include "jetfixtures.h"
+#include "platform/jet/internal/engine.h"
+#include "platform/jet/internal/pagestore.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -17,11 +17,9 @@ namespace {
 
 using test::fileBytes;
 
-const QList<TableSpec> kLogTable{{u"Log"_s,
-                                  {{u"Seq"_s, ColumnType::Long, 0},
-                                   {u"Item"_s, ColumnType::Long, 0},
-                                   {u"Label"_s, ColumnType::Text, 120},
-                                   {u"At"_s, ColumnType::DateTime, 0}}}};
+const QList<TableSpec> kLogTable { { u"Log"_s,
+    { { u"Seq"_s, ColumnType::Long, 0 }, { u"Item"_s, ColumnType::Long, 0 }, { u"Label"_s, ColumnType::Text, 120 },
+        { u"At"_s, ColumnType::DateTime, 0 } } } };
 
 // Rows per sequence number.
 QMap<int, int> sequences(Database &db)
@@ -36,8 +34,7 @@ QMap<int, int> sequences(Database &db)
 
 } // namespace
 
-class TstJetTransaction : public QObject
-{
+class TstJetTransaction : public QObject {
     Q_OBJECT
 
 private slots:
@@ -69,7 +66,7 @@ void TstJetTransaction::commitAndRollback()
     QVERIFY((*db)->beginTransaction());
     QVERIFY((*db)->inTransaction());
     for (int i = 0; i < 10000; ++i)
-        QVERIFY((*db)->insertRow(u"Log"_s, Row{1, i, u"row %1"_s.arg(i), QVariant()}));
+        QVERIFY((*db)->insertRow(u"Log"_s, Row { 1, i, u"row %1"_s.arg(i), QVariant() }));
     QCOMPARE(fileBytes(m_path), empty); // nothing reaches the file before the commit
     (*db)->rollback();
     QCOMPARE((*db)->tableInfo(u"Log"_s)->rowCount, 0);
@@ -78,14 +75,14 @@ void TstJetTransaction::commitAndRollback()
 
     QVERIFY((*db)->beginTransaction());
     for (int i = 0; i < 10000; ++i)
-        QVERIFY((*db)->insertRow(u"Log"_s, Row{2, i, u"row %1"_s.arg(i), QVariant()}));
+        QVERIFY((*db)->insertRow(u"Log"_s, Row { 2, i, u"row %1"_s.arg(i), QVariant() }));
     QVERIFY((*db)->commit());
     QVERIFY(!QFile::exists(internal::PageStore::journalPath(m_path)));
     // Outside a transaction every write is its own commit.
-    QVERIFY((*db)->insertRow(u"Log"_s, Row{3, 0, u"alone"_s, QVariant()}));
+    QVERIFY((*db)->insertRow(u"Log"_s, Row { 3, 0, u"alone"_s, QVariant() }));
     db->reset();
     auto again = Database::open(m_path);
-    QCOMPARE(sequences(**again), (QMap<int, int>{{2, 10000}, {3, 1}}));
+    QCOMPARE(sequences(**again), (QMap<int, int> { { 2, 10000 }, { 3, 1 } }));
     JET_VERIFY_ORACLES(m_path);
 }
 
@@ -103,7 +100,7 @@ void TstJetTransaction::interruptedCommitIsRolledBackAtOpen()
     {
         auto db = Database::open(m_path);
         for (int i = 0; i < 300; ++i)
-            QVERIFY((*db)->insertRow(u"Log"_s, Row{1, i, u"first"_s, QVariant()}));
+            QVERIFY((*db)->insertRow(u"Log"_s, Row { 1, i, u"first"_s, QVariant() }));
     }
     const QByteArray before = fileBytes(m_path);
     {
@@ -116,9 +113,9 @@ void TstJetTransaction::interruptedCommitIsRolledBackAtOpen()
             return true;
         });
         for (int i = 0; i < 2000; ++i)
-            QVERIFY((*engine)->insertRow(u"Log"_s, Row{2, i, u"second"_s, QVariant()}));
+            QVERIFY((*engine)->insertRow(u"Log"_s, Row { 2, i, u"second"_s, QVariant() }));
         for (int i = 0; i < 100; ++i)
-            QVERIFY((*engine)->updateRow(u"Log"_s, ids[i], Row{1, i, QString(120, u'x'), QVariant()}));
+            QVERIFY((*engine)->updateRow(u"Log"_s, ids[i], Row { 1, i, QString(120, u'x'), QVariant() }));
         (*engine)->storeForTesting().setCrashAfterPagesForTesting(pagesWritten);
         QCOMPARE((*engine)->commit().code(), Status::Code::IOError);
     }
@@ -129,14 +126,14 @@ void TstJetTransaction::interruptedCommitIsRolledBackAtOpen()
     {
         auto ro = Database::open(m_path, Database::OpenMode::ReadOnly);
         QVERIFY(ro);
-        QCOMPARE(sequences(**ro), (QMap<int, int>{{1, 300}}));
+        QCOMPARE(sequences(**ro), (QMap<int, int> { { 1, 300 } }));
         QVERIFY(QFile::exists(internal::PageStore::journalPath(m_path)));
     }
     auto db = Database::open(m_path);
     QVERIFY(db);
     QVERIFY(!QFile::exists(internal::PageStore::journalPath(m_path)));
     QCOMPARE(fileBytes(m_path), before);
-    QCOMPARE(sequences(**db), (QMap<int, int>{{1, 300}}));
+    QCOMPARE(sequences(**db), (QMap<int, int> { { 1, 300 } }));
     db->reset();
     JET_VERIFY_ORACLES(m_path);
 }
@@ -145,7 +142,7 @@ void TstJetTransaction::tornJournalIsIgnored()
 {
     {
         auto db = Database::open(m_path);
-        QVERIFY((*db)->insertRow(u"Log"_s, Row{1, 1, u"kept"_s, QVariant()}));
+        QVERIFY((*db)->insertRow(u"Log"_s, Row { 1, 1, u"kept"_s, QVariant() }));
     }
     const QByteArray before = fileBytes(m_path);
     // A journal cut short while being written: the file was never touched after it.
@@ -158,7 +155,7 @@ void TstJetTransaction::tornJournalIsIgnored()
     QVERIFY(db);
     QVERIFY(!QFile::exists(journal));
     QCOMPARE(fileBytes(m_path), before);
-    QCOMPARE(sequences(**db), (QMap<int, int>{{1, 1}}));
+    QCOMPARE(sequences(**db), (QMap<int, int> { { 1, 1 } }));
 }
 
 void TstJetTransaction::killedWriterLeavesWholeTransactions()
@@ -169,7 +166,7 @@ void TstJetTransaction::killedWriterLeavesWholeTransactions()
     int hotJournals = 0;
     for (int round = 0; round < 12; ++round) {
         QProcess helper;
-        helper.start(QStringLiteral(JET_KILL_HELPER), {m_path, QString::number(kRows)});
+        helper.start(QStringLiteral(JET_KILL_HELPER), { m_path, QString::number(kRows) });
         QVERIFY(helper.waitForStarted());
         // Let it commit a few transactions, then kill it in the middle of whatever it does.
         QVERIFY(helper.waitForReadyRead(30000));
@@ -190,7 +187,7 @@ void TstJetTransaction::killedWriterLeavesWholeTransactions()
         QVERIFY(!seqs.isEmpty());
         const int maxSeq = seqs.lastKey();
         QVERIFY2(maxSeq == confirmed || maxSeq == confirmed + 1,
-                 qPrintable(u"stored %1, confirmed %2"_s.arg(maxSeq).arg(confirmed)));
+            qPrintable(u"stored %1, confirmed %2"_s.arg(maxSeq).arg(confirmed)));
         QCOMPARE(seqs.size(), maxSeq);
         for (auto it = seqs.cbegin(); it != seqs.cend(); ++it)
             QCOMPARE(it.value(), kRows);
@@ -210,17 +207,17 @@ void TstJetTransaction::twoConnectionsSeeEachOthersCommits()
     auto a = Database::open(m_path);
     auto b = Database::open(m_path);
     QVERIFY(a && b);
-    QVERIFY((*b)->insertRow(u"Log"_s, Row{1, 1, u"from b"_s, QVariant()}));
-    QCOMPARE(sequences(**a), (QMap<int, int>{{1, 1}}));
-    QVERIFY((*a)->insertRow(u"Log"_s, Row{2, 1, u"from a"_s, QVariant()}));
+    QVERIFY((*b)->insertRow(u"Log"_s, Row { 1, 1, u"from b"_s, QVariant() }));
+    QCOMPARE(sequences(**a), (QMap<int, int> { { 1, 1 } }));
+    QVERIFY((*a)->insertRow(u"Log"_s, Row { 2, 1, u"from a"_s, QVariant() }));
     QVERIFY((*b)->beginTransaction());
-    QVERIFY((*b)->insertRow(u"Log"_s, Row{3, 1, u"from b again"_s, QVariant()}));
+    QVERIFY((*b)->insertRow(u"Log"_s, Row { 3, 1, u"from b again"_s, QVariant() }));
     QVERIFY((*b)->commit());
     QCOMPARE((*a)->tableInfo(u"Log"_s)->rowCount, 3);
     a->reset();
     b->reset();
     auto c = Database::open(m_path);
-    QCOMPARE(sequences(**c), (QMap<int, int>{{1, 1}, {2, 1}, {3, 1}}));
+    QCOMPARE(sequences(**c), (QMap<int, int> { { 1, 1 }, { 2, 1 }, { 3, 1 } }));
 }
 
 QTEST_GUILESS_MAIN(TstJetTransaction)

@@ -1,14 +1,14 @@
 // Writing rows: values round-trip per type, refusals leave the file untouched, pages fill up
 // to their limits, tables and files outgrow their usage-map windows, rows grow, shrink, move
 // and are deleted, and every file stays readable by the independent readers.
-#include "jetfixtures.h"
-#include "platform/jet/internal/bytes.h"
-#include "platform/jet/internal/engine.h"
+#include <limits>
 
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <limits>
+#include "jetfixtures.h"
+#include "platform/jet/internal/bytes.h"
+#include "platform/jet/internal/engine.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -102,8 +102,7 @@ bool makeGlobalMapReference(const QString &path)
 
 } // namespace
 
-class TstJetWrite : public QObject
-{
+class TstJetWrite : public QObject {
     Q_OBJECT
 
 private slots:
@@ -126,7 +125,10 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
-void TstJetWrite::init() { m_dir = std::make_unique<QTemporaryDir>(); }
+void TstJetWrite::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+}
 
 QString TstJetWrite::freshCopy(const QString &source)
 {
@@ -140,17 +142,17 @@ void TstJetWrite::roundTripPerType_data()
 {
     QTest::addColumn<Row>("row");
     const QString pairs25 = u"𠮷"_s.repeated(25); // 50 UTF-16 units: exactly Text(50)
-    QTest::newRow("all null") << Row{QVariant(), QVariant(), QVariant(), QVariant(), QVariant()};
-    QTest::newRow("empty texts") << Row{1, local(2024, 1, 2), u""_s, u""_s, 0};
-    QTest::newRow("Long limits") << Row{std::numeric_limits<int>::min(), local(1899, 12, 30), u"min"_s, u"max"_s,
-                                        std::numeric_limits<int>::max()};
-    QTest::newRow("before 1899-12-30") << Row{2, local(1850, 6, 15, 18, 0, 30), u"old"_s, QVariant(), -1};
-    QTest::newRow("one second before the epoch") << Row{3, local(1899, 12, 29, 23, 59, 59), u"x"_s, u"y"_s, 3};
-    QTest::newRow("year 100 and 9999") << Row{4, local(100, 1, 1), u"早"_s, u"a"_s.repeated(255), 4};
-    QTest::newRow("Japanese with U+3000") << Row{5, local(2025, 3, 31, 23, 59, 59), u"朝霧　凪"_s,
-                                                 u"全角スペース　と　半角ｶﾅ"_s, 5};
-    QTest::newRow("surrogate pairs filling Text(50)") << Row{6, local(2000, 2, 29, 12), pairs25, u"😀"_s, 6};
-    QTest::newRow("Latin-1 in a column without compression") << Row{7, QVariant(), u"Grüße"_s, u"café crème"_s, 7};
+    QTest::newRow("all null") << Row { QVariant(), QVariant(), QVariant(), QVariant(), QVariant() };
+    QTest::newRow("empty texts") << Row { 1, local(2024, 1, 2), u""_s, u""_s, 0 };
+    QTest::newRow("Long limits") << Row { std::numeric_limits<int>::min(), local(1899, 12, 30), u"min"_s, u"max"_s,
+        std::numeric_limits<int>::max() };
+    QTest::newRow("before 1899-12-30") << Row { 2, local(1850, 6, 15, 18, 0, 30), u"old"_s, QVariant(), -1 };
+    QTest::newRow("one second before the epoch") << Row { 3, local(1899, 12, 29, 23, 59, 59), u"x"_s, u"y"_s, 3 };
+    QTest::newRow("year 100 and 9999") << Row { 4, local(100, 1, 1), u"早"_s, u"a"_s.repeated(255), 4 };
+    QTest::newRow("Japanese with U+3000")
+        << Row { 5, local(2025, 3, 31, 23, 59, 59), u"朝霧　凪"_s, u"全角スペース　と　半角ｶﾅ"_s, 5 };
+    QTest::newRow("surrogate pairs filling Text(50)") << Row { 6, local(2000, 2, 29, 12), pairs25, u"😀"_s, 6 };
+    QTest::newRow("Latin-1 in a column without compression") << Row { 7, QVariant(), u"Grüße"_s, u"café crème"_s, 7 };
 }
 
 void TstJetWrite::roundTripPerType()
@@ -158,14 +160,12 @@ void TstJetWrite::roundTripPerType()
     QFETCH(Row, row);
     // The same values in a table written by another writer and in one of our own files.
     const QString created = m_dir->filePath(u"created.mdb"_s);
-    const QList<TableSpec> tables{{u"Items"_s,
-                                 {{u"ItemId"_s, ColumnType::Long, 0},
-                                  {u"Created"_s, ColumnType::DateTime, 0},
-                                  {u"Name"_s, ColumnType::Text, 50},
-                                  {u"Note"_s, ColumnType::Text, 255},
-                                  {u"Qty"_s, ColumnType::Long, 0}}}};
+    const QList<TableSpec> tables { { u"Items"_s,
+        { { u"ItemId"_s, ColumnType::Long, 0 }, { u"Created"_s, ColumnType::DateTime, 0 },
+            { u"Name"_s, ColumnType::Text, 50 }, { u"Note"_s, ColumnType::Text, 255 },
+            { u"Qty"_s, ColumnType::Long, 0 } } } };
     QVERIFY(Database::create(created, tables));
-    for (const QString &path : {freshCopy(), created}) {
+    for (const QString &path : { freshCopy(), created }) {
         RowId id;
         qint64 before = 0;
         {
@@ -190,10 +190,10 @@ void TstJetWrite::compressedTextRoundTrip()
     const QString path = freshCopy();
     auto db = Database::open(path);
     QVERIFY(db);
-    const QStringList texts{u"ab"_s, u"abc"_s, u"café crème"_s, u"ÿÿÿ"_s, u"mixed Ω"_s, u"z"_s.repeated(255), u""_s,
-                            u"\uFEFFbom first"_s};
+    const QStringList texts { u"ab"_s, u"abc"_s, u"café crème"_s, u"ÿÿÿ"_s, u"mixed Ω"_s, u"z"_s.repeated(255), u""_s,
+        u"\uFEFFbom first"_s };
     for (int i = 0; i < texts.size(); ++i)
-        QVERIFY((*db)->insertRow(u"Compressed"_s, Row{100 + i, texts.at(i)}));
+        QVERIFY((*db)->insertRow(u"Compressed"_s, Row { 100 + i, texts.at(i) }));
     QMap<int, QString> back;
     for (const Row &r : test::scanAll(**db, u"Compressed"_s))
         back.insert(r.at(0).toInt(), r.at(1).toString());
@@ -211,12 +211,15 @@ void TstJetWrite::valuesAreConvertedToTheirColumns()
     const QString path = freshCopy();
     auto db = Database::open(path);
     const QDateTime utc(QDate(2024, 4, 1), QTime(0, 30), Qt::UTC);
-    const QList<QPair<Row, Row>> cases{
-        {Row{u" 12 "_s, QDate(2024, 4, 1), 5, QVariant(7), qlonglong(9)}, Row{12, local(2024, 4, 1), u"5"_s, u"7"_s, 9}},
-        {Row{3.0, u"2024/04/01 09:30:00"_s, u"a"_s, u""_s, true}, Row{3, local(2024, 4, 1, 9, 30), u"a"_s, u""_s, 1}},
-        {Row{4, u"2024/4/1"_s, u"b"_s, QVariant(), 0}, Row{4, local(2024, 4, 1), u"b"_s, QVariant(), 0}},
-        {Row{5, u"2024-04-01T23:59:59"_s, u"c"_s, QVariant(), 0}, Row{5, local(2024, 4, 1, 23, 59, 59), u"c"_s, QVariant(), 0}},
-        {Row{6, utc, u"d"_s, QVariant(), 0}, Row{6, utc.toLocalTime(), u"d"_s, QVariant(), 0}},
+    const QList<QPair<Row, Row>> cases {
+        { Row { u" 12 "_s, QDate(2024, 4, 1), 5, QVariant(7), qlonglong(9) },
+            Row { 12, local(2024, 4, 1), u"5"_s, u"7"_s, 9 } },
+        { Row { 3.0, u"2024/04/01 09:30:00"_s, u"a"_s, u""_s, true },
+            Row { 3, local(2024, 4, 1, 9, 30), u"a"_s, u""_s, 1 } },
+        { Row { 4, u"2024/4/1"_s, u"b"_s, QVariant(), 0 }, Row { 4, local(2024, 4, 1), u"b"_s, QVariant(), 0 } },
+        { Row { 5, u"2024-04-01T23:59:59"_s, u"c"_s, QVariant(), 0 },
+            Row { 5, local(2024, 4, 1, 23, 59, 59), u"c"_s, QVariant(), 0 } },
+        { Row { 6, utc, u"d"_s, QVariant(), 0 }, Row { 6, utc.toLocalTime(), u"d"_s, QVariant(), 0 } },
     };
     for (const auto &c : cases) {
         Result<RowId> id = (*db)->insertRow(u"Items"_s, c.first);
@@ -230,17 +233,19 @@ void TstJetWrite::refusedValuesWriteNothing_data()
     QTest::addColumn<Row>("row");
     QTest::addColumn<int>("code");
     const int invalid = int(Status::Code::InvalidArgument);
-    QTest::newRow("51 units in Text(50)") << Row{1, QVariant(), u"𠮷"_s.repeated(25) + u"x"_s, QVariant(), 1} << invalid;
-    QTest::newRow("256 characters in Text(255)") << Row{1, QVariant(), u"n"_s, u"あ"_s.repeated(256), 1} << invalid;
-    QTest::newRow("Long above range") << Row{qlonglong(std::numeric_limits<int>::max()) + 1, QVariant(), u"n"_s, QVariant(), 1}
+    QTest::newRow("51 units in Text(50)")
+        << Row { 1, QVariant(), u"𠮷"_s.repeated(25) + u"x"_s, QVariant(), 1 } << invalid;
+    QTest::newRow("256 characters in Text(255)") << Row { 1, QVariant(), u"n"_s, u"あ"_s.repeated(256), 1 } << invalid;
+    QTest::newRow("Long above range") << Row { qlonglong(std::numeric_limits<int>::max()) + 1, QVariant(), u"n"_s,
+        QVariant(), 1 } << invalid;
+    QTest::newRow("Long below range") << Row { 1, QVariant(), u"n"_s, QVariant(),
+        qlonglong(std::numeric_limits<int>::min()) - 1 }
                                       << invalid;
-    QTest::newRow("Long below range") << Row{1, QVariant(), u"n"_s, QVariant(), qlonglong(std::numeric_limits<int>::min()) - 1}
-                                      << invalid;
-    QTest::newRow("text in a Long") << Row{u"twelve"_s, QVariant(), u"n"_s, QVariant(), 1} << invalid;
-    QTest::newRow("fraction in a Long") << Row{1.5, QVariant(), u"n"_s, QVariant(), 1} << invalid;
-    QTest::newRow("text in a date") << Row{1, u"yesterday"_s, u"n"_s, QVariant(), 1} << invalid;
-    QTest::newRow("too few values") << Row{1, QVariant(), u"n"_s} << invalid;
-    QTest::newRow("too many values") << Row{1, QVariant(), u"n"_s, QVariant(), 1, 2} << invalid;
+    QTest::newRow("text in a Long") << Row { u"twelve"_s, QVariant(), u"n"_s, QVariant(), 1 } << invalid;
+    QTest::newRow("fraction in a Long") << Row { 1.5, QVariant(), u"n"_s, QVariant(), 1 } << invalid;
+    QTest::newRow("text in a date") << Row { 1, u"yesterday"_s, u"n"_s, QVariant(), 1 } << invalid;
+    QTest::newRow("too few values") << Row { 1, QVariant(), u"n"_s } << invalid;
+    QTest::newRow("too many values") << Row { 1, QVariant(), u"n"_s, QVariant(), 1, 2 } << invalid;
 }
 
 void TstJetWrite::refusedValuesWriteNothing()
@@ -294,10 +299,10 @@ void TstJetWrite::refusedTablesAndFiles()
     {
         auto db = Database::open(path);
         QVERIFY(db);
-        QCOMPARE((*db)->insertRow(u"Items"_s, Row{1, QVariant(), u"a"_s, QVariant(), 1}).status().code(),
-                 Status::Code::NotSupported);
-        QVERIFY((*db)->insertRow(u"ManyRows"_s, Row{1, u"still writable"_s, QVariant()}));
-        QCOMPARE((*db)->insertRow(u"NoSuchTable"_s, Row{1}).status().code(), Status::Code::NotFound);
+        QCOMPARE((*db)->insertRow(u"Items"_s, Row { 1, QVariant(), u"a"_s, QVariant(), 1 }).status().code(),
+            Status::Code::NotSupported);
+        QVERIFY((*db)->insertRow(u"ManyRows"_s, Row { 1, u"still writable"_s, QVariant() }));
+        QCOMPARE((*db)->insertRow(u"NoSuchTable"_s, Row { 1 }).status().code(), Status::Code::NotFound);
     }
 
     // While a lock file exists beside it, the catalogue is only read.
@@ -310,14 +315,15 @@ void TstJetWrite::refusedTablesAndFiles()
         QVERIFY(db);
         QVERIFY((*db)->isReadOnly());
         QVERIFY((*db)->readOnlyReason().contains(u"copy.ldb"_s));
-        QCOMPARE((*db)->insertRow(u"ManyRows"_s, Row{1, u"x"_s, QVariant()}).status().code(), Status::Code::ReadOnly);
+        QCOMPARE(
+            (*db)->insertRow(u"ManyRows"_s, Row { 1, u"x"_s, QVariant() }).status().code(), Status::Code::ReadOnly);
         QCOMPARE((*db)->beginTransaction().code(), Status::Code::ReadOnly);
         QCOMPARE(test::scanAll(**db, u"ManyRows"_s).size(), 400);
     }
     QVERIFY(lock.remove());
     auto db = Database::open(copy, Database::OpenMode::ReadOnly);
     QVERIFY((*db)->isReadOnly());
-    QCOMPARE((*db)->deleteRow(u"Items"_s, RowId{26, 0}).code(), Status::Code::ReadOnly);
+    QCOMPARE((*db)->deleteRow(u"Items"_s, RowId { 26, 0 }).code(), Status::Code::ReadOnly);
 }
 
 void TstJetWrite::pagesFillToTheirLimits()
@@ -328,13 +334,13 @@ void TstJetWrite::pagesFillToTheirLimits()
     QVERIFY((*db)->beginTransaction());
     // Small rows: a page takes 255 of them before its space runs out.
     for (int i = 0; i < 700; ++i)
-        QVERIFY((*db)->insertRow(u"Items"_s, Row{1000 + i, QVariant(), QVariant(), QVariant(), i}));
+        QVERIFY((*db)->insertRow(u"Items"_s, Row { 1000 + i, QVariant(), QVariant(), QVariant(), i }));
     // Large rows: the free space runs out first (about seven per page).
     for (int i = 0; i < 100; ++i)
-        QVERIFY((*db)->insertRow(u"Compressed"_s, Row{i, u"漢"_s.repeated(255)}));
+        QVERIFY((*db)->insertRow(u"Compressed"_s, Row { i, u"漢"_s.repeated(255) }));
     // Rows that just fit what is left, then one that no longer does.
     for (int n = 1; n <= 255; n += 17)
-        QVERIFY((*db)->insertRow(u"Compressed"_s, Row{-n, u"字"_s.repeated(n)}));
+        QVERIFY((*db)->insertRow(u"Compressed"_s, Row { -n, u"字"_s.repeated(n) }));
     QVERIFY((*db)->commit());
     QCOMPARE((*db)->tableInfo(u"Items"_s)->rowCount, 708);
     QCOMPARE((*db)->tableInfo(u"Compressed"_s)->rowCount, 6 + 100 + 15);
@@ -365,11 +371,11 @@ void TstJetWrite::tableOutgrowsItsMapWindow()
     const QString filler = u"長"_s.repeated(255);
     QVERIFY((*db)->beginTransaction());
     for (int i = 0; i < 700 * 7; ++i)
-        QVERIFY((*db)->insertRow(u"Compressed"_s, Row{i, filler}));
+        QVERIFY((*db)->insertRow(u"Compressed"_s, Row { i, filler }));
     QVERIFY((*db)->commit());
     // Rows keep landing correctly after the promotion, in separate commits.
     for (int i = 0; i < 20; ++i)
-        QVERIFY((*db)->insertRow(u"Compressed"_s, Row{-i, filler}));
+        QVERIFY((*db)->insertRow(u"Compressed"_s, Row { -i, filler }));
     QCOMPARE(test::scanAll(**db, u"Compressed"_s).size(), 6 + 4900 + 20);
     db->reset();
 
@@ -387,10 +393,10 @@ void TstJetWrite::growShrinkMoveDelete()
     QVERIFY(db);
     QList<RowId> ids;
     for (int i = 0; i < 40; ++i)
-        ids << *(*db)->insertRow(u"Items"_s, Row{500 + i, local(2020, 1, 1), u"n"_s, u"short"_s, i});
-    const Row grown{500, local(2021, 1, 1), u"grown name"_s, u"長い"_s.repeated(100), 1};
-    const Row grownAgain{500, local(2022, 1, 1), u"名"_s.repeated(50), u"長い"_s.repeated(127), 2};
-    const Row shrunk{500, QVariant(), u"s"_s, QVariant(), 3};
+        ids << *(*db)->insertRow(u"Items"_s, Row { 500 + i, local(2020, 1, 1), u"n"_s, u"short"_s, i });
+    const Row grown { 500, local(2021, 1, 1), u"grown name"_s, u"長い"_s.repeated(100), 1 };
+    const Row grownAgain { 500, local(2022, 1, 1), u"名"_s.repeated(50), u"長い"_s.repeated(127), 2 };
+    const Row shrunk { 500, QVariant(), u"s"_s, QVariant(), 3 };
 
     // Grow: the row moves, its slot points at it; it is read at its old identity.
     QVERIFY((*db)->updateRow(u"Items"_s, ids[0], grown));
@@ -402,9 +408,9 @@ void TstJetWrite::growShrinkMoveDelete()
     QVERIFY((*db)->updateRow(u"Items"_s, ids[0], shrunk));
     QCOMPARE(*(*db)->readRow(u"Items"_s, ids[0]), shrunk);
     // Shrink a row in place, then grow it back within its old extent.
-    QVERIFY((*db)->updateRow(u"Items"_s, ids[1], Row{501, QVariant(), QVariant(), QVariant(), QVariant()}));
-    QVERIFY((*db)->updateRow(u"Items"_s, ids[1], Row{501, local(2020, 1, 1), u"n"_s, u"short"_s, 1}));
-    QCOMPARE(*(*db)->readRow(u"Items"_s, ids[1]), (Row{501, local(2020, 1, 1), u"n"_s, u"short"_s, 1}));
+    QVERIFY((*db)->updateRow(u"Items"_s, ids[1], Row { 501, QVariant(), QVariant(), QVariant(), QVariant() }));
+    QVERIFY((*db)->updateRow(u"Items"_s, ids[1], Row { 501, local(2020, 1, 1), u"n"_s, u"short"_s, 1 }));
+    QCOMPARE(*(*db)->readRow(u"Items"_s, ids[1]), (Row { 501, local(2020, 1, 1), u"n"_s, u"short"_s, 1 }));
     // Move one, then delete it: its data row must vanish from every reader too.
     QVERIFY((*db)->updateRow(u"Items"_s, ids[2], grown));
     QVERIFY((*db)->deleteRow(u"Items"_s, ids[2]));
@@ -413,7 +419,8 @@ void TstJetWrite::growShrinkMoveDelete()
     QCOMPARE((*db)->updateRow(u"Items"_s, ids[2], shrunk).code(), Status::Code::NotFound);
     // Many growing updates across pages.
     for (int i = 3; i < 40; i += 2)
-        QVERIFY((*db)->updateRow(u"Items"_s, ids[i], Row{500 + i, QVariant(), u"x"_s.repeated(50), u"伸"_s.repeated(255), i}));
+        QVERIFY((*db)->updateRow(
+            u"Items"_s, ids[i], Row { 500 + i, QVariant(), u"x"_s.repeated(50), u"伸"_s.repeated(255), i }));
     for (int i = 4; i < 40; i += 4)
         QVERIFY((*db)->deleteRow(u"Items"_s, ids[i]));
     QCOMPARE((*db)->tableInfo(u"Items"_s)->rowCount, 8 + 40 - 1 - 9);
@@ -437,7 +444,7 @@ void TstJetWrite::globalMapInReferenceForm()
     QVERIFY(db);
     QVERIFY((*db)->beginTransaction());
     for (int i = 0; i < 600 * 18; ++i)
-        QVERIFY((*db)->insertRow(u"ManyRows"_s, Row{1000 + i, u"広"_s.repeated(100), local(2001, 1, 1)}));
+        QVERIFY((*db)->insertRow(u"ManyRows"_s, Row { 1000 + i, u"広"_s.repeated(100), local(2001, 1, 1) }));
     QVERIFY((*db)->commit());
     db->reset();
     auto engine = Engine::open(path, true);
@@ -445,7 +452,7 @@ void TstJetWrite::globalMapInReferenceForm()
     QCOMPARE(mapType(**engine, u"ManyRows"_s, true), 1);
     // Every page added is marked in use, and the pages past the end are free.
     const quint32 pages = (*engine)->storeForTesting().pageCount();
-    const QList<quint32> free = *(*engine)->mapPages(internal::MapRef{1, 0});
+    const QList<quint32> free = *(*engine)->mapPages(internal::MapRef { 1, 0 });
     QVERIFY(free.contains(pages));
     QVERIFY(std::none_of(free.cbegin(), free.cend(), [pages](quint32 p) { return p >= 46 && p < pages; }));
     JET_VERIFY_ORACLES(path);
@@ -467,7 +474,8 @@ void TstJetWrite::editsOfALargeFileFromAnotherWriter()
     });
     QVERIFY((*db)->beginTransaction());
     for (int i = 0; i < 300; ++i)
-        QVERIFY((*db)->insertRow(u"Docs"_s, Row{100000 + i, i, local(2026, 1, 1), u"新しい　文書"_s, u"note"_s, u"NEW"_s, i}));
+        QVERIFY((*db)->insertRow(
+            u"Docs"_s, Row { 100000 + i, i, local(2026, 1, 1), u"新しい　文書"_s, u"note"_s, u"NEW"_s, i }));
     for (int i = 0; i < docs.size(); i += 37) {
         Row r = *(*db)->readRow(u"Docs"_s, docs[i]);
         r[4] = (i % 2) ? QVariant(u"更新"_s.repeated(120)) : QVariant(u"s"_s);
@@ -477,8 +485,8 @@ void TstJetWrite::editsOfALargeFileFromAnotherWriter()
         QVERIFY((*db)->deleteRow(u"Docs"_s, docs[i]));
     for (int i = 0; i < events.size(); i += 29)
         QVERIFY((*db)->deleteRow(u"Events"_s, events[i]));
-    QVERIFY((*db)->insertRow(u"Nothing"_s, Row{1, local(1700, 1, 1), u"first"_s}));
-    QVERIFY((*db)->insertRow(u"Later"_s, Row{999, u"later"_s, QVariant(), u"added"_s, 5}));
+    QVERIFY((*db)->insertRow(u"Nothing"_s, Row { 1, local(1700, 1, 1), u"first"_s }));
+    QVERIFY((*db)->insertRow(u"Later"_s, Row { 999, u"later"_s, QVariant(), u"added"_s, 5 }));
     QVERIFY((*db)->commit());
     db->reset();
 

@@ -140,7 +140,8 @@ private slots:
         for (const jet::Row &r : rows) {
             got.append(r[FName].toString());
             // Empty texts, not nulls.
-            QCOMPARE((QVariantList{r[FClass], r[FKStr], r[FBackC]}), (QVariantList{QString(), QString(), QString()}));
+            QCOMPARE(
+                (QVariantList { r[FClass], r[FKStr], r[FBackC] }), (QVariantList { QString(), QString(), QString() }));
             QCOMPARE(r[FHsID].toInt(), 0);
             QCOMPARE(r[FPnID].toInt(), 1);
             QCOMPARE(r[FDate].toDateTime(), QDateTime(kDay1.date(), QTime(0, 0)));

@@ -2,6 +2,19 @@
 // the first history save drawing an hsID, refused saves writing nothing, and the slip in the
 // real main window (offscreen) with its editing rules, calendar, line deletion and saving when
 // the record is left.
+#include <QCalendarWidget>
+#include <QComboBox>
+#include <QImage>
+#include <QLineEdit>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QStandardItemModel>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+
 #include "../browser/testfolders.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
@@ -17,19 +30,6 @@
 #include "viewer/fontsizestore.h"
 #include "viewer/ui/pictureview.h"
 
-#include <QCalendarWidget>
-#include <QComboBox>
-#include <QImage>
-#include <QLineEdit>
-#include <QLinearGradient>
-#include <QPainter>
-#include <QSignalSpy>
-#include <QStandardItemModel>
-#include <QTableView>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextEdit>
-
 using namespace tolvane;
 using namespace tolvane::registration;
 using tolvane::shell::Form1;
@@ -39,8 +39,7 @@ namespace {
 
 const QDateTime kFileDay(QDate(2023, 4, 10), QTime(0, 0));
 
-struct Stored
-{
+struct Stored {
     QString Class, fName, kStr, backC;
     QDateTime fDate;
     int pnID = 0, hsID = 0;
@@ -50,8 +49,8 @@ Stored storedFile(jet::Database *db, const QString &name)
 {
     for (const jet::Row &r : test::tableRows(db, catalog::kFileAtrTable)) {
         if (r[FName].toString() == name)
-            return {r[FClass].toString(), r[FName].toString(), r[FKStr].toString(), r[FBackC].toString(),
-                    r[FDate].toDateTime(),   r[FPnID].toInt(),   r[FHsID].toInt()};
+            return { r[FClass].toString(), r[FName].toString(), r[FKStr].toString(), r[FBackC].toString(),
+                r[FDate].toDateTime(), r[FPnID].toInt(), r[FHsID].toInt() };
     }
     return {};
 }
@@ -62,7 +61,7 @@ QList<HistoryLine> storedLines(jet::Database *db, int hsID)
     QList<HistoryLine> out;
     for (const jet::Row &r : test::tableRows(db, catalog::kFileRevTable))
         if (r[2].toInt() == hsID)
-            out.append({historyDateText(r[0]), r[1].toString()});
+            out.append({ historyDateText(r[0]), r[1].toString() });
     return out;
 }
 
@@ -78,14 +77,14 @@ int counter(jet::Database *db, const char *column)
 // A recordset positioned on the FILE_ATR row of name.
 std::unique_ptr<jet::Recordset> fileRecord(jet::Database *db, const QString &name)
 {
-    auto rs = db->select(jet::Query(catalog::kFileAtrTable).where(jet::Condition::equal(QStringLiteral("fName"), name)));
+    auto rs
+        = db->select(jet::Query(catalog::kFileAtrTable).where(jet::Condition::equal(QStringLiteral("fName"), name)));
     return rs ? rs.take() : nullptr;
 }
 
 } // namespace
 
-class TestSlip : public QObject
-{
+class TestSlip : public QObject {
     Q_OBJECT
 
 private:
@@ -101,16 +100,16 @@ private:
     {
         QVERIFY(AddPathName(m_db.get(), m_docs, 1));
         const auto add = [&](const char *cls, const char *name, const char *kStr, int hsID, const char *backC) {
-            const jet::Row row{QString::fromUtf8(cls), QString::fromUtf8(name), kFileDay, QString::fromUtf8(kStr), 1,
-                               hsID,                   QString::fromUtf8(backC)};
+            const jet::Row row { QString::fromUtf8(cls), QString::fromUtf8(name), kFileDay, QString::fromUtf8(kStr), 1,
+                hsID, QString::fromUtf8(backC) };
             QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
         };
         add("朝霧　凪", "photo.png", "写真", 0, "&HFFFFC0");
         add("", "memo.txt", "メモ", 5, "");
         add("", "plan.p21", "", 0, "");
         const auto line = [&](int y, int m, int d, const char *note, int hsID) {
-            QVERIFY(m_db->insertRow(catalog::kFileRevTable, {QDateTime(QDate(y, m, d), QTime(0, 0)),
-                                                             QString::fromUtf8(note), hsID}));
+            QVERIFY(m_db->insertRow(
+                catalog::kFileRevTable, { QDateTime(QDate(y, m, d), QTime(0, 0)), QString::fromUtf8(note), hsID }));
         };
         line(2022, 5, 1, "第2版", 5);
         line(2021, 3, 9, "初版", 5);
@@ -191,10 +190,7 @@ private:
     }
 
 private slots:
-    void initTestCase()
-    {
-        QVERIFY(m_tmp.isValid());
-    }
+    void initTestCase() { QVERIFY(m_tmp.isValid()); }
 
     void init()
     {
@@ -228,7 +224,8 @@ private slots:
         auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
         QVERIFY(rs && !rs->eof());
         const QString keywords = QStringLiteral("見積 O'Neil \"改訂\"");
-        QVERIFY(SaveSlipFields(m_db.get(), *rs, {QStringLiteral("水無瀬　灯"), keywords, QStringLiteral("12648447")}));
+        QVERIFY(
+            SaveSlipFields(m_db.get(), *rs, { QStringLiteral("水無瀬　灯"), keywords, QStringLiteral("12648447") }));
         reopen();
         const Stored s = storedFile(m_db.get(), QStringLiteral("memo.txt"));
         QCOMPARE(s.Class, QStringLiteral("水無瀬　灯"));
@@ -254,7 +251,8 @@ private slots:
     {
         auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
         QVERIFY(rs);
-        const Status s = SaveSlipFields(m_db.get(), *rs, {QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {}});
+        const Status s
+            = SaveSlipFields(m_db.get(), *rs, { QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {} });
         QVERIFY(!s);
         QCOMPARE(rs->field(QStringLiteral("Class")).toString(), QString());
         reopen();
@@ -269,9 +267,9 @@ private slots:
         QVERIFY(db);
         auto rs = fileRecord(db->get(), QStringLiteral("photo.png"));
         QVERIFY(rs);
-        QVERIFY(!SaveSlipFields(db->get(), *rs, {QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("z")}));
+        QVERIFY(!SaveSlipFields(db->get(), *rs, { QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("z") }));
         ScriptedPrompter prompter;
-        QVERIFY(!SaveHistory(db->get(), *rs, {{QStringLiteral("2010-01-05"), QStringLiteral("n")}}, prompter));
+        QVERIFY(!SaveHistory(db->get(), *rs, { { QStringLiteral("2010-01-05"), QStringLiteral("n") } }, prompter));
         QCOMPARE(rs->field(QStringLiteral("kStr")).toString(), QStringLiteral("写真"));
         QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 0);
     }
@@ -284,7 +282,8 @@ private slots:
         auto rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
         QVERIFY(rs);
         ScriptedPrompter prompter;
-        Result<int> hsID = SaveHistory(m_db.get(), *rs, {{QStringLiteral("2010-01-05"), QStringLiteral("撮影")}}, prompter);
+        Result<int> hsID
+            = SaveHistory(m_db.get(), *rs, { { QStringLiteral("2010-01-05"), QStringLiteral("撮影") } }, prompter);
         QVERIFY2(hsID, qPrintable(hsID.status().toString()));
         QCOMPARE(*hsID, 6); // the counter stood at 5
         QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 6);
@@ -292,17 +291,17 @@ private slots:
         QCOMPARE(counter(m_db.get(), "hsID"), 6);
         QCOMPARE(storedFile(m_db.get(), QStringLiteral("photo.png")).hsID, 6);
         QCOMPARE(storedLines(m_db.get(), 6),
-                 (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影")}}));
+            (QList<HistoryLine> { { QStringLiteral("2010-01-05"), QStringLiteral("撮影") } }));
         QCOMPARE(storedLines(m_db.get(), 5).size(), 2); // the other file's lines stay
 
         // Saving again replaces the lines and keeps the key; so does saving no line at all.
         rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
-        const QList<HistoryLine> two{{QStringLiteral("2012/7/1"), QStringLiteral("再撮影")},
-                                     {QStringLiteral("2011-02-03"), QString()}};
+        const QList<HistoryLine> two { { QStringLiteral("2012/7/1"), QStringLiteral("再撮影") },
+            { QStringLiteral("2011-02-03"), QString() } };
         QCOMPARE(*SaveHistory(m_db.get(), *rs, two, prompter), 6);
         QCOMPARE(*LoadHistory(m_db.get(), 6),
-                 (QList<HistoryLine>{{QStringLiteral("2011-02-03"), QString()},
-                                     {QStringLiteral("2012-07-01"), QStringLiteral("再撮影")}}));
+            (QList<HistoryLine> { { QStringLiteral("2011-02-03"), QString() },
+                { QStringLiteral("2012-07-01"), QStringLiteral("再撮影") } }));
         QCOMPARE(*SaveHistory(m_db.get(), *rs, {}, prompter), 6);
         QVERIFY(LoadHistory(m_db.get(), 6)->isEmpty());
         QCOMPARE(counter(m_db.get(), "hsID"), 6);
@@ -311,8 +310,8 @@ private slots:
 
         // An empty line is kept, its date stored as null.
         rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
-        QVERIFY(SaveHistory(m_db.get(), *rs, {{QString(), QString()}}, prompter));
-        QCOMPARE(storedLines(m_db.get(), 6), (QList<HistoryLine>{{QString(), QString()}}));
+        QVERIFY(SaveHistory(m_db.get(), *rs, { { QString(), QString() } }, prompter));
+        QCOMPARE(storedLines(m_db.get(), 6), (QList<HistoryLine> { { QString(), QString() } }));
         QVERIFY(prompter.messages().isEmpty());
     }
 
@@ -332,7 +331,7 @@ private slots:
         auto rs = fileRecord(m_db.get(), QStringLiteral("plan.p21"));
         QVERIFY(rs);
         ScriptedPrompter prompter;
-        const QList<HistoryLine> lines{{QStringLiteral("2009-12-31"), QStringLiteral("ok")}, {date, note}};
+        const QList<HistoryLine> lines { { QStringLiteral("2009-12-31"), QStringLiteral("ok") }, { date, note } };
         QVERIFY(!SaveHistory(m_db.get(), *rs, lines, prompter));
         QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 0);
         reopen();
@@ -369,9 +368,9 @@ private slots:
         QVERIFY(!form->vs->isHidden());
         QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　1/3"));
         QVERIFY(slip->model()->item(0, 1)->font().bold());
-        const QStringList labels{QStringLiteral("分類"),         QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
-                                 QStringLiteral("キーワード"),   QStringLiteral("ファイル所在"), QStringLiteral("History"),
-                                 QStringLiteral("BackCo")};
+        const QStringList labels { QStringLiteral("分類"), QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
+            QStringLiteral("キーワード"), QStringLiteral("ファイル所在"), QStringLiteral("History"),
+            QStringLiteral("BackCo") };
         for (int r = 1; r <= 7; ++r)
             QCOMPARE(slip->cellText(r, 1), labels[r - 1]);
         QCOMPARE(slip->cellText(2), QStringLiteral("memo.txt"));
@@ -384,12 +383,13 @@ private slots:
         QCOMPARE(history->model()->item(0, 1)->text(), QStringLiteral("改訂履歴"));
         QCOMPARE(history->model()->item(1, 1)->text(), QStringLiteral("改訂日付"));
         QCOMPARE(history->model()->item(1, 2)->text(), QStringLiteral("記事"));
-        QCOMPARE(history->lines(), (QList<HistoryLine>{{QStringLiteral("2021-03-09"), QStringLiteral("初版")},
-                                                        {QStringLiteral("2022-05-01"), QStringLiteral("第2版")}}));
+        QCOMPARE(history->lines(),
+            (QList<HistoryLine> { { QStringLiteral("2021-03-09"), QStringLiteral("初版") },
+                { QStringLiteral("2022-05-01"), QStringLiteral("第2版") } }));
 
         // The text file is shown beside the slip, with the record display's buttons.
         QVERIFY(!form->mData->isHidden());
-        for (const char *key : {"BackTo", "Prev", "Next", "AddLine", "DelLine", "apri"})
+        for (const char *key : { "BackTo", "Prev", "Next", "AddLine", "DelLine", "apri" })
             QVERIFY2(form->toolbarKeys().contains(QString::fromLatin1(key)), key);
 
         // Opening another record rebuilds both grids: nothing of memo.txt stays.
@@ -544,7 +544,7 @@ private slots:
         QVERIFY(!form->HistoryDirty);
         jet::Database *db = form->catalog().db();
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
-        QCOMPARE(storedLines(db, 6), (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影")}}));
+        QCOMPARE(storedLines(db, 6), (QList<HistoryLine> { { QStringLiteral("2010-01-05"), QStringLiteral("撮影") } }));
 
         // Deleting: a press outside the lines asks for one; the question names line and date.
         openRow(*form, 2);
@@ -566,7 +566,7 @@ private slots:
         form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
         const auto question = prompter.lastMessage();
         QCOMPARE(question.text,
-                 QStringLiteral("1行目（改訂日付：2010-01-05）を削除します。　削除後は復活できません。　実行しますか？"));
+            QStringLiteral("1行目（改訂日付：2010-01-05）を削除します。　削除後は復活できません。　実行しますか？"));
         QCOMPARE(question.icon, Prompter::Icon::Question);
         QCOMPARE(question.buttons, Prompter::Buttons::YesNo);
         QCOMPARE(history->lineCount(), 0);
@@ -588,9 +588,9 @@ private slots:
         HistoryGrid *history = form->historyGrid();
         QTableView *vs = form->vs;
         form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
-        for (const char *date : {"2010/1/5", "2010-01-05 09:30", "２０１０年１月５日", "20100105", ""})
+        for (const char *date : { "2010/1/5", "2010-01-05 09:30", "２０１０年１月５日", "20100105", "" })
             QVERIFY2(isHistoryDateText(QString::fromUtf8(date)), date);
-        for (const char *date : {"2010-02-30", "昨日", "1/5/2010", "2010-01-05 25:00"})
+        for (const char *date : { "2010-02-30", "昨日", "1/5/2010", "2010-01-05 25:00" })
             QVERIFY2(!isHistoryDateText(QString::fromUtf8(date)), date);
 
         // Typed and committed in the cell: the cell keeps its former text, the user is told,
@@ -600,7 +600,8 @@ private slots:
         QCoreApplication::processEvents();
         QCOMPARE(prompter.messages().size(), 1);
         QCOMPARE(prompter.lastMessage().text,
-                 QStringLiteral("改訂日付「昨日」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。"));
+            QStringLiteral(
+                "改訂日付「昨日」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。"));
         QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
         QCOMPARE(history->lines().first().date, QString());
         QVERIFY(!form->HistoryDirty);
@@ -652,7 +653,7 @@ private slots:
         QVERIFY(form->LayoutState != 2);
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
         QCOMPARE(storedLines(db, 6),
-                 (QList<HistoryLine>{{QStringLiteral("2010-01-05"), QStringLiteral("撮影（晴天）")}}));
+            (QList<HistoryLine> { { QStringLiteral("2010-01-05"), QStringLiteral("撮影（晴天）") } }));
         QCOMPARE(prompter.messages().size(), 3);
     }
 
@@ -703,8 +704,8 @@ private slots:
         QVERIFY(form);
         form->show();
         openRow(*form, 2);
-        form->historyGrid()->showLines({{QStringLiteral("2010-01-05"), QStringLiteral("撮影")},
-                                        {QStringLiteral("2012-07-01"), QStringLiteral("再撮影（色調補正）")}});
+        form->historyGrid()->showLines({ { QStringLiteral("2010-01-05"), QStringLiteral("撮影") },
+            { QStringLiteral("2012-07-01"), QStringLiteral("再撮影（色調補正）") } });
         QCoreApplication::processEvents();
         const QImage shot = form->grab().toImage();
         QVERIFY(!shot.isNull());

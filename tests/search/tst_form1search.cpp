@@ -2,15 +2,6 @@
 // hold real files: toolbar clicks, typing into the search panel, the result list, narrowing by
 // a pick in Combo1, opening a row and coming back, and the messages through the scripted
 // prompter. Set TOLVANE_SCREENSHOT_DIR to keep a picture of the narrowed result list.
-#include "browser/resultlistmodel.h"
-#include "search/searchtexts.h"
-#include "search/ui/searchpanel.h"
-#include "searchcatalogue.h"
-#include "shell/modes.h"
-#include "shell/ui/form1.h"
-#include "../shell/form1harness.h"
-#include "support/scriptedprompter.h"
-
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
@@ -23,6 +14,15 @@
 #include <QToolBar>
 #include <QToolButton>
 
+#include "../shell/form1harness.h"
+#include "browser/resultlistmodel.h"
+#include "search/searchtexts.h"
+#include "search/ui/searchpanel.h"
+#include "searchcatalogue.h"
+#include "shell/modes.h"
+#include "shell/ui/form1.h"
+#include "support/scriptedprompter.h"
+
 using namespace tolvane;
 using namespace Qt::StringLiterals;
 using shell::Form1;
@@ -30,13 +30,12 @@ using tolvane::test::ScriptedPrompter;
 
 namespace {
 
-const QString kResultHint =
-    QStringLiteral(u"任意行クリックで、選択行ファイルから各個表示を開始します。\u3000ヘルプ：F1キー");
+const QString kResultHint
+    = QStringLiteral(u"任意行クリックで、選択行ファイルから各個表示を開始します。\u3000ヘルプ：F1キー");
 const QString kShimotsuki = QStringLiteral(u"霜月\u3000柊");
 const QString kMinase = QStringLiteral(u"水無瀬\u3000灯");
 
-struct Harness : test::Form1Harness
-{
+struct Harness : test::Form1Harness {
     QLineEdit *text1(int i) const { return w->findChild<QLineEdit *>(QStringLiteral("Text1(%1)").arg(i)); }
     QComboBox *combo1() const { return w->findChild<QComboBox *>(u"Combo1"_s); }
     browser::ResultListModel *fs() const { return qobject_cast<browser::ResultListModel *>(w->fs->model()); }
@@ -60,8 +59,7 @@ struct Harness : test::Form1Harness
 
 } // namespace
 
-class TestForm1Search : public QObject
-{
+class TestForm1Search : public QObject {
     Q_OBJECT
 
 private slots:
@@ -88,7 +86,7 @@ void TestForm1Search::initTestCase()
     m_docs = QDir::toNativeSeparators(m_dir.filePath(u"書類"_s));
     m_photos = QDir::toNativeSeparators(m_dir.filePath(u"写真"_s));
     QVERIFY(QDir().mkpath(m_docs) && QDir().mkpath(m_photos));
-    for (const QString &name : {u"O'Brien.txt"_s, u"a_c.txt"_s, u"memo.txt"_s, u"[draft].txt"_s}) {
+    for (const QString &name : { u"O'Brien.txt"_s, u"a_c.txt"_s, u"memo.txt"_s, u"[draft].txt"_s }) {
         QFile f(QDir(m_photos).filePath(name));
         QVERIFY(f.open(QIODevice::WriteOnly));
         f.write("sample text\n");
@@ -125,8 +123,9 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QTest::keyClicks(h.text1(0), u"%"_s);
     QVERIFY(h.click(u"DurSeek"_s));
     QVERIFY(h.prompter.calls().isEmpty());
-    QCOMPARE(h.listed(), (QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s, u"O'Brien.txt"_s,
-                                      u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s}));
+    QCOMPARE(h.listed(),
+        (QStringList { u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s, u"O'Brien.txt"_s, u"[draft].txt"_s,
+            u"a_c.txt"_s, u"memo.txt"_s }));
     QCOMPARE(h.w->ResultCount, 7);
     QCOMPARE(h.w->statusPanelText(2), kResultHint);
     QVERIFY(h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
@@ -139,7 +138,7 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     }
 
     h.pick(kShimotsuki);
-    QCOMPARE(h.listed(), (QStringList{u"O'Brien.txt"_s, u"a_c.txt"_s}));
+    QCOMPARE(h.listed(), (QStringList { u"O'Brien.txt"_s, u"a_c.txt"_s }));
     QCOMPARE(h.w->ResultCount, 2);
     QVERIFY(h.w->fs->isColumnHidden(5));
 
@@ -152,7 +151,7 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QVERIFY(!h.text1(0)->isVisible());
     QVERIFY(h.w->toolbarKeys().contains(u"BackTo"_s));
     QVERIFY(h.click(u"BackTo"_s));
-    QCOMPARE(h.listed(), (QStringList{u"O'Brien.txt"_s, u"a_c.txt"_s}));
+    QCOMPARE(h.listed(), (QStringList { u"O'Brien.txt"_s, u"a_c.txt"_s }));
     QCOMPARE(h.text1(0)->text(), u"%"_s);
     QVERIFY(h.text1(0)->isVisible());
     QVERIFY(h.combo1()->isVisible());
@@ -173,10 +172,10 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QCOMPARE(h.prompter.messages().size(), 1);
     QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
     QCOMPARE(h.prompter.lastMessage().text,
-             QStringLiteral(u"分類「霜月\u3000柊」で絞込みしましたが、該当ファイル情報はありません。\n"
-                            u"一覧表は一掃されますから、再度同一条件で検索してください。\n"
-                            u"フォルダ検索の場合は、二重検索しないよう無能化されていますから、"
-                            u"一旦別フォルダをクリックした後、戻って再度クリックしてください。"));
+        QStringLiteral(u"分類「霜月\u3000柊」で絞込みしましたが、該当ファイル情報はありません。\n"
+                       u"一覧表は一掃されますから、再度同一条件で検索してください。\n"
+                       u"フォルダ検索の場合は、二重検索しないよう無能化されていますから、"
+                       u"一旦別フォルダをクリックした後、戻って再度クリックしてください。"));
     QCOMPARE(h.fs()->rows(), 1);
     h.pick(search::kNoNarrowingItem);
     h.pick(kMinase);
@@ -215,7 +214,7 @@ void TestForm1Search::periodSearch()
     h.text1(1)->clear();
     QTest::keyClicks(h.text1(1), u"2009/12/31"_s);
     QVERIFY(h.click(u"DurSeek"_s));
-    QCOMPARE(h.listed(), (QStringList{u"plan_a.pdf"_s, u"O'Brien.txt"_s}));
+    QCOMPARE(h.listed(), (QStringList { u"plan_a.pdf"_s, u"O'Brien.txt"_s }));
     QCOMPARE(h.combo1()->x(), h.px(9600));
     QVERIFY(h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
 
@@ -228,7 +227,7 @@ void TestForm1Search::periodSearch()
     QCOMPARE(h.text1(0)->text(), u"2009/12/31"_s);
     QCOMPARE(h.text1(1)->text(), u"2009/12/31"_s);
     QVERIFY(h.text1(1)->isVisible());
-    QCOMPARE(h.listed(), (QStringList{u"plan_a.pdf"_s, u"O'Brien.txt"_s}));
+    QCOMPARE(h.listed(), (QStringList { u"plan_a.pdf"_s, u"O'Brien.txt"_s }));
 
     h.text1(0)->setText(u"2010/01/02"_s);
     QVERIFY(h.click(u"DurSeek"_s));
@@ -251,7 +250,7 @@ void TestForm1Search::classificationSearch()
     h.pick(kMinase);
     QCOMPARE(h.fs()->rows(), 1);
     QVERIFY(h.click(u"DurSeek"_s));
-    QCOMPARE(h.listed(), (QStringList{u"memo.txt"_s, u"plan_a.pdf"_s}));
+    QCOMPARE(h.listed(), (QStringList { u"memo.txt"_s, u"plan_a.pdf"_s }));
     QCOMPARE(h.combo1()->count(), 3);
     QVERIFY(h.prompter.calls().isEmpty());
 
@@ -269,7 +268,7 @@ void TestForm1Search::folderSearch()
     h.prompter.planFolder(m_photos);
     QVERIFY(h.click(u"DBsearch"_s));
     QCOMPARE(h.w->ModeNo, shell::Mode::FolderSearch);
-    QCOMPARE(h.listed(), (QStringList{u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s}));
+    QCOMPARE(h.listed(), (QStringList { u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s }));
     QCOMPARE(h.w->CurrentFolder, m_photos);
     QCOMPARE(h.combo1()->x(), h.px(3700));
     QVERIFY(h.combo1()->isVisible());
@@ -277,14 +276,14 @@ void TestForm1Search::folderSearch()
     QCOMPARE(h.w->statusPanelText(2), kResultHint);
 
     h.pick(kMinase);
-    QCOMPARE(h.listed(), QStringList{u"memo.txt"_s});
+    QCOMPARE(h.listed(), QStringList { u"memo.txt"_s });
 
     // A folder without registered files picked in the folder panel: one explanatory row.
     const QString other = QDir::toNativeSeparators(m_dir.path());
     h.w->RunFolderPanelSearch(other);
     QCOMPARE(h.fs()->rows(), 2);
     QCOMPARE(h.fs()->text(1, 1),
-             QStringLiteral(u"フォルダ：") + other + QStringLiteral(u"\u3000内のファイル情報は登録されていません。 "));
+        QStringLiteral(u"フォルダ：") + other + QStringLiteral(u"\u3000内のファイル情報は登録されていません。 "));
     h.w->RunFolderPanelSearch(m_docs);
     QCOMPARE(h.w->ResultCount, 4);
     QVERIFY(h.prompter.messages().isEmpty());
@@ -298,7 +297,7 @@ void TestForm1Search::emptyWord()
     QVERIFY(h.click(u"DurSeek"_s));
     QCOMPARE(h.prompter.messages().size(), 1);
     QCOMPARE(h.prompter.lastMessage().text,
-             QStringLiteral(u"検索語句を記入して下さい。\u3000ワイルドカードは「%」を使用してください。"));
+        QStringLiteral(u"検索語句を記入して下さい。\u3000ワイルドカードは「%」を使用してください。"));
     QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
     QCOMPARE(h.prompter.lastMessage().title, u"Almaren Tolvane"_s);
 
@@ -310,7 +309,7 @@ void TestForm1Search::emptyWord()
     h.text1(0)->clear();
     QTest::keyClicks(h.text1(0), u"[draft].txt"_s);
     QVERIFY(h.click(u"DurSeek"_s));
-    QCOMPARE(h.listed(), QStringList{u"[draft].txt"_s});
+    QCOMPARE(h.listed(), QStringList { u"[draft].txt"_s });
     QCOMPARE(h.combo1()->x(), h.px(7800));
 }
 

@@ -1,12 +1,11 @@
 // Period bounds typed the ways people type dates, and the ones that are not dates.
-#include "search/perioddate.h"
-
 #include <QTest>
+
+#include "search/perioddate.h"
 
 using namespace tolvane::search;
 
-class TestPeriodDate : public QObject
-{
+class TestPeriodDate : public QObject {
     Q_OBJECT
 
 private slots:
@@ -36,8 +35,7 @@ void TestPeriodDate::understood_data()
     QTest::newRow("full-width digits") << QStringLiteral(u"２００９／１２／３１") << dayStart << dayEnd;
     QTest::newRow("no leading zeros") << QStringLiteral("2010/1/5") << QDateTime(QDate(2010, 1, 5), QTime(0, 0))
                                       << QDateTime(QDate(2010, 1, 5), QTime(23, 59, 59, 999));
-    QTest::newRow("day first when the month cannot be one")
-        << QStringLiteral("31/12/2009") << dayStart << dayEnd;
+    QTest::newRow("day first when the month cannot be one") << QStringLiteral("31/12/2009") << dayStart << dayEnd;
     QTest::newRow("month first when both could be")
         << QStringLiteral("01/02/2010") << QDateTime(QDate(2010, 1, 2), QTime(0, 0))
         << QDateTime(QDate(2010, 1, 2), QTime(23, 59, 59, 999));

@@ -1,17 +1,16 @@
 // tolvane-cli search, the built program run on a real catalogue file: each kind of search,
 // narrowing, the zero-result and narrowing messages, and refused arguments.
-#include "search/searchtexts.h"
-#include "searchcatalogue.h"
-
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "search/searchtexts.h"
+#include "searchcatalogue.h"
+
 using namespace tolvane;
 using namespace Qt::StringLiterals;
 
-class TestSearchCommand : public QObject
-{
+class TestSearchCommand : public QObject {
     Q_OBJECT
 
 private slots:
@@ -24,8 +23,7 @@ private slots:
     void refused();
 
 private:
-    struct Run
-    {
+    struct Run {
         int exitCode = -1;
         QStringList lines;
         QString err;
@@ -39,7 +37,7 @@ private:
 TestSearchCommand::Run TestSearchCommand::run(const QStringList &args) const
 {
     QProcess p;
-    p.start(QStringLiteral(TOLVANE_CLI_PATH), QStringList{u"search"_s} + args);
+    p.start(QStringLiteral(TOLVANE_CLI_PATH), QStringList { u"search"_s } + args);
     Run r;
     if (!p.waitForFinished(60000))
         return r;
@@ -65,21 +63,21 @@ void TestSearchCommand::rows_data()
     QTest::addColumn<QStringList>("names");
 
     const QString minase = QStringLiteral(u"水無瀬\u3000灯");
-    QTest::newRow("keyword, trimmed") << QStringList{u"--keyword"_s, u" ab% "_s}
-                                      << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s};
-    QTest::newRow("period") << QStringList{u"--period"_s, u"2009/12/30"_s, u"12/31/2009"_s}
-                            << QStringList{u"report.doc"_s, u"plan_a.pdf"_s, u"O'Brien.txt"_s};
-    QTest::newRow("folder") << QStringList{u"--folder"_s, u"C:\\photos"_s}
-                            << QStringList{u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s};
-    QTest::newRow("narrowed, option first") << QStringList{u"--narrow"_s, minase, u"--class"_s, minase}
-                                            << QStringList{u"memo.txt"_s, u"plan_a.pdf"_s};
+    QTest::newRow("keyword, trimmed") << QStringList { u"--keyword"_s, u" ab% "_s }
+                                      << QStringList { u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s };
+    QTest::newRow("period") << QStringList { u"--period"_s, u"2009/12/30"_s, u"12/31/2009"_s }
+                            << QStringList { u"report.doc"_s, u"plan_a.pdf"_s, u"O'Brien.txt"_s };
+    QTest::newRow("folder") << QStringList { u"--folder"_s, u"C:\\photos"_s }
+                            << QStringList { u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s };
+    QTest::newRow("narrowed, option first") << QStringList { u"--narrow"_s, minase, u"--class"_s, minase }
+                                            << QStringList { u"memo.txt"_s, u"plan_a.pdf"_s };
 }
 
 void TestSearchCommand::rows()
 {
     QFETCH(QStringList, args);
     QFETCH(QStringList, names);
-    const Run r = run(QStringList{m_path} + args);
+    const Run r = run(QStringList { m_path } + args);
     QCOMPARE(r.exitCode, 0);
     QStringList got;
     for (const QString &line : r.lines) {
@@ -92,25 +90,25 @@ void TestSearchCommand::rows()
 
 void TestSearchCommand::fieldsOfARow()
 {
-    const Run r = run({m_path, u"--name"_s, u"report.doc"_s});
+    const Run r = run({ m_path, u"--name"_s, u"report.doc"_s });
     QCOMPARE(r.exitCode, 0);
-    QCOMPARE(r.lines, QStringList{QStringLiteral(u"朝霧\u3000凪\treport.doc\t2009-12-30\tabc\t1\t1\t&HFFFFC0")});
+    QCOMPARE(r.lines, QStringList { QStringLiteral(u"朝霧\u3000凪\treport.doc\t2009-12-30\tabc\t1\t1\t&HFFFFC0") });
     // Null fields print as nothing.
-    const Run nulls = run({m_path, u"--name"_s, u"scan.tif"_s});
-    QCOMPARE(nulls.lines, QStringList{u"\tscan.tif\t2010-02-01\t\t1\t0\t"_s});
+    const Run nulls = run({ m_path, u"--name"_s, u"scan.tif"_s });
+    QCOMPARE(nulls.lines, QStringList { u"\tscan.tif\t2010-02-01\t\t1\t0\t"_s });
 }
 
 void TestSearchCommand::messages()
 {
-    Run r = run({m_path, u"--keyword"_s, u"nothing"_s});
+    Run r = run({ m_path, u"--keyword"_s, u"nothing"_s });
     QCOMPARE(r.exitCode, 0);
-    QCOMPARE(r.lines, QStringList{search::kZeroResultMessage});
+    QCOMPARE(r.lines, QStringList { search::kZeroResultMessage });
 
-    r = run({m_path, u"--period"_s, u"2010/01/01"_s, u"2009/12/30"_s});
+    r = run({ m_path, u"--period"_s, u"2010/01/01"_s, u"2009/12/30"_s });
     QCOMPARE(r.exitCode, 0);
-    QCOMPARE(r.lines, QStringList{search::kZeroResultMessage});
+    QCOMPARE(r.lines, QStringList { search::kZeroResultMessage });
 
-    r = run({m_path, u"--keyword"_s, u"%"_s, u"--narrow"_s, u"O'Neil"_s});
+    r = run({ m_path, u"--keyword"_s, u"%"_s, u"--narrow"_s, u"O'Neil"_s });
     QCOMPARE(r.exitCode, 0);
     QCOMPARE(r.lines, search::narrowEmptyMessage(u"O'Neil"_s).split(QLatin1Char('\n')));
 }
@@ -118,14 +116,14 @@ void TestSearchCommand::messages()
 void TestSearchCommand::refused_data()
 {
     QTest::addColumn<QStringList>("args");
-    QTest::newRow("nothing") << QStringList{};
-    QTest::newRow("no search") << QStringList{u"@"_s};
-    QTest::newRow("two searches") << QStringList{u"@"_s, u"--name"_s, u"a"_s, u"--keyword"_s, u"b"_s};
-    QTest::newRow("period needs two dates") << QStringList{u"@"_s, u"--period"_s, u"2009/01/01"_s};
-    QTest::newRow("unknown option") << QStringList{u"@"_s, u"--colour"_s, u"red"_s};
-    QTest::newRow("not a date") << QStringList{u"@"_s, u"--period"_s, u"開始日付"_s, u"まで"_s};
-    QTest::newRow("empty word") << QStringList{u"@"_s, u"--keyword"_s, QString()};
-    QTest::newRow("no such catalogue") << QStringList{u"/nonexistent/x.mdb"_s, u"--name"_s, u"a"_s};
+    QTest::newRow("nothing") << QStringList {};
+    QTest::newRow("no search") << QStringList { u"@"_s };
+    QTest::newRow("two searches") << QStringList { u"@"_s, u"--name"_s, u"a"_s, u"--keyword"_s, u"b"_s };
+    QTest::newRow("period needs two dates") << QStringList { u"@"_s, u"--period"_s, u"2009/01/01"_s };
+    QTest::newRow("unknown option") << QStringList { u"@"_s, u"--colour"_s, u"red"_s };
+    QTest::newRow("not a date") << QStringList { u"@"_s, u"--period"_s, u"開始日付"_s, u"まで"_s };
+    QTest::newRow("empty word") << QStringList { u"@"_s, u"--keyword"_s, QString() };
+    QTest::newRow("no such catalogue") << QStringList { u"/nonexistent/x.mdb"_s, u"--name"_s, u"a"_s };
 }
 
 void TestSearchCommand::refused()

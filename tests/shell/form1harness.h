@@ -2,14 +2,14 @@
 // click as the user makes it (only on a button that is there, visible and enabled).
 #pragma once
 
-#include "shell/ui/form1.h"
-#include "support/scriptedprompter.h"
+#include <memory>
 
 #include <QApplication>
 #include <QTest>
 #include <QToolButton>
 
-#include <memory>
+#include "shell/ui/form1.h"
+#include "support/scriptedprompter.h"
 
 namespace tolvane::test {
 
@@ -19,18 +19,20 @@ inline bool clickTool(shell::Form1 &w, const QString &key)
     QToolButton *b = w.toolButton(key);
     if (!b || !b->isVisible() || !b->isEnabled()) {
         qWarning("toolbar button %s is not there to click (toolbar: %s)", qPrintable(key),
-                 qPrintable(w.toolbarKeys().join(QLatin1Char(' '))));
+            qPrintable(w.toolbarKeys().join(QLatin1Char(' '))));
         return false;
     }
     QTest::mouseClick(b, Qt::LeftButton);
     return true;
 }
 
-inline bool clickTool(shell::Form1 &w, const char *key) { return clickTool(w, QString::fromLatin1(key)); }
+inline bool clickTool(shell::Form1 &w, const char *key)
+{
+    return clickTool(w, QString::fromLatin1(key));
+}
 
 // Prompter first, window last: the window goes first, then the prompter checks its plan.
-struct Form1Harness
-{
+struct Form1Harness {
     ScriptedPrompter prompter;
     std::unique_ptr<shell::Form1> w;
 

@@ -1,69 +1,75 @@
 // The main window, offscreen, with every dialog answered by the scripted prompter: start-up,
 // the mode transitions driven by toolbar clicks and menu items, the catalogue commands on real
 // files, the status bar, the text size, help and the splitter.
+#include <QAction>
+#include <QApplication>
+#include <QDialog>
+#include <QFile>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTreeView>
+
 #include "catalog/creation.h"
 #include "catalog/schema.h"
+#include "form1harness.h"
 #include "platform/jet/database.h"
 #include "platform/jet/recordset.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "shell/ui/splitterhandle.h"
-#include "form1harness.h"
 #include "support/scriptedprompter.h"
-
-#include <QAction>
-#include <QApplication>
-#include <QLabel>
-#include <QMenu>
-#include <QPushButton>
-#include <QTimer>
-#include <QDialog>
-#include <QFile>
-#include <QStatusBar>
-#include <QTableView>
-#include <QTreeView>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QToolBar>
-#include <QToolButton>
 
 using namespace tolvane;
 using namespace tolvane::shell;
-using tolvane::test::ScriptedPrompter;
 using tolvane::test::clickTool;
+using tolvane::test::ScriptedPrompter;
 
 namespace {
 
-QString u(const char *s) { return QString::fromUtf8(s); }
+QString u(const char *s)
+{
+    return QString::fromUtf8(s);
+}
 const QString kTitle = QStringLiteral("Almaren Tolvane");
 const QString kNotCatalog = QString::fromUtf8("Tolvane 用データベースを選択してください。");
 
-QStringList split(const char *s) { return QString::fromLatin1(s).split(QLatin1Char(' '), Qt::SkipEmptyParts); }
-
-struct RecordingHelp : HelpLauncher
+QStringList split(const char *s)
 {
+    return QString::fromLatin1(s).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+struct RecordingHelp : HelpLauncher {
     bool showHelp(const QString &file, int contextId) override { return opened << qMakePair(file, contextId), true; }
     bool showText(const QString &file) override { return texts << file, true; }
     QList<QPair<QString, int>> opened;
     QStringList texts;
 };
 
-struct HelpHolder
-{
+struct HelpHolder {
     RecordingHelp help;
 };
 
 // The help launcher outlives the window.
-struct Harness : HelpHolder, test::Form1Harness
-{
-    Harness() : test::Form1Harness(&help) {}
+struct Harness : HelpHolder, test::Form1Harness {
+    Harness()
+        : test::Form1Harness(&help)
+    {
+    }
 };
 
 QStringList checkedSizes(Form1 &w)
 {
     QStringList on;
-    for (const char *n : {"m9", "m10", "m11", "m12", "m14", "m16"})
+    for (const char *n : { "m9", "m10", "m11", "m12", "m14", "m16" })
         if (w.menuItem(QString::fromLatin1(n))->isChecked())
             on << QString::fromLatin1(n);
     return on;
@@ -78,7 +84,7 @@ void dragSplitter(Form1 &w, const QPoint &globalTarget)
 
 bool catalogueMenusEnabled(Form1 &w)
 {
-    for (const char *n : {"mRec", "mSearch", "mBinder", "mOpt"})
+    for (const char *n : { "mRec", "mSearch", "mBinder", "mOpt" })
         if (!w.menuItem(QString::fromLatin1(n))->isEnabled())
             return false;
     return true;
@@ -86,8 +92,7 @@ bool catalogueMenusEnabled(Form1 &w)
 
 } // namespace
 
-class TestForm1 : public QObject
-{
+class TestForm1 : public QObject {
     Q_OBJECT
 
 private:
@@ -99,8 +104,8 @@ private:
     QString makeCatalogue(const QString &name = {})
     {
         const QString base = m_dir.filePath(name.isEmpty() ? QStringLiteral("cat%1").arg(++m_serial) : name);
-        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base) ||
-            !catalog::PutItemN(base))
+        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
+            || !catalog::PutItemN(base))
             return {};
         return base + QStringLiteral(".mdb");
     }
@@ -119,7 +124,7 @@ private:
         for (const auto &id : ids)
             if (!(*db)->deleteRow(catalog::kDbidTable, id))
                 return false;
-        return !value.isValid() || (*db)->insertRow(catalog::kDbidTable, {value}).isOk();
+        return !value.isValid() || (*db)->insertRow(catalog::kDbidTable, { value }).isOk();
     }
 
     bool openThroughToolbar(Harness &h, const QString &path)
@@ -136,7 +141,7 @@ private Q_SLOTS:
         QVERIFY(m_dir.isValid());
         m_folder = m_dir.filePath(QStringLiteral("書類"));
         QVERIFY(QDir().mkpath(m_folder));
-        for (const char *name : {"a.txt", "b.txt"}) {
+        for (const char *name : { "a.txt", "b.txt" }) {
             QFile f(QDir(m_folder).filePath(QString::fromLatin1(name)));
             QVERIFY(f.open(QIODevice::WriteOnly));
             f.write("text\n");
@@ -155,13 +160,14 @@ private Q_SLOTS:
         QVERIFY(w.HelpFile.endsWith(QStringLiteral("/TolvaneHelp.chm")));
         QCOMPARE(w.statusPanelCount(), 2);
         QCOMPARE(w.statusPanelText(1), u("スタートモード"));
-        QCOMPARE(w.statusPanelText(2), u("これから行う作業を、ボタン又はメニューから選択してください。　　ヘルプ：F1キー"));
+        QCOMPARE(
+            w.statusPanelText(2), u("これから行う作業を、ボタン又はメニューから選択してください。　　ヘルプ：F1キー"));
         QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
         QVERIFY(w.menuItem(QStringLiteral("mFileDBCreate"))->isEnabled());
-        for (const char *n : {"mRec", "mSearch", "mBinder", "mOpt"})
+        for (const char *n : { "mRec", "mSearch", "mBinder", "mOpt" })
             QVERIFY2(!w.menuItem(QString::fromLatin1(n))->isEnabled(), n);
         QCOMPARE(w.TextFontSize, 10);
-        QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m10")});
+        QCOMPARE(checkedSizes(w), QStringList { QStringLiteral("m10") });
         QVERIFY(!w.catalog().isOpen());
         QVERIFY(h.prompter.calls().isEmpty());
     }
@@ -169,17 +175,17 @@ private Q_SLOTS:
     void menusCarryTheirCaptions()
     {
         Harness h;
-        const QList<QPair<const char *, const char *>> items{
-            {"mFile", "ファイル"}, {"mFileDBOpen", "データベースを開く"}, {"mFileDBCreate", "データベース新規作成"},
-            {"mFileQuit", "終了"}, {"mRec", "登録"}, {"mRecFile", "登録"}, {"mSearch", "各種検索"},
-            {"mSearch1", "フォルダ検索"}, {"mSearch2", "ファイル名検索"}, {"mSearch3", "分類検索"},
-            {"mSearch4", "期間検索"}, {"mSearch5", "キーワード検索"}, {"mSearch7", "バインダ閲覧"},
-            {"mBinder", "バインダ"}, {"mBinderFolder", "バインダ作成"}, {"mBinderDel", "バインダ削除"},
-            {"mBinderRename", "バインダ名変更"}, {"mSort2", "バインダ並べ替え"},
-            {"mSort3", "バインダ内ファイル並べ替え"}, {"mSort4", "バインダ内ファイル取り外し"},
-            {"mOpt", "オプション"}, {"mAidCombo", "分類・コンボボックス項目編集"}, {"mOptSize", "文字サイズ"},
-            {"m9", "9"}, {"m16", "16"}, {"mOptCol", "Column"}, {"mHelp", "ヘルプ"}, {"mHelpHelp", "ヘルプ"},
-            {"mHelpReadMe", "ReadMe"}, {"mHelpVer", "バージョン情報"}};
+        const QList<QPair<const char *, const char *>> items { { "mFile", "ファイル" },
+            { "mFileDBOpen", "データベースを開く" }, { "mFileDBCreate", "データベース新規作成" },
+            { "mFileQuit", "終了" }, { "mRec", "登録" }, { "mRecFile", "登録" }, { "mSearch", "各種検索" },
+            { "mSearch1", "フォルダ検索" }, { "mSearch2", "ファイル名検索" }, { "mSearch3", "分類検索" },
+            { "mSearch4", "期間検索" }, { "mSearch5", "キーワード検索" }, { "mSearch7", "バインダ閲覧" },
+            { "mBinder", "バインダ" }, { "mBinderFolder", "バインダ作成" }, { "mBinderDel", "バインダ削除" },
+            { "mBinderRename", "バインダ名変更" }, { "mSort2", "バインダ並べ替え" },
+            { "mSort3", "バインダ内ファイル並べ替え" }, { "mSort4", "バインダ内ファイル取り外し" },
+            { "mOpt", "オプション" }, { "mAidCombo", "分類・コンボボックス項目編集" }, { "mOptSize", "文字サイズ" },
+            { "m9", "9" }, { "m16", "16" }, { "mOptCol", "Column" }, { "mHelp", "ヘルプ" }, { "mHelpHelp", "ヘルプ" },
+            { "mHelpReadMe", "ReadMe" }, { "mHelpVer", "バージョン情報" } };
         for (const auto &[name, caption] : items) {
             QAction *a = h.w->menuItem(QString::fromLatin1(name));
             QVERIFY2(a, name);
@@ -207,7 +213,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("caption");
         QTest::addColumn<QString>("toolTip");
         QTest::addColumn<bool>("enabled");
-        QTest::newRow("start: no catalogue") << false << "StartShowFile" << u("DB不使用") << u("DBを使用せず、単にファイル内容を表示") << true;
+        QTest::newRow("start: no catalogue")
+            << false << "StartShowFile" << u("DB不使用") << u("DBを使用せず、単にファイル内容を表示") << true;
         QTest::newRow("start: open") << false << "DBopen" << u("DBオープン") << u("データベースをオープン") << true;
         QTest::newRow("db: back") << false << "BackToStart" << u("　　戻る　　") << u("スタートモードに戻る") << true;
         QTest::newRow("db: register") << false << "DBrec" << u("DB登録") << u("ファイル情報をDBに登録") << true;
@@ -245,7 +252,7 @@ private Q_SLOTS:
     void transitions_data()
     {
         QTest::addColumn<bool>("withCatalogue");
-        QTest::addColumn<QStringList>("steps");   // toolbar keys; "m:<item>" menu item; "open"; "viewer"
+        QTest::addColumn<QStringList>("steps"); // toolbar keys; "m:<item>" menu item; "open"; "viewer"
         QTest::addColumn<QStringList>("folders"); // answers of the folder dialog: "" cancel, "dir" the test folder
         QTest::addColumn<QStringList>("toolbar"); // empty: not checked
         QTest::addColumn<int>("modeNo");
@@ -264,21 +271,23 @@ private Q_SLOTS:
 
         QTest::newRow("start -> file show") << false << split("StartShowFile") << QStringList() << fileShow << 1
                                             << u("ファイル表示モード") << 1 << 10019;
-        QTest::newRow("file show -> back to start") << false << split("StartShowFile BackToStart") << QStringList() << start
-                                                    << 1 << startText << 0 << 10019;
-        QTest::newRow("file show, folder dialog cancelled") << false << split("StartShowFile View") << QStringList{QString()}
-                                                            << fileShow << 1 << u("ファイル表示モード") << 1 << 10019;
-        QTest::newRow("file show, viewer, back") << false << split("StartShowFile viewer BackTo") << QStringList() << fileShow
-                                                 << 1 << u("ファイル表示モード") << 1 << 10019;
-        QTest::newRow("open") << true << split("open") << QStringList() << dbUse << 0 << u("DB使用モード") << 11 << 10038;
-        QTest::newRow("open keeps ModeNo") << true << split("StartShowFile BackToStart open") << QStringList() << dbUse << 1
-                                           << u("DB使用モード") << 11 << 10038;
-        QTest::newRow("db -> back to start") << true << split("open BackToStart") << QStringList() << start << 0 << startText
-                                             << 0 << 10038;
-        QTest::newRow("db -> search menu") << true << split("open Search") << QStringList() << menu << 0
-                                           << u("各種検索モード") << 4 << 10038;
-        QTest::newRow("search menu -> db") << true << split("open Search Back2DB") << QStringList() << dbUse << 0
-                                           << u("DB使用モード") << 11 << 10038;
+        QTest::newRow("file show -> back to start")
+            << false << split("StartShowFile BackToStart") << QStringList() << start << 1 << startText << 0 << 10019;
+        QTest::newRow("file show, folder dialog cancelled")
+            << false << split("StartShowFile View") << QStringList { QString() } << fileShow << 1
+            << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("file show, viewer, back") << false << split("StartShowFile viewer BackTo") << QStringList()
+                                                 << fileShow << 1 << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("open") << true << split("open") << QStringList() << dbUse << 0 << u("DB使用モード") << 11
+                              << 10038;
+        QTest::newRow("open keeps ModeNo") << true << split("StartShowFile BackToStart open") << QStringList() << dbUse
+                                           << 1 << u("DB使用モード") << 11 << 10038;
+        QTest::newRow("db -> back to start")
+            << true << split("open BackToStart") << QStringList() << start << 0 << startText << 0 << 10038;
+        QTest::newRow("db -> search menu")
+            << true << split("open Search") << QStringList() << menu << 0 << u("各種検索モード") << 4 << 10038;
+        QTest::newRow("search menu -> db")
+            << true << split("open Search Back2DB") << QStringList() << dbUse << 0 << u("DB使用モード") << 11 << 10038;
         QTest::newRow("file-name search") << true << split("open Search DBFiles") << QStringList() << seek << 10
                                           << u("ファイル検索モード") << 6 << 10022;
         QTest::newRow("class search") << true << split("open Search DBClass") << QStringList() << seek << 7
@@ -287,35 +296,39 @@ private Q_SLOTS:
                                        << u("期間検索モード") << 8 << 10007;
         QTest::newRow("keyword search") << true << split("open Search DBKeyword") << QStringList() << seek << 8
                                         << u("キーワード検索モード") << 9 << 10008;
-        QTest::newRow("search -> back to search menu") << true << split("open Search DBKeyword BackToSearch") << QStringList()
-                                                       << menu << 0 << u("各種検索モード") << 4 << 10008;
-        QTest::newRow("keyword record -> back to list") << true << split("open Search DBKeyword viewer BackTo") << QStringList()
-                                                        << seek << 8 << u("キーワード検索モード") << 51 << 10008;
-        QTest::newRow("folder search cancelled") << true << split("open Search DBsearch") << QStringList{QString()} << menu
-                                                 << 3 << u("フォルダ検索モード") << 5 << 10038;
-        QTest::newRow("folder search") << true << split("open Search DBsearch") << QStringList{QStringLiteral("dir")} << list
-                                       << 3 << u("フォルダ検索モード") << -1 << 10005;
-        QTest::newRow("folder record -> back to list") << true << split("open Search DBsearch viewer BackTo")
-                                                       << QStringList{QStringLiteral("dir")} << list << 3
-                                                       << u("フォルダ検索モード") << 51 << 10005;
+        QTest::newRow("search -> back to search menu")
+            << true << split("open Search DBKeyword BackToSearch") << QStringList() << menu << 0 << u("各種検索モード")
+            << 4 << 10008;
+        QTest::newRow("keyword record -> back to list")
+            << true << split("open Search DBKeyword viewer BackTo") << QStringList() << seek << 8
+            << u("キーワード検索モード") << 51 << 10008;
+        QTest::newRow("folder search cancelled") << true << split("open Search DBsearch") << QStringList { QString() }
+                                                 << menu << 3 << u("フォルダ検索モード") << 5 << 10038;
+        QTest::newRow("folder search") << true << split("open Search DBsearch") << QStringList { QStringLiteral("dir") }
+                                       << list << 3 << u("フォルダ検索モード") << -1 << 10005;
+        QTest::newRow("folder record -> back to list")
+            << true << split("open Search DBsearch viewer BackTo") << QStringList { QStringLiteral("dir") } << list << 3
+            << u("フォルダ検索モード") << 51 << 10005;
         QTest::newRow("binder browse") << true << split("open Search BDRsearch") << QStringList() << binder << 5
                                        << u("バインダ閲覧モード") << 106 << 10010;
-        QTest::newRow("db register, folder chosen") << true << split("open DBrec") << QStringList{QStringLiteral("dir")}
-                                                    << QStringList() << 2 << u("DB登録モード") << -1 << 10019;
-        QTest::newRow("db register, cancelled") << true << split("open DBrec") << QStringList{QString()} << dbUse << 2
-                                                << u("DB登録モード") << 1 << 10019;
-        QTest::newRow("menu: record") << true << split("open m:mRecFile") << QStringList() << split("ph1 BackToINI DBrec") << 2
-                                      << u("登録モード") << 2 << 10018;
-        QTest::newRow("record -> back to start") << true << split("open m:mRecFile BackToINI") << QStringList() << fileShow
-                                                 << 0 << startText << 0 << 10018;
-        QTest::newRow("record, viewer, back") << true << split("open m:mRecFile viewer BackTo") << QStringList() << dbUse << 2
-                                              << u("ファイル表示モード") << 1 << 10019;
-        QTest::newRow("menu: file-name search") << true << split("open m:mSearch2") << QStringList() << seek << 10
-                                                << u("ファイル検索モード") << 6 << 10022;
-        QTest::newRow("menu: period search") << true << split("open m:mSearch4") << QStringList() << seek << 6
-                                             << u("期間検索モード") << 8 << 10007;
-        QTest::newRow("menu: binder browse") << true << split("open m:mSearch7") << QStringList() << split("ph1 BackToINI up down del reg")
-                                             << 5 << u("バインダ閲覧モード") << 106 << 10010;
+        QTest::newRow("db register, folder chosen")
+            << true << split("open DBrec") << QStringList { QStringLiteral("dir") } << QStringList() << 2
+            << u("DB登録モード") << -1 << 10019;
+        QTest::newRow("db register, cancelled") << true << split("open DBrec") << QStringList { QString() } << dbUse
+                                                << 2 << u("DB登録モード") << 1 << 10019;
+        QTest::newRow("menu: record") << true << split("open m:mRecFile") << QStringList()
+                                      << split("ph1 BackToINI DBrec") << 2 << u("登録モード") << 2 << 10018;
+        QTest::newRow("record -> back to start")
+            << true << split("open m:mRecFile BackToINI") << QStringList() << fileShow << 0 << startText << 0 << 10018;
+        QTest::newRow("record, viewer, back") << true << split("open m:mRecFile viewer BackTo") << QStringList()
+                                              << dbUse << 2 << u("ファイル表示モード") << 1 << 10019;
+        QTest::newRow("menu: file-name search")
+            << true << split("open m:mSearch2") << QStringList() << seek << 10 << u("ファイル検索モード") << 6 << 10022;
+        QTest::newRow("menu: period search")
+            << true << split("open m:mSearch4") << QStringList() << seek << 6 << u("期間検索モード") << 8 << 10007;
+        QTest::newRow("menu: binder browse")
+            << true << split("open m:mSearch7") << QStringList() << split("ph1 BackToINI up down del reg") << 5
+            << u("バインダ閲覧モード") << 106 << 10010;
         QTest::newRow("menu: binder create") << true << split("open m:mBinderFolder") << QStringList() << binder << 0
                                              << u("バインダ作成モード") << 101 << 10014;
         QTest::newRow("menu: binder delete") << true << split("open m:mBinderDel") << QStringList() << binder << 0
@@ -324,8 +337,8 @@ private Q_SLOTS:
                                              << u("バインダ名変更モード") << 103 << 10024;
         QTest::newRow("menu: binder order") << true << split("open m:mSort2") << QStringList() << binder << 0
                                             << u("バインダ並べ替えモード") << 104 << 10017;
-        QTest::newRow("binder maintenance -> back") << true << split("open m:mSort2 BackToINI") << QStringList() << fileShow
-                                                    << 0 << startText << 0 << 10017;
+        QTest::newRow("binder maintenance -> back")
+            << true << split("open m:mSort2 BackToINI") << QStringList() << fileShow << 0 << startText << 0 << 10017;
         QTest::newRow("menu: file order") << true << split("open m:mSort3") << QStringList() << binder << 5
                                           << u("ファイル並べ替えモード") << 100 << 10016;
         QTest::newRow("menu: detach") << true << split("open m:mSort4") << QStringList() << binder << 5
@@ -416,8 +429,9 @@ private Q_SLOTS:
         const auto &done = h.prompter.lastMessage();
         QCOMPARE(done.title, kTitle);
         QCOMPARE(done.icon, Prompter::Icon::Information);
-        QCOMPARE(done.text, base + u(".mdb が使えるようになりました。") + QStringLiteral("\r\n") +
-                                u("DBオープンボタンで使用開始します。"));
+        QCOMPARE(done.text,
+            base + u(".mdb が使えるようになりました。") + QStringLiteral("\r\n")
+                + u("DBオープンボタンで使用開始します。"));
         QVERIFY(QFileInfo::exists(base + QStringLiteral(".mdb")));
         QCOMPARE(w.catalog().CatalogPath, base);
         QCOMPARE(w.catalog().CatalogName, QFileInfo(base).fileName());
@@ -503,8 +517,8 @@ private Q_SLOTS:
             f.write("This is not a database, just some words.\n");
         } else if (kind == QStringLiteral("noDbid")) {
             path = m_dir.filePath(QStringLiteral("other%1.mdb").arg(++m_serial));
-            QVERIFY(jet::Database::create(path, {{QStringLiteral("Things"),
-                                                  {{QStringLiteral("id"), jet::ColumnType::Long, 0}}}}));
+            QVERIFY(jet::Database::create(
+                path, { { QStringLiteral("Things"), { { QStringLiteral("id"), jet::ColumnType::Long, 0 } } } }));
         } else {
             path = makeCatalogue();
             QVERIFY(setDbid(path, kind == QStringLiteral("dbid5") ? QVariant(5) : QVariant()));
@@ -606,10 +620,10 @@ private Q_SLOTS:
     {
         Harness h;
         Form1 &w = *h.w;
-        for (int size : {12, 9}) {
+        for (int size : { 12, 9 }) {
             w.menuItem(QStringLiteral("m%1").arg(size))->trigger();
             QCOMPARE(w.TextFontSize, size);
-            QCOMPARE(checkedSizes(w), QStringList{QStringLiteral("m%1").arg(size)});
+            QCOMPARE(checkedSizes(w), QStringList { QStringLiteral("m%1").arg(size) });
         }
     }
 
@@ -676,7 +690,7 @@ private Q_SLOTS:
         w.menuItem(QStringLiteral("mSearch2"))->trigger();
         QCOMPARE(w.LayoutState, int(Layout::SearchPanel));
         // The result list spans the frame, less the margins, whatever the window's width.
-        for (int width : {900, 1300}) {
+        for (int width : { 900, 1300 }) {
             w.resize(width, 700);
             QCoreApplication::processEvents();
             QCOMPARE(w.fs->width(), w.area()->width() - w.twipsToPixels(200));

@@ -1,7 +1,6 @@
 // The real dialogs behind the Prompter, answered the way a user would: the message box's
 // buttons, the save dialog's extension, the folder dialog and its cancel.
-#include "shell/browseforfolder.h"
-#include "shell/ui/qtprompter.h"
+#include <functional>
 
 #include <QApplication>
 #include <QDialogButtonBox>
@@ -14,7 +13,8 @@
 #include <QTest>
 #include <QTimer>
 
-#include <functional>
+#include "shell/browseforfolder.h"
+#include "shell/ui/qtprompter.h"
 
 using namespace tolvane;
 using namespace tolvane::shell;
@@ -22,8 +22,7 @@ using namespace tolvane::shell;
 namespace {
 
 // Runs act on the next modal dialog of type T once it is up.
-template <class T>
-void whenModal(std::function<void(T *)> act)
+template <class T> void whenModal(std::function<void(T *)> act)
 {
     auto *timer = new QTimer;
     timer->setInterval(10);
@@ -48,8 +47,7 @@ void typeAndAccept(QFileDialog *dlg, const QString &name)
 
 } // namespace
 
-class TestQtPrompter : public QObject
-{
+class TestQtPrompter : public QObject {
     Q_OBJECT
 
 private:
@@ -84,8 +82,8 @@ private Q_SLOTS:
             seenIcon = box->icon();
             box->button(QMessageBox::StandardButton(press))->click();
         });
-        const auto got = prompter.message({QStringLiteral("Almaren Tolvane"), QString::fromUtf8("確認　します"),
-                                           Prompter::Icon::Question, Prompter::Buttons(buttons)});
+        const auto got = prompter.message({ QStringLiteral("Almaren Tolvane"), QString::fromUtf8("確認　します"),
+            Prompter::Icon::Question, Prompter::Buttons(buttons) });
         QCOMPARE(int(got), answer);
         QCOMPARE(seenTitle, QStringLiteral("Almaren Tolvane"));
         QCOMPARE(seenText, QString::fromUtf8("確認　します"));
@@ -112,8 +110,8 @@ private Q_SLOTS:
         }
         QtPrompter prompter;
         whenModal<QFileDialog>([&](QFileDialog *dlg) { typeAndAccept(dlg, typed); });
-        const QString got = prompter.saveFile(QString::fromUtf8("データベース新規作成"),
-                                              QStringLiteral("Database (*.mdb)"), m_dir.path());
+        const QString got = prompter.saveFile(
+            QString::fromUtf8("データベース新規作成"), QStringLiteral("Database (*.mdb)"), m_dir.path());
         QCOMPARE(QFileInfo(got).fileName(), expected);
         QCOMPARE(QFileInfo(got).absolutePath(), QFileInfo(m_dir.path()).absoluteFilePath());
     }
@@ -125,11 +123,11 @@ private Q_SLOTS:
         QtPrompter prompter;
         whenModal<QFileDialog>([&](QFileDialog *dlg) { typeAndAccept(dlg, sub); });
         QCOMPARE(BrowseForFolder(prompter, QString::fromUtf8("フォルダを指定してください"), m_dir.path()),
-                 QDir::toNativeSeparators(sub));
+            QDir::toNativeSeparators(sub));
 
         whenModal<QFileDialog>([](QFileDialog *dlg) { dlg->reject(); });
         QCOMPARE(BrowseForFolder(prompter, QString::fromUtf8("フォルダを指定してください"), m_dir.path()),
-                 QStringLiteral("Canceled"));
+            QStringLiteral("Canceled"));
     }
 
     void suffixOfAFilter()

@@ -1,9 +1,9 @@
 // The button sets whose rows depend on the mode, the viewer kind and the catalogue kind, and
 // the status codes that write only some panels.
+#include <QTest>
+
 #include "shell/modes.h"
 #include "shell/toolbarlayouts.h"
-
-#include <QTest>
 
 using namespace tolvane::shell;
 
@@ -32,8 +32,7 @@ QStringList split(const char *s)
 
 } // namespace
 
-class TestToolbarLayouts : public QObject
-{
+class TestToolbarLayouts : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -48,21 +47,27 @@ private Q_SLOTS:
         QTest::addColumn<bool>("rec2BinderEnabled");
         QTest::addColumn<bool>("fullTextVisible");
 
-        QTest::newRow("folder file, application") << 1 << 1 << 1 << false
-            << split("ph1 BackTo Prev Next ph2 apri WordSeek FullTextSearch Rec2Binder") << "up" << false << true;
-        QTest::newRow("registration, picture") << 2 << 2 << 1 << false
+        QTest::newRow("folder file, application")
+            << 1 << 1 << 1 << false << split("ph1 BackTo Prev Next ph2 apri WordSeek FullTextSearch Rec2Binder") << "up"
+            << false << true;
+        QTest::newRow("registration, picture")
+            << 2 << 2 << 1 << false
             << split("ph1 BackTo RecAll Prev Next ph2 left90 right90 enlarge size excel FullTextSearch Rec2Binder")
             << "arw6lt" << false << true;
         QTest::newRow("search record, multi-page") << 3 << 8 << 2 << false
-            << split("ph1 BackTo Prev Next ph2 AddLine DelLine left90 right90 enlarge size Gprev Gnext FullTextSearch Rec2Binder")
-            << "arw6lt" << true << false;
-        QTest::newRow("binder record, drawing") << 4 << 5 << 2 << false
+                                                   << split("ph1 BackTo Prev Next ph2 AddLine DelLine left90 right90 "
+                                                            "enlarge size Gprev Gnext FullTextSearch Rec2Binder")
+                                                   << "arw6lt" << true << false;
+        QTest::newRow("binder record, drawing")
+            << 4 << 5 << 2 << false
             << split("ph1 BackTo Prev Next ph2 AddLine DelLine enlarge size sxf BackColor FullTextSearch Rec2Binder")
             << "arw6lt" << false << false;
-        QTest::newRow("archive search record, none") << 0 << 3 << 2 << true
-            << split("ph1 BackTo Prev Next ph2 AddLine DelLine FullTextSearch Rec2Binder") << "arw6lt" << false << false;
-        QTest::newRow("search record in list layout") << 0 << 10 << 0 << false
-            << split("ph1 BackTo Prev Next ph2 AddLine DelLine FullTextSearch Rec2Binder") << "arw6lt" << true << true;
+        QTest::newRow("archive search record, none")
+            << 0 << 3 << 2 << true << split("ph1 BackTo Prev Next ph2 AddLine DelLine FullTextSearch Rec2Binder")
+            << "arw6lt" << false << false;
+        QTest::newRow("search record in list layout")
+            << 0 << 10 << 0 << false << split("ph1 BackTo Prev Next ph2 AddLine DelLine FullTextSearch Rec2Binder")
+            << "arw6lt" << true << true;
     }
 
     void viewerLayout()
@@ -90,7 +95,7 @@ private Q_SLOTS:
     void registeringIsDisabledInAnArchive()
     {
         // The start-up and viewer layouts are checked in the main window; the record layout here.
-        for (bool archive : {false, true})
+        for (bool archive : { false, true })
             QCOMPARE(find(RecordLayout(archive), QStringLiteral("DBrec"))->enabled, !archive);
     }
 
@@ -104,7 +109,7 @@ private Q_SLOTS:
         QTest::newRow("binder files") << 5 << split("ph1 BackToSearch FullTextSearchDB") << 0 << QString();
         QTest::newRow("period") << 6 << split("ph1 BackToSearch ph2 DurSeek FullTextSearchDB") << 4800
                                 << QString::fromUtf8("左のコンボボックス条件で検索");
-        for (int mode : {7, 8, 10})
+        for (int mode : { 7, 8, 10 })
             QTest::addRow("mode %d", mode) << mode << split("ph1 BackToSearch ph2 DurSeek FullTextSearchDB") << 3400
                                            << QString::fromUtf8("左の条件で検索開始");
     }
@@ -126,14 +131,15 @@ private Q_SLOTS:
     void binderListNamesItsDeleteButtonByOperation()
     {
         QCOMPARE(find(BinderListLayout(BinderOp::Delete), QStringLiteral("del"))->caption, QString::fromUtf8("削除"));
-        QCOMPARE(find(BinderListLayout(BinderOp::Detach), QStringLiteral("del"))->caption, QString::fromUtf8("取り外し"));
+        QCOMPARE(
+            find(BinderListLayout(BinderOp::Detach), QStringLiteral("del"))->caption, QString::fromUtf8("取り外し"));
     }
 
     void everyPictureKeyIsKnown()
     {
         const QStringList known = toolbarImageKeys();
-        QList<ToolbarLayout> all{StartLayout(), FileShowLayout(), DBUseLayout(false), RecordLayout(false),
-                                 SearchMenuLayout(), SearchListLayout(6), BinderListLayout(2)};
+        QList<ToolbarLayout> all { StartLayout(), FileShowLayout(), DBUseLayout(false), RecordLayout(false),
+            SearchMenuLayout(), SearchListLayout(6), BinderListLayout(2) };
         for (int kind = 0; kind <= 4; ++kind)
             all << ViewerLayout(kind, 8, 2, false) << ViewerLayout(kind, 2, 1, false);
         for (const auto &l : all)
@@ -144,7 +150,7 @@ private Q_SLOTS:
     void hintsWriteOnlyPanel2()
     {
         // Code 54, the three-panel form and unknown codes are checked in the main window.
-        for (int code : {51, 52, 53}) {
+        for (int code : { 51, 52, 53 }) {
             const auto t = statusTexts(code);
             QVERIFY(t && t->panel2 && !t->panel1 && !t->threePanels);
         }

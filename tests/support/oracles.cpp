@@ -13,8 +13,7 @@ namespace tolvane::test {
 
 namespace {
 
-struct Run
-{
+struct Run {
     bool started = false;
     int exitCode = -1;
     QByteArray out;
@@ -128,7 +127,7 @@ QList<QStringList> splitExport(const QString &text)
 
 OracleResult jetCheck(const QString &path, bool noLeaks)
 {
-    QStringList args{QStringLiteral(TOLVANE_SHARED_DIR "/tools/jet-check"), path, QStringLiteral("--quiet")};
+    QStringList args { QStringLiteral(TOLVANE_SHARED_DIR "/tools/jet-check"), path, QStringLiteral("--quiet") };
     if (noLeaks)
         args << QStringLiteral("--no-leaks");
     const Run r = runTool(QStringLiteral("python3"), args);
@@ -142,7 +141,7 @@ OracleResult jetCheck(const QString &path, bool noLeaks)
 
 bool mdbToolsAvailable()
 {
-    for (const char *tool : {"mdb-tables", "mdb-count", "mdb-export", "mdb-schema"}) {
+    for (const char *tool : { "mdb-tables", "mdb-count", "mdb-export", "mdb-schema" }) {
         if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
             return false;
     }
@@ -151,7 +150,7 @@ bool mdbToolsAvailable()
 
 QStringList mdbTables(const QString &path)
 {
-    const Run r = runTool(QStringLiteral("mdb-tables"), {QStringLiteral("-1"), path});
+    const Run r = runTool(QStringLiteral("mdb-tables"), { QStringLiteral("-1"), path });
     if (!r.started || r.exitCode != 0)
         return {};
     QStringList names;
@@ -165,7 +164,7 @@ QStringList mdbTables(const QString &path)
 
 qint64 mdbCount(const QString &path, const QString &table)
 {
-    const Run r = runTool(QStringLiteral("mdb-count"), {path, table});
+    const Run r = runTool(QStringLiteral("mdb-count"), { path, table });
     if (!r.started || r.exitCode != 0)
         return -1;
     bool ok = false;
@@ -176,13 +175,9 @@ qint64 mdbCount(const QString &path, const QString &table)
 ExportResult mdbExportResult(const QString &path, const QString &table)
 {
     ExportResult result;
-    const QStringList args{QStringLiteral("-H"),
-                           QStringLiteral("-d"), QString(kFieldSep),
-                           QStringLiteral("-R"), QString(kRowSep),
-                           QStringLiteral("-q"), QString(kQuote),
-                           QStringLiteral("-D"), QStringLiteral("%Y-%m-%d %H:%M:%S"),
-                           QStringLiteral("-T"), QStringLiteral("%Y-%m-%d %H:%M:%S"),
-                           path, table};
+    const QStringList args { QStringLiteral("-H"), QStringLiteral("-d"), QString(kFieldSep), QStringLiteral("-R"),
+        QString(kRowSep), QStringLiteral("-q"), QString(kQuote), QStringLiteral("-D"),
+        QStringLiteral("%Y-%m-%d %H:%M:%S"), QStringLiteral("-T"), QStringLiteral("%Y-%m-%d %H:%M:%S"), path, table };
     const Run r = runTool(QStringLiteral("mdb-export"), args);
     if (!r.started || r.exitCode != 0) {
         result.error = r.started ? QString::fromUtf8(r.err).trimmed() : QStringLiteral("mdb-export not found");
@@ -201,8 +196,8 @@ QList<QStringList> mdbExport(const QString &path, const QString &table)
 QList<QPair<QString, QString>> mdbColumns(const QString &path, const QString &table)
 {
     const Run r = runTool(QStringLiteral("mdb-schema"),
-                          {QStringLiteral("-T"), table, QStringLiteral("--no-indexes"),
-                           QStringLiteral("--no-relations"), QStringLiteral("--no-not-null"), path});
+        { QStringLiteral("-T"), table, QStringLiteral("--no-indexes"), QStringLiteral("--no-relations"),
+            QStringLiteral("--no-not-null"), path });
     if (!r.started || r.exitCode != 0)
         return {};
     QList<QPair<QString, QString>> columns;
@@ -219,7 +214,7 @@ QList<QPair<QString, QString>> mdbColumns(const QString &path, const QString &ta
             break;
         const QRegularExpressionMatch m = columnLine.match(line);
         if (m.hasMatch())
-            columns.append({m.captured(1), m.captured(2)});
+            columns.append({ m.captured(1), m.captured(2) });
     }
     return columns;
 }
@@ -228,22 +223,25 @@ QJsonObject mdbReaderDump(const QString &path)
 {
     const QString dir = nodeDir();
     if (!QFileInfo::exists(dir + QStringLiteral("/node_modules/mdb-reader/package.json"))) {
-        const QString message = QStringLiteral("mdb-reader is not installed: run `npm ci` in %1").arg(QDir::toNativeSeparators(dir));
+        const QString message
+            = QStringLiteral("mdb-reader is not installed: run `npm ci` in %1").arg(QDir::toNativeSeparators(dir));
         QTest::qFail(qPrintable(message), __FILE__, __LINE__);
-        return QJsonObject{{QStringLiteral("error"), message}};
+        return QJsonObject { { QStringLiteral("error"), message } };
     }
-    const Run r = runTool(QStringLiteral("node"), {dir + QStringLiteral("/dump.mjs"), QFileInfo(path).absoluteFilePath()}, dir);
+    const Run r = runTool(
+        QStringLiteral("node"), { dir + QStringLiteral("/dump.mjs"), QFileInfo(path).absoluteFilePath() }, dir);
     if (!r.started) {
         const QString message = QStringLiteral("node could not be started; mdb-reader needs node 18 or later");
         QTest::qFail(qPrintable(message), __FILE__, __LINE__);
-        return QJsonObject{{QStringLiteral("error"), message}};
+        return QJsonObject { { QStringLiteral("error"), message } };
     }
     if (r.exitCode != 0)
-        return QJsonObject{{QStringLiteral("error"), QString::fromUtf8(r.err).trimmed()}};
+        return QJsonObject { { QStringLiteral("error"), QString::fromUtf8(r.err).trimmed() } };
     QJsonParseError parseError;
     const QJsonDocument doc = QJsonDocument::fromJson(r.out, &parseError);
     if (parseError.error != QJsonParseError::NoError || !doc.isObject())
-        return QJsonObject{{QStringLiteral("error"), QStringLiteral("unreadable dump: ") + parseError.errorString()}};
+        return QJsonObject { { QStringLiteral("error"),
+            QStringLiteral("unreadable dump: ") + parseError.errorString() } };
     return doc.object();
 }
 

@@ -10,8 +10,7 @@
 
 namespace tolvane::test {
 
-struct OracleResult
-{
+struct OracleResult {
     bool ok = false;
     QString output; // stdout and stderr of the tool
 };
@@ -34,8 +33,7 @@ qint64 mdbCount(const QString &path, const QString &table);
 // prints an empty text like a null, so "" also comes back as a null QString.
 // Empty on failure; use mdbExportResult to tell failure from an empty table.
 QList<QStringList> mdbExport(const QString &path, const QString &table);
-struct ExportResult
-{
+struct ExportResult {
     bool ok = false;
     QString error;
     QList<QStringList> rows;

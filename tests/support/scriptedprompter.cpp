@@ -10,7 +10,7 @@ ScriptedPrompter::~ScriptedPrompter()
         QTest::qFail(qPrintable(QStringLiteral("ScriptedPrompter: %1 planned answer(s) unused, first: %2")
                                     .arg(m_plan.size())
                                     .arg(m_plan.first().kind)),
-                     __FILE__, __LINE__);
+            __FILE__, __LINE__);
 }
 
 QList<ScriptedPrompter::Call> ScriptedPrompter::messages() const
@@ -43,14 +43,16 @@ QVariant ScriptedPrompter::take(const QString &kind, const Call &call)
     }
     if (kind == QLatin1String("message") && m_autoAck && call.buttons == Buttons::Ok)
         return int(Answer::Ok);
-    QTest::qFail(qPrintable(QStringLiteral("ScriptedPrompter: unexpected %1 \"%2\": %3").arg(kind, call.title, call.text)),
-                 __FILE__, __LINE__);
+    QTest::qFail(
+        qPrintable(QStringLiteral("ScriptedPrompter: unexpected %1 \"%2\": %3").arg(kind, call.title, call.text)),
+        __FILE__, __LINE__);
     return {};
 }
 
 Prompter::Answer ScriptedPrompter::message(const Message &msg)
 {
-    const QVariant v = take(QStringLiteral("message"), {QStringLiteral("message"), msg.title, msg.text, msg.icon, msg.buttons});
+    const QVariant v
+        = take(QStringLiteral("message"), { QStringLiteral("message"), msg.title, msg.text, msg.icon, msg.buttons });
     if (!v.isValid())
         return msg.buttons == Buttons::YesNo || msg.buttons == Buttons::YesNoCancel ? Answer::No : Answer::Cancel;
     return Answer(v.toInt());
@@ -58,28 +60,28 @@ Prompter::Answer ScriptedPrompter::message(const Message &msg)
 
 QString ScriptedPrompter::openFile(const QString &title, const QString &filter, const QString &)
 {
-    return take(QStringLiteral("openFile"), {QStringLiteral("openFile"), title, filter}).toString();
+    return take(QStringLiteral("openFile"), { QStringLiteral("openFile"), title, filter }).toString();
 }
 
 QString ScriptedPrompter::saveFile(const QString &title, const QString &filter, const QString &)
 {
-    return take(QStringLiteral("saveFile"), {QStringLiteral("saveFile"), title, filter}).toString();
+    return take(QStringLiteral("saveFile"), { QStringLiteral("saveFile"), title, filter }).toString();
 }
 
 QString ScriptedPrompter::folder(const QString &title, const QString &)
 {
-    return take(QStringLiteral("folder"), {QStringLiteral("folder"), title, {}}).toString();
+    return take(QStringLiteral("folder"), { QStringLiteral("folder"), title, {} }).toString();
 }
 
 QColor ScriptedPrompter::color(const QString &title, const QColor &)
 {
-    const QVariant v = take(QStringLiteral("color"), {QStringLiteral("color"), title, {}});
+    const QVariant v = take(QStringLiteral("color"), { QStringLiteral("color"), title, {} });
     return v.isValid() ? v.value<QColor>() : QColor();
 }
 
 QString ScriptedPrompter::text(const QString &title, const QString &label, const QString &, bool *ok)
 {
-    const QVariant v = take(QStringLiteral("text"), {QStringLiteral("text"), title, label});
+    const QVariant v = take(QStringLiteral("text"), { QStringLiteral("text"), title, label });
     if (ok)
         *ok = v.isValid();
     return v.toString();
@@ -87,7 +89,7 @@ QString ScriptedPrompter::text(const QString &title, const QString &label, const
 
 int ScriptedPrompter::number(const QString &title, const QString &label, int initial, int, int, bool *ok)
 {
-    const QVariant v = take(QStringLiteral("number"), {QStringLiteral("number"), title, label});
+    const QVariant v = take(QStringLiteral("number"), { QStringLiteral("number"), title, label });
     if (ok)
         *ok = v.isValid();
     return v.isValid() ? v.toInt() : initial;

@@ -2,21 +2,19 @@
 // order. An unplanned prompt, or a planned answer left unused at destruction, fails the test.
 #pragma once
 
-#include "platform/prompter.h"
-
 #include <QList>
 #include <QVariant>
 
+#include "platform/prompter.h"
+
 namespace tolvane::test {
 
-class ScriptedPrompter : public Prompter
-{
+class ScriptedPrompter : public Prompter {
 public:
-    struct Call
-    {
+    struct Call {
         QString kind; // "message", "openFile", "saveFile", "folder", "color", "text", "number"
         QString title;
-        QString text;  // message text, filter or label
+        QString text; // message text, filter or label
         Icon icon = Icon::None;
         Buttons buttons = Buttons::Ok;
     };
@@ -24,13 +22,19 @@ public:
     ~ScriptedPrompter() override;
 
     // Plans: each answers the next prompt of that kind, in order of planning.
-    void planAnswer(Answer a) { m_plan.append({QStringLiteral("message"), QVariant::fromValue(int(a))}); }
-    void planOpenFile(const QString &path) { m_plan.append({QStringLiteral("openFile"), path}); }
-    void planSaveFile(const QString &path) { m_plan.append({QStringLiteral("saveFile"), path}); }
-    void planFolder(const QString &path) { m_plan.append({QStringLiteral("folder"), path}); }
-    void planColor(const QColor &c) { m_plan.append({QStringLiteral("color"), c}); }
-    void planText(const QString &t, bool ok = true) { m_plan.append({QStringLiteral("text"), ok ? QVariant(t) : QVariant()}); }
-    void planNumber(int n, bool ok = true) { m_plan.append({QStringLiteral("number"), ok ? QVariant(n) : QVariant()}); }
+    void planAnswer(Answer a) { m_plan.append({ QStringLiteral("message"), QVariant::fromValue(int(a)) }); }
+    void planOpenFile(const QString &path) { m_plan.append({ QStringLiteral("openFile"), path }); }
+    void planSaveFile(const QString &path) { m_plan.append({ QStringLiteral("saveFile"), path }); }
+    void planFolder(const QString &path) { m_plan.append({ QStringLiteral("folder"), path }); }
+    void planColor(const QColor &c) { m_plan.append({ QStringLiteral("color"), c }); }
+    void planText(const QString &t, bool ok = true)
+    {
+        m_plan.append({ QStringLiteral("text"), ok ? QVariant(t) : QVariant() });
+    }
+    void planNumber(int n, bool ok = true)
+    {
+        m_plan.append({ QStringLiteral("number"), ok ? QVariant(n) : QVariant() });
+    }
 
     const QList<Call> &calls() const { return m_calls; }
     // Messages only, for the usual assertions.
@@ -51,8 +55,7 @@ public:
 
 private:
     QVariant take(const QString &kind, const Call &call);
-    struct Planned
-    {
+    struct Planned {
         QString kind;
         QVariant value;
     };

@@ -1,7 +1,5 @@
 // Text of the user's files: encodings of plain text files written by the test, rich text with
 // formatting and Japanese, malformed rich text, and PDF text.
-#include "platform/textextract.h"
-
 #include <QFile>
 #include <QPainter>
 #include <QPdfWriter>
@@ -12,13 +10,16 @@
 #include <QTextBlock>
 #include <QTextDocument>
 
+#include "platform/textextract.h"
+
 using namespace tolvane;
 
 Q_DECLARE_METATYPE(tolvane::TextEncoding)
 
 namespace {
 
-const QString kJapanese = QStringLiteral("日本語のテキストです。\r\n文字化けしないこと：漢字、ひらがな、カタカナ、半角ｶﾅ、①②。\r\n");
+const QString kJapanese
+    = QStringLiteral("日本語のテキストです。\r\n文字化けしないこと：漢字、ひらがな、カタカナ、半角ｶﾅ、①②。\r\n");
 
 QByteArray encode(const char *codec, const QString &text)
 {
@@ -50,8 +51,7 @@ QTextCharFormat formatAt(const QTextDocument &doc, const QString &needle)
 
 } // namespace
 
-class TestTextExtract : public QObject
-{
+class TestTextExtract : public QObject {
     Q_OBJECT
 
 private:
@@ -88,17 +88,17 @@ private slots:
                                               << QStringLiteral("plain text file\r\n") << TextEncoding::Utf16LE;
         QTest::newRow("ascii") << QByteArray("just ascii\n") << QStringLiteral("just ascii\n") << TextEncoding::Ascii;
         // Short texts are where the candidates are easiest to confuse.
-        QTest::newRow("short euc hiragana") << encode("EUC-JP", QStringLiteral("あいう")) << QStringLiteral("あいう")
-                                            << TextEncoding::EucJp;
-        QTest::newRow("short sjis kanji") << encode("windows-31j", QStringLiteral("漢字")) << QStringLiteral("漢字")
-                                          << TextEncoding::ShiftJis;
-        QTest::newRow("sjis with 0x5c trail byte")
-            << encode("windows-31j", QStringLiteral("表示ソフト")) << QStringLiteral("表示ソフト") << TextEncoding::ShiftJis;
+        QTest::newRow("short euc hiragana")
+            << encode("EUC-JP", QStringLiteral("あいう")) << QStringLiteral("あいう") << TextEncoding::EucJp;
+        QTest::newRow("short sjis kanji")
+            << encode("windows-31j", QStringLiteral("漢字")) << QStringLiteral("漢字") << TextEncoding::ShiftJis;
+        QTest::newRow("sjis with 0x5c trail byte") << encode("windows-31j", QStringLiteral("表示ソフト"))
+                                                   << QStringLiteral("表示ソフト") << TextEncoding::ShiftJis;
         QTest::newRow("euc half-width kana") << encode("EUC-JP", QStringLiteral("ﾃｷｽﾄとテキスト"))
                                              << QStringLiteral("ﾃｷｽﾄとテキスト") << TextEncoding::EucJp;
         QTest::newRow("utf-8 cut inside the last character")
-            << kJapanese.toUtf8() + QStringLiteral("終").toUtf8().left(2) << kJapanese + QChar(QChar::ReplacementCharacter)
-            << TextEncoding::Utf8;
+            << kJapanese.toUtf8() + QStringLiteral("終").toUtf8().left(2)
+            << kJapanese + QChar(QChar::ReplacementCharacter) << TextEncoding::Utf8;
         QTest::newRow("latin-1") << QByteArray("caf\xE9 cr\xE8me\n") << QStringLiteral("café crème\n")
                                  << TextEncoding::Latin1;
     }
@@ -129,11 +129,13 @@ private slots:
         QTextDocument doc;
         readRtf(rtf, &doc);
         const QString plain = doc.toPlainText();
-        QVERIFY2(plain.startsWith(QStringLiteral("Hello bold and italic and under, red and big.\n")), qPrintable(plain));
-        QVERIFY2(plain.contains(QStringLiteral("Second\u2028line\ttab été\n")) || plain.contains(QStringLiteral("Second\nline\ttab été\n")),
-                 qPrintable(plain));
+        QVERIFY2(
+            plain.startsWith(QStringLiteral("Hello bold and italic and under, red and big.\n")), qPrintable(plain));
+        QVERIFY2(plain.contains(QStringLiteral("Second\u2028line\ttab été\n"))
+                || plain.contains(QStringLiteral("Second\nline\ttab été\n")),
+            qPrintable(plain));
         QVERIFY2(plain.contains(QStringLiteral("Café {braces} \\ end")), qPrintable(plain));
-        for (const char *hidden : {"Hidden", "Writer", "Normal Style", "0123", "Helvetica"})
+        for (const char *hidden : { "Hidden", "Writer", "Normal Style", "0123", "Helvetica" })
             QVERIFY2(!plain.contains(QLatin1String(hidden)), hidden);
 
         QCOMPARE(formatAt(doc, QStringLiteral("bold")).fontWeight(), int(QFont::Bold));
@@ -151,16 +153,20 @@ private slots:
     {
         // A Japanese font (charset 128) decides the code page even in a Western document.
         const QByteArray rtf = "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\fnil\\fcharset0 Arial;}"
-                               "{\\f1\\fnil\\fcharset128 " + cp932Escaped(QStringLiteral("ＭＳ 明朝")) + ";}}"
-                               "\\f1 " + cp932Escaped(QStringLiteral("日本語の文書")) + "\\par"
-                               // 表 is 0x95 0x5C: its trail byte may be written as an escaped backslash.
-                               "\\'95\\\\\\'8e\\'a6\\par"
-                               "\\f0 caf\\'e9\\par}";
+                               "{\\f1\\fnil\\fcharset128 "
+            + cp932Escaped(QStringLiteral("ＭＳ 明朝"))
+            + ";}}"
+              "\\f1 "
+            + cp932Escaped(QStringLiteral("日本語の文書"))
+            + "\\par"
+              // 表 is 0x95 0x5C: its trail byte may be written as an escaped backslash.
+              "\\'95\\\\\\'8e\\'a6\\par"
+              "\\f0 caf\\'e9\\par}";
         QCOMPARE(rtfToPlainText(rtf), QStringLiteral("日本語の文書\n表示\ncafé\n"));
 
         // No font charset: the document's code page 932 applies.
         QCOMPARE(rtfToPlainText("{\\rtf1\\ansi\\ansicpg932 " + cp932Escaped(QStringLiteral("管理票")) + "}"),
-                 QStringLiteral("管理票"));
+            QStringLiteral("管理票"));
     }
 
     void rtfUnicode()
@@ -186,11 +192,11 @@ private slots:
                                         << QStringLiteral("abc");
         QTest::newRow("binary overrun") << QByteArray("{\\rtf1 abc\\bin999999 xyz}") << QStringLiteral("abc");
         QTest::newRow("deep nesting") << QByteArray("{\\rtf1 ") + QByteArray(100000, '{') + "deep"
-                                             + QByteArray(100000, '}') + "}"
-                                      << QStringLiteral("deep");
+                + QByteArray(100000, '}')
+                + "}" << QStringLiteral("deep");
         QTest::newRow("long word") << QByteArray("{\\rtf1 \\") + QByteArray(5000, 'a') + " abc}" << QString();
-        QTest::newRow("colour index out of range") << QByteArray("{\\rtf1{\\colortbl;\\red1;}\\cf99 abc\\cf-5 d}")
-                                                   << QStringLiteral("abc");
+        QTest::newRow("colour index out of range")
+            << QByteArray("{\\rtf1{\\colortbl;\\red1;}\\cf99 abc\\cf-5 d}") << QStringLiteral("abc");
         QTest::newRow("font table without end") << QByteArray("{\\rtf1{\\fonttbl{\\f0\\fcharset128 x") << QString();
         QTest::newRow("not rtf at all") << QByteArray("\x00\xff\x81\x40{{}}\\\\'", 12) << QString();
     }
@@ -207,10 +213,9 @@ private slots:
     void rtfRandomInput()
     {
         // Random sequences of rich text tokens and bytes: the reader must get through all of them.
-        static const char *const tokens[] = {"{", "}", "\\par ", "\\'82", "\\'a0", "\\u-3", "\\uc5", "\\*", "\\fonttbl",
-                                             "\\colortbl", "\\red300", ";", "\\f1", "\\fcharset128", "\\bin3 ",
-                                             "\\b", "\\fs-4", "\\cf2", "abc", "\xff", "\\", "\\pict", "\\u",
-                                             "\\'", "\\uc0", " ", "\\line", "\\tab", "\\~"};
+        static const char *const tokens[] = { "{", "}", "\\par ", "\\'82", "\\'a0", "\\u-3", "\\uc5", "\\*",
+            "\\fonttbl", "\\colortbl", "\\red300", ";", "\\f1", "\\fcharset128", "\\bin3 ", "\\b", "\\fs-4", "\\cf2",
+            "abc", "\xff", "\\", "\\pict", "\\u", "\\'", "\\uc0", " ", "\\line", "\\tab", "\\~" };
         QRandomGenerator rng(4711);
         for (int round = 0; round < 500; ++round) {
             QByteArray rtf = "{\\rtf1\\ansi\\ansicpg932 ";
@@ -246,11 +251,11 @@ private slots:
         // Progress counts the pages; a stop request ends the extraction without a text.
         QList<QPair<int, int>> reports;
         text = extractor.extract(path, [&reports](int done, int total) {
-            reports.append({done, total});
+            reports.append({ done, total });
             return done < 1;
         });
         QCOMPARE(text.status().code(), Status::Code::Cancelled);
-        QCOMPARE(reports, (QList<QPair<int, int>>{{0, 2}, {1, 2}}));
+        QCOMPARE(reports, (QList<QPair<int, int>> { { 0, 2 }, { 1, 2 } }));
     }
 
     void otherFormats()

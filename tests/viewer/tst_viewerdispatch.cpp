@@ -1,17 +1,16 @@
 // Which presentation, viewer buttons and application route a file name gets, the notices, and
 // the panel selector.
+#include <QTest>
+
 #include "viewer/dispatch.h"
 #include "viewer/notices.h"
-
-#include <QTest>
 
 using namespace tolvane::viewer;
 
 Q_DECLARE_METATYPE(tolvane::viewer::Presentation)
 Q_DECLARE_METATYPE(tolvane::viewer::AppRoute)
 
-class TestViewerDispatch : public QObject
-{
+class TestViewerDispatch : public QObject {
     Q_OBJECT
 
 private slots:
@@ -115,7 +114,7 @@ private slots:
     void refusalMessageKeepsTheExtensionsCase()
     {
         QCOMPARE(appRefusalMessage(QStringLiteral("IMG.JPG")),
-                 QStringLiteral("JPG　ー＞アプリケーションソフトを起動できません。"));
+            QStringLiteral("JPG　ー＞アプリケーションソフトを起動できません。"));
     }
 
     void notices()
@@ -123,25 +122,26 @@ private slots:
         const QString name = QStringLiteral("橋梁一般図.p21");
         const QStringList drawing = noticeText(kNoticeDrawing, name).split(QStringLiteral("\r\n"));
         QCOMPARE(drawing.size(), 7);
-        QCOMPARE(drawing.mid(0, 3), (QStringList{QString(), QString(), QString()}));
+        QCOMPARE(drawing.mid(0, 3), (QStringList { QString(), QString(), QString() }));
         QCOMPARE(drawing[3], QStringLiteral(" 橋梁一般図.p21"));
         QCOMPARE(drawing[4], QString());
-        QCOMPARE(drawing[5], QStringLiteral("p21、sfc　形式図面を表示するには「図面表示」ボタンをクリックしてください。　"));
+        QCOMPARE(
+            drawing[5], QStringLiteral("p21、sfc　形式図面を表示するには「図面表示」ボタンをクリックしてください。　"));
         QCOMPARE(drawing[6], QStringLiteral("ファイルサイズが大きい場合、表示には時間がかかります。"));
 
         QCOMPARE(noticeText(kNoticeUnsupported, QStringLiteral("photo.Jpg")),
-                 QStringLiteral("\r\n\r\n\r\n photo.Jpg\r\n\r\n表示できないファイル形式です。"));
+            QStringLiteral("\r\n\r\n\r\n photo.Jpg\r\n\r\n表示できないファイル形式です。"));
         QCOMPARE(noticeText(3, name), QString());
     }
 
     void panels()
     {
         QCOMPARE(panelPlanFor(2).front, kPictureView);
-        QCOMPARE(panelPlanFor(2).hidden, QStringList{kTextView});
+        QCOMPARE(panelPlanFor(2).hidden, QStringList { kTextView });
         QCOMPARE(panelPlanFor(4).front, kTextView);
-        QCOMPARE(panelPlanFor(4).hidden, QStringList{kPictureView});
+        QCOMPARE(panelPlanFor(4).hidden, QStringList { kPictureView });
         QCOMPARE(panelPlanFor(11).front, kResultList);
-        QCOMPARE(panelPlanFor(11).hidden, (QStringList{kPictureView, kFileList}));
+        QCOMPARE(panelPlanFor(11).hidden, (QStringList { kPictureView, kFileList }));
         QCOMPARE(panelPlanFor(10).front, kFileList);
         QVERIFY(panelPlanFor(0).known);
         QVERIFY(panelPlanFor(0).front.isEmpty());

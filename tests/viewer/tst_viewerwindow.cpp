@@ -1,13 +1,9 @@
 // The viewer in the real main window (offscreen): which control comes to the front for each
 // kind of file, what it shows, the viewer buttons and when they are rebuilt, the text size of
 // file text and notices, and the "apri" command.
-#include "shell/toolbarlayouts.h"
-#include "shell/ui/form1.h"
-#include "support/scriptedprompter.h"
-#include "viewer/ui/pictureview.h"
+#include <array>
 
 #include <QAction>
-#include <array>
 #include <QFile>
 #include <QImage>
 #include <QStringEncoder>
@@ -16,6 +12,11 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextEdit>
+
+#include "shell/toolbarlayouts.h"
+#include "shell/ui/form1.h"
+#include "support/scriptedprompter.h"
+#include "viewer/ui/pictureview.h"
 
 using namespace tolvane;
 using tolvane::shell::Form1;
@@ -51,9 +52,9 @@ QByteArray multiPageTiff(const QList<int> &greys, int width = 40, int height = 3
         const qint64 ifd = out.size();
         for (int i = 0; i < 4; ++i)
             out[patch + i] = char((ifd >> (8 * i)) & 0xFF);
-        const QList<std::array<qint64, 3>> entries{{256, 4, width},  {257, 4, height}, {258, 3, 8},
-                                                   {259, 3, 1},      {262, 3, 1},      {273, 4, data},
-                                                   {277, 3, 1},      {278, 4, height}, {279, 4, width * height}};
+        const QList<std::array<qint64, 3>> entries { { 256, 4, width }, { 257, 4, height }, { 258, 3, 8 },
+            { 259, 3, 1 }, { 262, 3, 1 }, { 273, 4, data }, { 277, 3, 1 }, { 278, 4, height },
+            { 279, 4, width * height } };
         u16(int(entries.size()));
         for (const auto &e : entries) {
             u16(int(e[0]));
@@ -74,8 +75,7 @@ QByteArray multiPageTiff(const QList<int> &greys, int width = 40, int height = 3
 
 } // namespace
 
-class TestViewerWindow : public QObject
-{
+class TestViewerWindow : public QObject {
     Q_OBJECT
 
 private:
@@ -120,13 +120,15 @@ private slots:
         writePicture(QStringLiteral("photo2.jpg"), "JPG", Qt::darkRed);
         writePicture(QStringLiteral("scan.TIF"), "TIFF");
         writeBytes(QStringLiteral("broken.jpg"), QByteArray("\xFF\xD8\xFF\xE0 this is not a picture", 26));
-        writeBytes(QStringLiteral("memo.txt"), QStringEncoder("windows-31j").encode(QStringLiteral("管理票のメモです。\r\n二行目")));
-        writeBytes(QStringLiteral("letter.rtf"), "{\\rtf1\\ansi\\ansicpg932{\\fonttbl{\\f0\\fcharset128 x;}}\\f0\\fs20 "
-                                                 "\\'93\\'fa\\'96\\'7b\\par\\b bold\\b0\\par}");
+        writeBytes(QStringLiteral("memo.txt"),
+            QStringEncoder("windows-31j").encode(QStringLiteral("管理票のメモです。\r\n二行目")));
+        writeBytes(QStringLiteral("letter.rtf"),
+            "{\\rtf1\\ansi\\ansicpg932{\\fonttbl{\\f0\\fcharset128 x;}}\\f0\\fs20 "
+            "\\'93\\'fa\\'96\\'7b\\par\\b bold\\b0\\par}");
         writeBytes(QStringLiteral("bridge.p21"), "ISO-10303-21;");
         writeBytes(QStringLiteral("photo.Jpg"), "whatever");
         writeBytes(QStringLiteral("README"), "read me");
-        writeBytes(QStringLiteral("scan3.tiff"), multiPageTiff({30, 120, 220}));
+        writeBytes(QStringLiteral("scan3.tiff"), multiPageTiff({ 30, 120, 220 }));
     }
 
     void init()
@@ -174,7 +176,7 @@ private slots:
 
         show(QStringLiteral("photo.Jpg")); // unknown: no viewer buttons
         QCOMPARE(m_form->ViewerToolbarKind, 0);
-        for (const QString &key : {QStringLiteral("apri"), QStringLiteral("excel"), QStringLiteral("sxf")})
+        for (const QString &key : { QStringLiteral("apri"), QStringLiteral("excel"), QStringLiteral("sxf") })
             QVERIFY(!m_form->toolbarKeys().contains(key));
         show(QStringLiteral("memo.txt")); // and back to "apri"
         QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("apri")));
@@ -196,7 +198,7 @@ private slots:
         QVERIFY(!m_form->toolAction(QStringLiteral("Gprev"))->isEnabled());
         QVERIFY(!m_form->toolAction(QStringLiteral("Gnext"))->isEnabled());
         QCOMPARE(m_form->statusPanelText(2),
-                 QStringLiteral("「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー　　"));
+            QStringLiteral("「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー　　"));
     }
 
     void multiPageTiffPaging()
@@ -292,7 +294,7 @@ private slots:
             return true;
         };
         m_form->CurrentFolder = folder();
-        for (const char *name : {"memo.txt", "report.pdf", "book.xlsx", "letter.doc"}) {
+        for (const char *name : { "memo.txt", "report.pdf", "book.xlsx", "letter.doc" }) {
             m_form->CurrentFileName = QString::fromLatin1(name);
             m_form->OpenInApplication();
         }

@@ -1,10 +1,10 @@
 #include "viewer/ui/picturedisplay.h"
 
+#include <QDir>
+
 #include "platform/apptitle.h"
 #include "viewer/picturefile.h"
 #include "viewer/ui/pictureview.h"
-
-#include <QDir>
 
 namespace tolvane::viewer {
 

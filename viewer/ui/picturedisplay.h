@@ -2,9 +2,9 @@
 // (DispPicTIF), with the load-failure message. GUI thread only.
 #pragma once
 
-#include "platform/prompter.h"
-
 #include <QString>
+
+#include "platform/prompter.h"
 
 namespace tolvane::viewer {
 

@@ -1,12 +1,13 @@
 #include "viewer/ui/pictureview.h"
 
-#include "viewer/dispatch.h"
-
 #include <QPainter>
+
+#include "viewer/dispatch.h"
 
 namespace tolvane::viewer {
 
-PictureView::PictureView(QWidget *parent) : QWidget(parent)
+PictureView::PictureView(QWidget *parent)
+    : QWidget(parent)
 {
     setObjectName(kPictureView);
     setAttribute(Qt::WA_OpaquePaintEvent);

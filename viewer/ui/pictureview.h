@@ -8,8 +8,7 @@
 
 namespace tolvane::viewer {
 
-class PictureView : public QWidget
-{
+class PictureView : public QWidget {
     Q_OBJECT
 public:
     explicit PictureView(QWidget *parent = nullptr);

@@ -1,9 +1,5 @@
 #include "viewer/ui/textdisplay.h"
 
-#include "platform/apptitle.h"
-#include "platform/textextract.h"
-#include "viewer/notices.h"
-
 #include <QFile>
 #include <QFileInfo>
 #include <QProgressDialog>
@@ -11,6 +7,10 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextEdit>
+
+#include "platform/apptitle.h"
+#include "platform/textextract.h"
+#include "viewer/notices.h"
 
 namespace tolvane::viewer {
 

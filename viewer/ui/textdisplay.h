@@ -3,9 +3,9 @@
 // and the fixed notices. GUI thread only.
 #pragma once
 
-#include "platform/status.h"
-
 #include <QString>
+
+#include "platform/status.h"
 
 class QTextEdit;
 

@@ -2,11 +2,11 @@
 // (docs/jet4-engine.md). Header-only; pure functions.
 #pragma once
 
-#include <QByteArray>
-#include <QtGlobal>
-
 #include <cstring>
 #include <utility>
+
+#include <QByteArray>
+#include <QtGlobal>
 
 namespace tolvane::jet::internal {
 
@@ -23,21 +23,36 @@ constexpr int kDataRowTable = 14;
 constexpr int kMaxRowsPerPage = 255;
 constexpr int kMaxRowSize = 4060;
 constexpr quint16 kRowOffsetMask = 0x1FFF;
-constexpr quint16 kRowDeleted = 0x8000;  // deleted, or the target of an overflow pointer
+constexpr quint16 kRowDeleted = 0x8000; // deleted, or the target of an overflow pointer
 constexpr quint16 kRowOverflow = 0x4000; // the row holds a pointer to its data
 
 // Usage-map pages referenced from a reference map: 4-byte header, then a bitmap.
 constexpr int kMapPageBits = (kPageSize - 4) * 8;
 
-inline quint8 u8(const uchar *p) { return p[0]; }
-inline quint16 u16(const uchar *p) { return quint16(p[0] | (p[1] << 8)); }
-inline quint32 u24(const uchar *p) { return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16); }
+inline quint8 u8(const uchar *p)
+{
+    return p[0];
+}
+inline quint16 u16(const uchar *p)
+{
+    return quint16(p[0] | (p[1] << 8));
+}
+inline quint32 u24(const uchar *p)
+{
+    return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16);
+}
 inline quint32 u32(const uchar *p)
 {
     return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16) | (quint32(p[3]) << 24);
 }
-inline qint32 i32(const uchar *p) { return qint32(u32(p)); }
-inline qint16 i16(const uchar *p) { return qint16(u16(p)); }
+inline qint32 i32(const uchar *p)
+{
+    return qint32(u32(p));
+}
+inline qint16 i16(const uchar *p)
+{
+    return qint16(u16(p));
+}
 inline double f64(const uchar *p)
 {
     double d;
@@ -117,7 +132,7 @@ inline bool rowExtent(const uchar *page, int row, int *start, int *end, quint16 
 // The 128 header bytes from 0x18 are XORed with the RC4 keystream of this key.
 inline QByteArray headerMask()
 {
-    const uchar key[4] = {0xC7, 0xDA, 0x39, 0x6B};
+    const uchar key[4] = { 0xC7, 0xDA, 0x39, 0x6B };
     uchar s[256];
     for (int i = 0; i < 256; ++i)
         s[i] = uchar(i);

@@ -12,20 +12,21 @@
 // sorted keys of its rows. The whole file is built in memory (it is a few dozen pages) and
 // written once.
 #include "platform/jet/internal/creator.h"
-#include "platform/jet/internal/bytes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
-#include <QSet>
 #include <QRandomGenerator>
+#include <QSet>
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <optional>
+#include "platform/jet/internal/bytes.h"
 
 #if defined(Q_OS_UNIX)
 #include <cerrno>
@@ -40,8 +41,8 @@ namespace tolvane::jet::internal {
 namespace {
 
 constexpr int kPageBytes = 4096;
-constexpr int kDataHeader = 14;       // data page header before the row offset table
-constexpr int kMapRowBytes = 69;      // inline usage map: type, start page, 64 bitmap bytes
+constexpr int kDataHeader = 14; // data page header before the row offset table
+constexpr int kMapRowBytes = 69; // inline usage map: type, start page, 64 bitmap bytes
 constexpr int kMapBitmapBytes = 64;
 constexpr int kMaxRowsOnPage = 255;
 constexpr int kLeafEntriesStart = 480;
@@ -90,8 +91,7 @@ constexpr quint8 kIndexAlwaysSet = 0x80;
 // ---------------------------------------------------------------------------------------------
 // Little-endian byte assembly.
 
-class Bytes
-{
+class Bytes {
 public:
     void u8(quint32 v) { m_data.append(char(v & 0xFF)); }
     void u16(quint32 v)
@@ -164,9 +164,9 @@ QByteArray utf16le(const QString &s)
 // key's extra sections (apostrophe, hyphen, anything outside printable ASCII).
 QByteArray nameSortCode(QChar c)
 {
-    static const char *const kLetters[26] = {"\x4A", "\x4C", "\x4D", "\x4F", "\x51", "\x53", "\x55", "\x57", "\x59",
-                                             "\x5B", "\x5C", "\x5E", "\x60", "\x62", "\x64", "\x66", "\x68", "\x69",
-                                             "\x6B", "\x6D", "\x6F", "\x71", "\x73", "\x75", "\x76", "\x78"};
+    static const char *const kLetters[26]
+        = { "\x4A", "\x4C", "\x4D", "\x4F", "\x51", "\x53", "\x55", "\x57", "\x59", "\x5B", "\x5C", "\x5E", "\x60",
+              "\x62", "\x64", "\x66", "\x68", "\x69", "\x6B", "\x6D", "\x6F", "\x71", "\x73", "\x75", "\x76", "\x78" };
     const ushort u = c.unicode();
     if (u >= 'A' && u <= 'Z')
         return QByteArray(kLetters[u - 'A'], 1);
@@ -175,38 +175,70 @@ QByteArray nameSortCode(QChar c)
     if (u >= '0' && u <= '9')
         return QByteArray(1, char(0x36 + 2 * (u - '0')));
     switch (u) {
-    case ' ': return QByteArray("\x07", 1);
-    case '!': return QByteArray("\x09", 1);
-    case '"': return QByteArray("\x0A", 1);
-    case '#': return QByteArray("\x0C", 1);
-    case '$': return QByteArray("\x0E", 1);
-    case '%': return QByteArray("\x10", 1);
-    case '&': return QByteArray("\x12", 1);
-    case '(': return QByteArray("\x14", 1);
-    case ')': return QByteArray("\x16", 1);
-    case '*': return QByteArray("\x18", 1);
-    case ',': return QByteArray("\x1A", 1);
-    case '.': return QByteArray("\x1C", 1);
-    case '/': return QByteArray("\x1E", 1);
-    case ':': return QByteArray("\x20", 1);
-    case ';': return QByteArray("\x22", 1);
-    case '?': return QByteArray("\x24", 1);
-    case '@': return QByteArray("\x26", 1);
-    case '[': return QByteArray("\x27", 1);
-    case '\\': return QByteArray("\x29", 1);
-    case ']': return QByteArray("\x2A", 1);
-    case '+': return QByteArray("\x2C", 1);
-    case '<': return QByteArray("\x2E", 1);
-    case '=': return QByteArray("\x30", 1);
-    case '>': return QByteArray("\x32", 1);
-    case '^': return QByteArray("\x2B\x02", 2);
-    case '_': return QByteArray("\x2B\x03", 2);
-    case '`': return QByteArray("\x2B\x07", 2);
-    case '{': return QByteArray("\x2B\x09", 2);
-    case '|': return QByteArray("\x2B\x0B", 2);
-    case '}': return QByteArray("\x2B\x0D", 2);
-    case '~': return QByteArray("\x2B\x0F", 2);
-    default: return {};
+    case ' ':
+        return QByteArray("\x07", 1);
+    case '!':
+        return QByteArray("\x09", 1);
+    case '"':
+        return QByteArray("\x0A", 1);
+    case '#':
+        return QByteArray("\x0C", 1);
+    case '$':
+        return QByteArray("\x0E", 1);
+    case '%':
+        return QByteArray("\x10", 1);
+    case '&':
+        return QByteArray("\x12", 1);
+    case '(':
+        return QByteArray("\x14", 1);
+    case ')':
+        return QByteArray("\x16", 1);
+    case '*':
+        return QByteArray("\x18", 1);
+    case ',':
+        return QByteArray("\x1A", 1);
+    case '.':
+        return QByteArray("\x1C", 1);
+    case '/':
+        return QByteArray("\x1E", 1);
+    case ':':
+        return QByteArray("\x20", 1);
+    case ';':
+        return QByteArray("\x22", 1);
+    case '?':
+        return QByteArray("\x24", 1);
+    case '@':
+        return QByteArray("\x26", 1);
+    case '[':
+        return QByteArray("\x27", 1);
+    case '\\':
+        return QByteArray("\x29", 1);
+    case ']':
+        return QByteArray("\x2A", 1);
+    case '+':
+        return QByteArray("\x2C", 1);
+    case '<':
+        return QByteArray("\x2E", 1);
+    case '=':
+        return QByteArray("\x30", 1);
+    case '>':
+        return QByteArray("\x32", 1);
+    case '^':
+        return QByteArray("\x2B\x02", 2);
+    case '_':
+        return QByteArray("\x2B\x03", 2);
+    case '`':
+        return QByteArray("\x2B\x07", 2);
+    case '{':
+        return QByteArray("\x2B\x09", 2);
+    case '|':
+        return QByteArray("\x2B\x0B", 2);
+    case '}':
+        return QByteArray("\x2B\x0D", 2);
+    case '~':
+        return QByteArray("\x2B\x0F", 2);
+    default:
+        return {};
     }
 }
 
@@ -219,9 +251,8 @@ bool forbiddenInName(QChar c)
 Status checkName(const QString &name, const QString &what)
 {
     if (name.isEmpty() || name.size() > kMaxNameLength)
-        return Status::invalidArgument(QStringLiteral("%1 name \"%2\" must have 1 to %3 characters")
-                                           .arg(what, name)
-                                           .arg(kMaxNameLength));
+        return Status::invalidArgument(
+            QStringLiteral("%1 name \"%2\" must have 1 to %3 characters").arg(what, name).arg(kMaxNameLength));
     if (name.front() == u' ' || name.back() == u' ')
         return Status::invalidArgument(
             QStringLiteral("%1 name \"%2\" must not begin or end with a space").arg(what, name));
@@ -277,14 +308,12 @@ QByteArray textKey(const QString &text)
     return k;
 }
 
-struct RowLocation
-{
+struct RowLocation {
     int page = 0;
     int row = 0;
 };
 
-struct IndexEntry
-{
+struct IndexEntry {
     QByteArray key;
     RowLocation at;
 };
@@ -331,15 +360,13 @@ std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int
 // ---------------------------------------------------------------------------------------------
 // Table definitions.
 
-struct MapRef
-{
+struct MapRef {
     int row = 0;
     int page = 0;
     quint32 encoded() const { return quint32(row & 0xFF) | (quint32(page) << 8); }
 };
 
-struct Column
-{
+struct Column {
     QString name;
     quint8 type = kLong;
     int number = 0;
@@ -351,17 +378,15 @@ struct Column
     bool fixed() const { return (flags & 0x01) != 0; }
 };
 
-struct ColumnDecl
-{
+struct ColumnDecl {
     QString name;
     quint8 type;
     int textLength = 0; // characters, for Text; bytes for Binary
-    quint8 flags = 0;   // 0: the usual flags for the type
+    quint8 flags = 0; // 0: the usual flags for the type
     quint8 extFlags = 0;
 };
 
-struct RealIndex
-{
+struct RealIndex {
     QList<int> columns;
     quint8 flags = 0;
     MapRef map;
@@ -369,23 +394,20 @@ struct RealIndex
     int distinctKeys = 0;
 };
 
-struct LogicalIndex
-{
+struct LogicalIndex {
     QString name;
     int number = 0;
     int realIndex = 0;
     bool primaryKey = false;
 };
 
-struct LongValueMaps
-{
+struct LongValueMaps {
     int column = 0;
     MapRef owned;
     MapRef freeSpace;
 };
 
-struct Table
-{
+struct Table {
     QString name;
     bool system = false;
     QList<Column> columns;
@@ -417,11 +439,16 @@ int fixedSize(quint8 type)
 {
     switch (type) {
     case kBool:
-    case kByte: return 1;
-    case kInt: return 2;
-    case kLong: return 4;
-    case kDate: return 8;
-    default: return 0;
+    case kByte:
+        return 1;
+    case kInt:
+        return 2;
+    case kLong:
+        return 4;
+    case kDate:
+        return 8;
+    default:
+        return 0;
     }
 }
 
@@ -475,12 +502,12 @@ QByteArray tdefStream(const Table &t)
     Bytes b;
     b.u8(0x02);
     b.u8(0x01);
-    b.u16(0);           // free space: set per page
-    b.u32(0);           // next tdef page: set per page
-    b.u32(0);           // total length: set below
+    b.u16(0); // free space: set per page
+    b.u32(0); // next tdef page: set per page
+    b.u32(0); // total length: set below
     b.u32(kTdefMagic);
     b.u32(t.rowCount);
-    b.u32(0);           // last autonumber
+    b.u32(0); // last autonumber
     b.u8(1);
     b.zeros(15);
     b.u8(t.system ? 0x53 : 0x4E);
@@ -540,10 +567,10 @@ QByteArray tdefStream(const Table &t)
         b.u32(kTdefMagic);
         b.u32(quint32(li.number));
         b.u32(quint32(li.realIndex));
-        b.u8(0);           // no related table
+        b.u8(0); // no related table
         b.u32(0xFFFFFFFFu); // related index
-        b.u32(0);          // related table page
-        b.u8(0x04);        // cascade update / delete fields as Jet writes them for plain indexes
+        b.u32(0); // related table page
+        b.u8(0x04); // cascade update / delete fields as Jet writes them for plain indexes
         b.u8(0x04);
         b.u8(li.primaryKey ? 1 : 0);
         b.u32(0);
@@ -631,7 +658,8 @@ QByteArray encodeRow(const Table &t, const QList<QVariant> &values)
     b.u16(quint32(ncols));
     QByteArray fixedArea(t.fixedAreaSize(), '\0');
     QByteArray nullMask((ncols + 7) / 8, '\0');
-    auto setPresent = [&](int number) { nullMask[number / 8] = char(uchar(nullMask[number / 8]) | (1u << (number % 8))); };
+    auto setPresent
+        = [&](int number) { nullMask[number / 8] = char(uchar(nullMask[number / 8]) | (1u << (number % 8))); };
     for (const Column &c : t.columns) {
         const QVariant &v = values.value(c.number);
         if (!v.isValid())
@@ -645,11 +673,20 @@ QByteArray encodeRow(const Table &t, const QList<QVariant> &values)
             continue;
         setPresent(c.number);
         switch (c.type) {
-        case kByte: fixedArea[c.fixedOffset] = char(v.toInt() & 0xFF); break;
-        case kInt: setU16(fixedArea, c.fixedOffset, quint32(v.toInt()) & 0xFFFF); break;
-        case kLong: setU32(fixedArea, c.fixedOffset, quint32(v.toInt())); break;
-        case kDate: setF64(fixedArea, c.fixedOffset, v.toDouble()); break;
-        default: break;
+        case kByte:
+            fixedArea[c.fixedOffset] = char(v.toInt() & 0xFF);
+            break;
+        case kInt:
+            setU16(fixedArea, c.fixedOffset, quint32(v.toInt()) & 0xFFFF);
+            break;
+        case kLong:
+            setU32(fixedArea, c.fixedOffset, quint32(v.toInt()));
+            break;
+        case kDate:
+            setF64(fixedArea, c.fixedOffset, v.toDouble());
+            break;
+        default:
+            break;
         }
     }
     b.bytes(fixedArea);
@@ -658,7 +695,8 @@ QByteArray encodeRow(const Table &t, const QList<QVariant> &values)
         if (!c.fixed())
             variable.append(&c);
     }
-    std::sort(variable.begin(), variable.end(), [](const Column *a, const Column *c) { return a->varIndex < c->varIndex; });
+    std::sort(
+        variable.begin(), variable.end(), [](const Column *a, const Column *c) { return a->varIndex < c->varIndex; });
     QList<int> offsets;
     for (const Column *c : variable) {
         offsets.append(b.size());
@@ -681,10 +719,10 @@ QByteArray encodeRow(const Table &t, const QList<QVariant> &values)
     return b.data();
 }
 
-class DataPage
-{
+class DataPage {
 public:
-    explicit DataPage(quint32 owner) : m_page(kPageBytes, '\0')
+    explicit DataPage(quint32 owner)
+        : m_page(kPageBytes, '\0')
     {
         m_page[0] = char(0x01);
         m_page[1] = char(0x01);
@@ -738,7 +776,7 @@ int pagesForRows(const QList<QByteArray> &rows)
 QByteArray inlineMap(const QList<int> &pages)
 {
     Bytes b;
-    b.u8(0);  // inline map
+    b.u8(0); // inline map
     b.u32(0); // first page it covers
     QByteArray bitmap(kMapBitmapBytes, '\0');
     for (int p : pages)
@@ -753,89 +791,70 @@ QByteArray inlineMap(const QList<int> &pages)
 Table msysObjects()
 {
     Table t = makeTable(QStringLiteral("MSysObjects"), true,
-                        {{QStringLiteral("Id"), kLong},
-                         {QStringLiteral("ParentId"), kLong},
-                         {QStringLiteral("Name"), kText, 255},
-                         {QStringLiteral("Type"), kInt},
-                         {QStringLiteral("DateCreate"), kDate},
-                         {QStringLiteral("DateUpdate"), kDate},
-                         {QStringLiteral("Owner"), kBinary, 510, kFlagsSid},
-                         {QStringLiteral("Flags"), kLong},
-                         {QStringLiteral("Database"), kMemo},
-                         {QStringLiteral("Connect"), kMemo},
-                         {QStringLiteral("ForeignName"), kText, 255},
-                         {QStringLiteral("RmtInfoShort"), kBinary, 510},
-                         {QStringLiteral("RmtInfoLong"), kOle},
-                         {QStringLiteral("Lv"), kOle},
-                         {QStringLiteral("LvProp"), kOle},
-                         {QStringLiteral("LvModule"), kOle},
-                         {QStringLiteral("LvExtra"), kOle}});
+        { { QStringLiteral("Id"), kLong }, { QStringLiteral("ParentId"), kLong },
+            { QStringLiteral("Name"), kText, 255 }, { QStringLiteral("Type"), kInt },
+            { QStringLiteral("DateCreate"), kDate }, { QStringLiteral("DateUpdate"), kDate },
+            { QStringLiteral("Owner"), kBinary, 510, kFlagsSid }, { QStringLiteral("Flags"), kLong },
+            { QStringLiteral("Database"), kMemo }, { QStringLiteral("Connect"), kMemo },
+            { QStringLiteral("ForeignName"), kText, 255 }, { QStringLiteral("RmtInfoShort"), kBinary, 510 },
+            { QStringLiteral("RmtInfoLong"), kOle }, { QStringLiteral("Lv"), kOle }, { QStringLiteral("LvProp"), kOle },
+            { QStringLiteral("LvModule"), kOle }, { QStringLiteral("LvExtra"), kOle } });
     RealIndex parentIdName;
-    parentIdName.columns = {columnNumber(t, QStringLiteral("ParentId")), columnNumber(t, QStringLiteral("Name"))};
+    parentIdName.columns = { columnNumber(t, QStringLiteral("ParentId")), columnNumber(t, QStringLiteral("Name")) };
     parentIdName.flags = kIndexAlwaysSet | kIndexUnique;
     RealIndex id;
-    id.columns = {columnNumber(t, QStringLiteral("Id"))};
+    id.columns = { columnNumber(t, QStringLiteral("Id")) };
     id.flags = kIndexAlwaysSet | kIndexUnique;
-    t.indexes = {parentIdName, id};
-    t.logical = {{QStringLiteral("Id"), 1, 1, true}, {QStringLiteral("ParentIdName"), 0, 0, false}};
+    t.indexes = { parentIdName, id };
+    t.logical = { { QStringLiteral("Id"), 1, 1, true }, { QStringLiteral("ParentIdName"), 0, 0, false } };
     return t;
 }
 
 Table msysAces()
 {
     Table t = makeTable(QStringLiteral("MSysACEs"), true,
-                        {{QStringLiteral("ObjectId"), kLong},
-                         {QStringLiteral("SID"), kBinary, 510, kFlagsSid},
-                         {QStringLiteral("ACM"), kLong},
-                         {QStringLiteral("FInheritable"), kBool}});
+        { { QStringLiteral("ObjectId"), kLong }, { QStringLiteral("SID"), kBinary, 510, kFlagsSid },
+            { QStringLiteral("ACM"), kLong }, { QStringLiteral("FInheritable"), kBool } });
     RealIndex objectId;
-    objectId.columns = {0};
+    objectId.columns = { 0 };
     objectId.flags = kIndexAlwaysSet | kIndexRequired;
-    t.indexes = {objectId};
-    t.logical = {{QStringLiteral("ObjectId"), 0, 0, false}};
+    t.indexes = { objectId };
+    t.logical = { { QStringLiteral("ObjectId"), 0, 0, false } };
     return t;
 }
 
 Table msysQueries()
 {
     Table t = makeTable(QStringLiteral("MSysQueries"), true,
-                        {{QStringLiteral("ObjectId"), kLong},
-                         {QStringLiteral("Attribute"), kByte},
-                         {QStringLiteral("Order"), kBinary, 510},
-                         {QStringLiteral("Name1"), kText, 255},
-                         {QStringLiteral("Name2"), kText, 255},
-                         {QStringLiteral("Expression"), kMemo},
-                         {QStringLiteral("Flag"), kInt},
-                         {QStringLiteral("LvExtra"), kLong}});
+        { { QStringLiteral("ObjectId"), kLong }, { QStringLiteral("Attribute"), kByte },
+            { QStringLiteral("Order"), kBinary, 510 }, { QStringLiteral("Name1"), kText, 255 },
+            { QStringLiteral("Name2"), kText, 255 }, { QStringLiteral("Expression"), kMemo },
+            { QStringLiteral("Flag"), kInt }, { QStringLiteral("LvExtra"), kLong } });
     RealIndex key;
-    key.columns = {0, 1, 2};
+    key.columns = { 0, 1, 2 };
     key.flags = kIndexAlwaysSet | kIndexUnique;
-    t.indexes = {key};
-    t.logical = {{QStringLiteral("ObjectIdAttribute"), 0, 0, true}};
+    t.indexes = { key };
+    t.logical = { { QStringLiteral("ObjectIdAttribute"), 0, 0, true } };
     return t;
 }
 
 Table msysRelationships()
 {
     Table t = makeTable(QStringLiteral("MSysRelationships"), true,
-                        {{QStringLiteral("szRelationship"), kText, 255},
-                         {QStringLiteral("grbit"), kLong},
-                         {QStringLiteral("ccolumn"), kLong},
-                         {QStringLiteral("icolumn"), kLong},
-                         {QStringLiteral("szObject"), kText, 255},
-                         {QStringLiteral("szColumn"), kText, 255},
-                         {QStringLiteral("szReferencedObject"), kText, 255},
-                         {QStringLiteral("szReferencedColumn"), kText, 255}});
-    for (int column : {0, 4, 6}) {
+        { { QStringLiteral("szRelationship"), kText, 255 }, { QStringLiteral("grbit"), kLong },
+            { QStringLiteral("ccolumn"), kLong }, { QStringLiteral("icolumn"), kLong },
+            { QStringLiteral("szObject"), kText, 255 }, { QStringLiteral("szColumn"), kText, 255 },
+            { QStringLiteral("szReferencedObject"), kText, 255 },
+            { QStringLiteral("szReferencedColumn"), kText, 255 } });
+    for (int column : { 0, 4, 6 }) {
         RealIndex ix;
-        ix.columns = {column};
+        ix.columns = { column };
         ix.flags = kIndexAlwaysSet | kIndexIgnoreNulls;
         t.indexes.append(ix);
     }
     // Logical indexes are listed by name, as Jet keeps them.
-    t.logical = {{QStringLiteral("szObject"), 1, 1, false},
-                 {QStringLiteral("szReferencedObject"), 2, 2, false},
-                 {QStringLiteral("szRelationship"), 0, 0, false}};
+    t.logical = { { QStringLiteral("szObject"), 1, 1, false }, { QStringLiteral("szReferencedObject"), 2, 2, false },
+        { QStringLiteral("szRelationship"), 0, 0, false } };
     return t;
 }
 
@@ -844,9 +863,15 @@ Table userTable(const TableSpec &table)
     QList<ColumnDecl> decls;
     for (const ColumnSpec &c : table.columns) {
         switch (c.type) {
-        case ColumnType::Long: decls.append({c.name, kLong}); break;
-        case ColumnType::DateTime: decls.append({c.name, kDate}); break;
-        default: decls.append({c.name, kText, c.textLength, 0, kExtCompressible}); break;
+        case ColumnType::Long:
+            decls.append({ c.name, kLong });
+            break;
+        case ColumnType::DateTime:
+            decls.append({ c.name, kDate });
+            break;
+        default:
+            decls.append({ c.name, kText, c.textLength, 0, kExtCompressible });
+            break;
         }
     }
     return makeTable(table.name, false, decls);
@@ -874,7 +899,8 @@ Status checkSpecs(const QList<TableSpec> &tables)
             columnNames.insert(c.name.toLower());
             switch (c.type) {
             case ColumnType::Long:
-            case ColumnType::DateTime: break;
+            case ColumnType::DateTime:
+                break;
             case ColumnType::Text:
                 if (c.textLength < 1 || c.textLength > 255)
                     return Status::invalidArgument(
@@ -883,8 +909,7 @@ Status checkSpecs(const QList<TableSpec> &tables)
                 break;
             default:
                 return Status::invalidArgument(
-                    QStringLiteral("table \"%1\": column \"%2\" must be Long, DateTime or Text")
-                        .arg(t.name, c.name));
+                    QStringLiteral("table \"%1\": column \"%2\" must be Long, DateTime or Text").arg(t.name, c.name));
             }
         }
     }
@@ -892,8 +917,7 @@ Status checkSpecs(const QList<TableSpec> &tables)
 }
 
 // Access-control entries: (object, security id, access mask, inheritable).
-struct Ace
-{
+struct Ace {
     qint32 object;
     QByteArray sid;
     qint32 mask;
@@ -909,32 +933,32 @@ constexpr qint32 kFullAccess = 1048575;
 QList<Ace> systemAces()
 {
     return {
-        {kTablesId, kSidUsers, 983294, true},
-        {kTablesId, kSidAdmin, 1048319, true},
-        {kTablesId, kSidAdmins, 1048319, true},
-        {kDatabasesId, kSidAdmin, 393216, false},
-        {kRelationshipsId, kSidUsers, 983294, true},
-        {kRelationshipsId, kSidAdmin, 393217, false},
-        {kRelationshipsId, kSidAdmins, kFullAccess, true},
-        {kMSysDbId, kSidAdmin, 393230, false},
-        {kMSysDbId, kSidAdmins, 14, false},
-        {2, kSidAdmin, 393216, false},
-        {2, kSidAdmins, 20, false},
-        {3, kSidAdmin, 393216, false},
-        {4, kSidAdmin, 393216, false},
-        {4, kSidAdmins, 20, false},
-        {5, kSidAdmin, 917504, false},
-        {5, kSidAdmins, 20, false},
+        { kTablesId, kSidUsers, 983294, true },
+        { kTablesId, kSidAdmin, 1048319, true },
+        { kTablesId, kSidAdmins, 1048319, true },
+        { kDatabasesId, kSidAdmin, 393216, false },
+        { kRelationshipsId, kSidUsers, 983294, true },
+        { kRelationshipsId, kSidAdmin, 393217, false },
+        { kRelationshipsId, kSidAdmins, kFullAccess, true },
+        { kMSysDbId, kSidAdmin, 393230, false },
+        { kMSysDbId, kSidAdmins, 14, false },
+        { 2, kSidAdmin, 393216, false },
+        { 2, kSidAdmins, 20, false },
+        { 3, kSidAdmin, 393216, false },
+        { 4, kSidAdmin, 393216, false },
+        { 4, kSidAdmins, 20, false },
+        { 5, kSidAdmin, 917504, false },
+        { 5, kSidAdmins, 20, false },
     };
 }
 
 QList<Ace> tableAces(qint32 id)
 {
-    return {{id, kSidUsers, kFullAccess, false}, {id, kSidAdmin, kFullAccess, false}, {id, kSidAdmins, kFullAccess, false}};
+    return { { id, kSidUsers, kFullAccess, false }, { id, kSidAdmin, kFullAccess, false },
+        { id, kSidAdmins, kFullAccess, false } };
 }
 
-struct CatalogRow
-{
+struct CatalogRow {
     qint32 id;
     qint32 parent;
     QString name;
@@ -942,7 +966,6 @@ struct CatalogRow
     QByteArray owner;
     qint32 flags;
 };
-
 
 // ---------------------------------------------------------------------------------------------
 // Header page.
@@ -952,7 +975,7 @@ QByteArray headerPage(double created)
     QByteArray p(kPageBytes, '\0');
     p[1] = char(0x01);
     std::memcpy(p.data() + 4, "Standard Jet DB", 16); // with its terminating zero
-    p[0x14] = char(0x01);                            // Jet 4
+    p[0x14] = char(0x01); // Jet 4
     // Fields of the masked area, in the clear.
     p[0x19] = char(0x01);
     p[0x1C] = char(0x01);
@@ -962,7 +985,7 @@ QByteArray headerPage(double created)
     p[0x28] = char(0x04);
     p[0x2C] = char(0x05);
     setU16(p, 0x3C, 1252); // code page
-    setU32(p, 0x3E, 0);    // database key: pages not encoded
+    setU32(p, 0x3E, 0); // database key: pages not encoded
     const quint32 dateMask = quint32(qint32(std::trunc(created)));
     for (int i = 0; i < 40; i += 4)
         setU32(p, 0x42 + i, dateMask); // empty password, masked with the creation date
@@ -1025,7 +1048,7 @@ Status moveIntoPlace(const QString &temp, const QString &path)
     }
     if (errno == EEXIST)
         return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
-    // Volumes without hard links: rename, which Qt refuses when the target exists.
+        // Volumes without hard links: rename, which Qt refuses when the target exists.
 #endif
     if (QFileInfo::exists(path))
         return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
@@ -1050,12 +1073,14 @@ Status writeFileAtomically(const QString &path, const QList<QByteArray> &pages)
             break; // not a name clash: the folder cannot be written
     }
     if (!temp.isOpen())
-        return Status::ioError(QStringLiteral("cannot write in %1: %2").arg(QDir::toNativeSeparators(dir), temp.errorString()));
+        return Status::ioError(
+            QStringLiteral("cannot write in %1: %2").arg(QDir::toNativeSeparators(dir), temp.errorString()));
     const QString tempName = temp.fileName();
     Status written;
     for (const QByteArray &page : pages) {
         if (temp.write(page) != page.size()) {
-            written = Status::ioError(QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(path), temp.errorString()));
+            written = Status::ioError(
+                QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(path), temp.errorString()));
             break;
         }
     }
@@ -1075,8 +1100,7 @@ Status writeFileAtomically(const QString &path, const QList<QByteArray> &pages)
 }
 
 // Row sets of the two system tables that a new file fills.
-struct SystemRows
-{
+struct SystemRows {
     QList<CatalogRow> catalog;
     QList<Ace> aces;
 };
@@ -1097,7 +1121,7 @@ QList<QVariant> catalogValues(const Table &objects, const CatalogRow &r, double 
 
 QList<QVariant> aceValues(const Ace &a)
 {
-    return {a.object, a.sid, a.mask, a.inheritable};
+    return { a.object, a.sid, a.mask, a.inheritable };
 }
 
 // Writes rows into the table's data pages in order, filling each page before the next.
@@ -1114,7 +1138,7 @@ QList<RowLocation> packRows(Table &t, const QList<QByteArray> &rows, QList<QByte
             page.emplace(quint32(t.tdefPages.first()));
             ++pageIndex;
         }
-        at.append({t.dataPages.at(pageIndex), page->add(row)});
+        at.append({ t.dataPages.at(pageIndex), page->add(row) });
     }
     if (page)
         pages[t.dataPages.at(pageIndex)] = page->image();
@@ -1133,8 +1157,7 @@ bool writeLeaf(Table &t, int index, const QList<IndexEntry> &entries, QList<QByt
 }
 
 // The pages of a new file, built in memory.
-class NewFile
-{
+class NewFile {
 public:
     NewFile(const QList<TableSpec> &specs, const QDateTime &created);
     Result<QList<QByteArray>> build();
@@ -1149,7 +1172,7 @@ private:
     void writeMapPages();
     void writeTdefs();
     void writeHeaderAndGlobalMap();
-    QList<Table *> systemTables() { return {&m_objects, &m_aces, &m_queries, &m_relationships}; }
+    QList<Table *> systemTables() { return { &m_objects, &m_aces, &m_queries, &m_relationships }; }
 
     double m_created;
     Table m_objects = msysObjects();
@@ -1163,25 +1186,26 @@ private:
     QList<QByteArray> m_pages;
 };
 
-NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created) : m_created(toOleDate(created))
+NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created)
+    : m_created(toOleDate(created))
 {
     for (const TableSpec &table : specs)
         m_user.append(userTable(table));
 
     m_rows.catalog = {
-        {kTablesId, kRootId, QStringLiteral("Tables"), 3, kSidEngine, kSystemFlags},
-        {kDatabasesId, kRootId, QStringLiteral("Databases"), 3, kSidEngine, kSystemFlags},
-        {kRelationshipsId, kRootId, QStringLiteral("Relationships"), 3, kSidEngine, kSystemFlags},
-        {kMSysDbId, kDatabasesId, QStringLiteral("MSysDb"), 2, kSidAdmin, kSystemFlags},
-        {2, kTablesId, m_objects.name, 1, kSidEngine, kSystemFlags},
-        {3, kTablesId, m_aces.name, 1, kSidEngine, kSystemFlags},
-        {4, kTablesId, m_queries.name, 1, kSidEngine, kSystemFlags},
-        {5, kTablesId, m_relationships.name, 1, kSidEngine, kSystemFlags},
+        { kTablesId, kRootId, QStringLiteral("Tables"), 3, kSidEngine, kSystemFlags },
+        { kDatabasesId, kRootId, QStringLiteral("Databases"), 3, kSidEngine, kSystemFlags },
+        { kRelationshipsId, kRootId, QStringLiteral("Relationships"), 3, kSidEngine, kSystemFlags },
+        { kMSysDbId, kDatabasesId, QStringLiteral("MSysDb"), 2, kSidAdmin, kSystemFlags },
+        { 2, kTablesId, m_objects.name, 1, kSidEngine, kSystemFlags },
+        { 3, kTablesId, m_aces.name, 1, kSidEngine, kSystemFlags },
+        { 4, kTablesId, m_queries.name, 1, kSidEngine, kSystemFlags },
+        { 5, kTablesId, m_relationships.name, 1, kSidEngine, kSystemFlags },
     };
     m_rows.aces = systemAces();
     // User tables: their ids (tdef pages) are filled in once the pages are laid out.
     for (const Table &t : m_user) {
-        m_rows.catalog.append({0, kTablesId, t.name, 1, kSidAdmin, 0});
+        m_rows.catalog.append({ 0, kTablesId, t.name, 1, kSidAdmin, 0 });
         m_rows.aces.append(tableAces(0));
     }
 }
@@ -1189,10 +1213,10 @@ NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created) : m_cr
 Result<QList<QByteArray>> NewFile::build()
 {
     // Fixed pages: header, global map, system tdefs, their map page, their index roots.
-    m_objects.tdefPages = {2};
-    m_aces.tdefPages = {3};
-    m_queries.tdefPages = {4};
-    m_relationships.tdefPages = {5};
+    m_objects.tdefPages = { 2 };
+    m_aces.tdefPages = { 3 };
+    m_queries.tdefPages = { 4 };
+    m_relationships.tdefPages = { 5 };
     int root = kSystemMapPage + 1;
     for (Table *t : systemTables()) {
         for (RealIndex &ix : t->indexes)
@@ -1255,7 +1279,7 @@ Result<QList<QByteArray>> NewFile::build()
 void NewFile::assignSystemMapRows()
 {
     int row = 0;
-    auto take = [&] { return MapRef{row++, kSystemMapPage}; };
+    auto take = [&] { return MapRef { row++, kSystemMapPage }; };
     for (Table *t : systemTables()) {
         t->owned = take();
         t->freeSpace = take();
@@ -1286,8 +1310,8 @@ void NewFile::assignUserMapRows()
             page = m_nextPage++;
             rowsOnPage = 0;
         }
-        t.owned = MapRef{rowsOnPage++, page};
-        t.freeSpace = MapRef{rowsOnPage++, page};
+        t.owned = MapRef { rowsOnPage++, page };
+        t.freeSpace = MapRef { rowsOnPage++, page };
     }
 }
 
@@ -1309,16 +1333,16 @@ Status NewFile::writeIndexes(const QList<RowLocation> &catalogAt, const QList<Ro
     QList<IndexEntry> byId;
     for (qsizetype i = 0; i < m_rows.catalog.size(); ++i) {
         const CatalogRow &r = m_rows.catalog.at(i);
-        byParentAndName.append({longKey(r.parent) + textKey(r.name), catalogAt.at(i)});
-        byId.append({longKey(r.id), catalogAt.at(i)});
+        byParentAndName.append({ longKey(r.parent) + textKey(r.name), catalogAt.at(i) });
+        byId.append({ longKey(r.id), catalogAt.at(i) });
     }
     QList<IndexEntry> byObject;
     for (qsizetype i = 0; i < m_rows.aces.size(); ++i)
-        byObject.append({longKey(m_rows.aces.at(i).object), aceAt.at(i)});
+        byObject.append({ longKey(m_rows.aces.at(i).object), aceAt.at(i) });
     if (!writeLeaf(m_objects, 0, byParentAndName, m_pages) || !writeLeaf(m_objects, 1, byId, m_pages)
         || !writeLeaf(m_aces, 0, byObject, m_pages))
         return Status::invalidArgument(QStringLiteral("too many tables for one new database file"));
-    for (Table *t : {&m_queries, &m_relationships}) {
+    for (Table *t : { &m_queries, &m_relationships }) {
         for (int i = 0; i < t->indexes.size(); ++i)
             writeLeaf(*t, i, {}, m_pages);
     }
@@ -1336,7 +1360,7 @@ void NewFile::writeMapPages()
             rowsByPage[m.freeSpace.page][m.freeSpace.row] = inlineMap({});
         }
         for (const RealIndex &ix : t->indexes)
-            rowsByPage[ix.map.page][ix.map.row] = inlineMap({ix.rootPage});
+            rowsByPage[ix.map.page][ix.map.row] = inlineMap({ ix.rootPage });
     }
     for (const Table &t : std::as_const(m_user)) {
         rowsByPage[t.owned.page][t.owned.row] = inlineMap({});

@@ -1,13 +1,13 @@
 #include "platform/jet/internal/engine.h"
 
-#include "platform/jet/internal/bytes.h"
-#include "platform/jet/internal/rowcodec.h"
+#include <algorithm>
 
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
 
-#include <algorithm>
+#include "platform/jet/internal/bytes.h"
+#include "platform/jet/internal/rowcodec.h"
 
 namespace tolvane::jet {
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr quint32 kTablesContainer = 0x0F000001;
 constexpr quint32 kSystemFlags = 0x80000002;
-constexpr MapRef kGlobalMap{1, 0};
+constexpr MapRef kGlobalMap { 1, 0 };
 constexpr int kMaxOverflowHops = 16;
 
 Status rowGone(RowId id)
@@ -37,7 +37,10 @@ Status checkRowLength(const QByteArray &bytes)
 
 Engine::~Engine() = default;
 
-QString Engine::path() const { return m_store->path(); }
+QString Engine::path() const
+{
+    return m_store->path();
+}
 
 Result<std::unique_ptr<Engine>> Engine::open(const QString &path, bool readOnly)
 {
@@ -141,8 +144,7 @@ Status Engine::loadCatalogue()
     if (idCol < 0 || nameCol < 0 || typeCol < 0)
         return Status::corruption(QStringLiteral("the system catalogue lacks its columns"));
 
-    struct Entry
-    {
+    struct Entry {
         QString name;
         quint32 page;
     };
@@ -161,7 +163,7 @@ Status Engine::loadCatalogue()
         const quint32 parent = parentCol >= 0 ? quint32(r.at(parentCol).toInt()) : kTablesContainer;
         if ((flags & kSystemFlags) != 0 || parent != kTablesContainer)
             return true;
-        entries.append({r.at(nameCol).toString(), quint32(r.at(idCol).toInt()) & 0x00FFFFFF});
+        entries.append({ r.at(nameCol).toString(), quint32(r.at(idCol).toInt()) & 0x00FFFFFF });
         return true;
     });
     if (!s)
@@ -268,7 +270,8 @@ Result<Engine::Table *> Engine::writableTable(const QString &name)
     if (t->def.numRealIndexes > 0)
         return Status::notSupported(QStringLiteral("table %1 has indexes; writing it is not supported").arg(t->name));
     if (t->def.hasLongValues)
-        return Status::notSupported(QStringLiteral("table %1 has memo or OLE columns; writing it is not supported").arg(t->name));
+        return Status::notSupported(
+            QStringLiteral("table %1 has memo or OLE columns; writing it is not supported").arg(t->name));
     return t;
 }
 
@@ -336,8 +339,7 @@ void Engine::rollback()
     reloadTables();
 }
 
-template <class T, class F>
-T Engine::writeOperation(F op)
+template <class T, class F> T Engine::writeOperation(F op)
 {
     // Each operation is atomic: on failure its own changes are undone, and outside a
     // transaction a successful one is committed at once.
@@ -369,7 +371,8 @@ Status Engine::locateMapRow(MapRef ref, int *start, int *end) const
         return Status::corruption(QStringLiteral("usage map at missing page %1").arg(ref.page));
     const uchar *pg = m_store->page(ref.page);
     if (pg[0] != kPageData || !rowExtent(pg, ref.row, start, end) || *end - *start < 5)
-        return Status::corruption(QStringLiteral("usage map row %1 of page %2 is unreadable").arg(ref.row).arg(ref.page));
+        return Status::corruption(
+            QStringLiteral("usage map row %1 of page %2 is unreadable").arg(ref.row).arg(ref.page));
     return Status::ok();
 }
 
@@ -596,9 +599,9 @@ Status Engine::forEachRow(const TableDef &t, const RawVisit &visit) const
                 continue;
             RowId data;
             int s = 0, e = 0;
-            if (Status st = locateRow(t, RowId{p, quint8(r)}, &data, &s, &e); !st)
+            if (Status st = locateRow(t, RowId { p, quint8(r) }, &data, &s, &e); !st)
                 return st;
-            if (!visit(RowId{p, quint8(r)}, m_store->page(data.page) + s, e - s))
+            if (!visit(RowId { p, quint8(r) }, m_store->page(data.page) + s, e - s))
                 return Status::ok();
         }
     }
@@ -623,10 +626,12 @@ Status Engine::locateRow(const TableDef &t, RowId id, RowId *data, int *start, i
         if (cur.row >= u16(pg + kDataRowCount)) {
             if (hop == 0)
                 return rowGone(id);
-            return Status::corruption(QStringLiteral("overflow pointer to missing row %1 of page %2").arg(cur.row).arg(cur.page));
+            return Status::corruption(
+                QStringLiteral("overflow pointer to missing row %1 of page %2").arg(cur.row).arg(cur.page));
         }
         if (!rowExtent(pg, cur.row, &s, &e, &flags))
-            return Status::corruption(QStringLiteral("page %1: row %2 lies outside the page").arg(cur.page).arg(cur.row));
+            return Status::corruption(
+                QStringLiteral("page %1: row %2 lies outside the page").arg(cur.page).arg(cur.row));
         if (hop == 0 && (flags & kRowDeleted))
             return rowGone(id);
         if (!(flags & kRowOverflow)) {
@@ -637,9 +642,10 @@ Status Engine::locateRow(const TableDef &t, RowId id, RowId *data, int *start, i
         }
         if (e - s < 4)
             return Status::corruption(QStringLiteral("page %1: overflow pointer too short").arg(cur.page));
-        cur = RowId{u24(pg + s + 1), pg[s]};
+        cur = RowId { u24(pg + s + 1), pg[s] };
     }
-    return Status::corruption(QStringLiteral("overflow pointers of page %1 slot %2 form a loop").arg(id.page).arg(id.row));
+    return Status::corruption(
+        QStringLiteral("overflow pointers of page %1 slot %2 form a loop").arg(id.page).arg(id.row));
 }
 
 Status Engine::scan(const QString &table, const std::function<bool(RowId, const Row &)> &visit) const
@@ -751,7 +757,7 @@ RowId Engine::writeRow(quint32 page, const QByteArray &bytes, quint16 flags)
     put16(pg + kDataRowTable + 2 * rows, quint16(start | flags));
     put16(pg + kDataRowCount, quint16(rows + 1));
     put16(pg + kDataFreeSpace, quint16(u16(pg + kDataFreeSpace) - bytes.size() - 2));
-    return RowId{page, quint8(rows)};
+    return RowId { page, quint8(rows) };
 }
 
 void Engine::addRowCount(const Table &t, int delta)
@@ -817,7 +823,8 @@ Status Engine::updateRow(const QString &table, RowId id, const Row &values)
         {
             int hs = 0, he = 0;
             if (!rowExtent(m_store->page(id.page), id.row, &hs, &he) || he - hs < 4)
-                return Status::corruption(QStringLiteral("page %1: row %2 cannot hold a pointer").arg(id.page).arg(id.row));
+                return Status::corruption(
+                    QStringLiteral("page %1: row %2 cannot hold a pointer").arg(id.page).arg(id.row));
         }
         Result<quint32> page = pageForRow(*t, int(bytes.size()), data.page);
         if (!page)
@@ -862,7 +869,7 @@ Status Engine::deleteRow(const QString &table, RowId id)
             if (cur == data || !(slot & kRowOverflow))
                 break;
             const int rs = slot & kRowOffsetMask;
-            cur = RowId{u24(pg + rs + 1), pg[rs]};
+            cur = RowId { u24(pg + rs + 1), pg[rs] };
         }
         addRowCount(*t, -1);
         return Status::ok();

@@ -5,19 +5,18 @@
 // pages reach the disk together or not at all. Not thread-safe.
 #pragma once
 
+#include <functional>
+#include <memory>
+
+#include <QStringList>
+
 #include "platform/jet/internal/pagestore.h"
 #include "platform/jet/internal/tabledef.h"
 #include "platform/jet/types.h"
 
-#include <QStringList>
-
-#include <functional>
-#include <memory>
-
 namespace tolvane::jet {
 
-class Engine
-{
+class Engine {
 public:
     // Errors as Database::open. readOnly forces read-only use.
     static Result<std::unique_ptr<Engine>> open(const QString &path, bool readOnly);
@@ -48,8 +47,7 @@ public:
 
     // Slot statistics over every data page naming the table (diagnostics): live row headers,
     // deleted slots (0xC000), overflow pointers (0x4000 alone) and their targets (0x8000 alone).
-    struct PhysicalStats
-    {
+    struct PhysicalStats {
         int dataPages = 0;
         int rowHeaders = 0;
         int deletedSlots = 0;
@@ -65,8 +63,7 @@ public:
     internal::PageStore &storeForTesting() { return *m_store; }
 
 private:
-    struct Table
-    {
+    struct Table {
         QString name;
         internal::TableDef def;
         QList<ColumnInfo> columns;
@@ -101,8 +98,7 @@ private:
     RowId writeRow(quint32 page, const QByteArray &bytes, quint16 flags);
     void addRowCount(const Table &t, int delta);
 
-    template <class T, class F>
-    T writeOperation(F op);
+    template <class T, class F> T writeOperation(F op);
 
     std::unique_ptr<internal::PageStore> m_store;
     QList<Table> m_tables;

@@ -1,13 +1,13 @@
 #include "platform/jet/internal/pagestore.h"
 
-#include "platform/jet/internal/bytes.h"
+#include <algorithm>
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
+#include "platform/jet/internal/bytes.h"
 
 #ifdef Q_OS_WIN
 #include <io.h>
@@ -20,7 +20,7 @@ namespace tolvane::jet::internal {
 
 namespace {
 
-constexpr char kJournalMagic[8] = {'T', 'o', 'l', 'v', 'J', 'n', 'l', '1'};
+constexpr char kJournalMagic[8] = { 'T', 'o', 'l', 'v', 'J', 'n', 'l', '1' };
 constexpr int kJournalHeader = 8 + 8 + 4;
 
 quint64 fnv1a(const char *data, qint64 size)
@@ -94,7 +94,7 @@ Status PageStore::recoverJournal(const QString &path, QByteArray *image, bool wr
         count = u32(reinterpret_cast<const uchar *>(j.constData()) + 16);
         const qint64 expected = kJournalHeader + qint64(count) * (4 + kPageBytes) + 8;
         complete = j.size() == expected && originalSize % kPageBytes == 0
-                   && getU64(j.constData() + expected - 8) == fnv1a(j.constData(), expected - 8);
+            && getU64(j.constData() + expected - 8) == fnv1a(j.constData(), expected - 8);
     }
     if (!complete) {
         // Torn while being written: the database file was not touched yet.
@@ -138,7 +138,7 @@ PageStore::Fingerprint PageStore::fingerprint(const QString &path)
     const QFileInfo fi(path);
     if (!fi.exists())
         return {};
-    return {fi.size(), fi.lastModified().toMSecsSinceEpoch(), fi.metadataChangeTime().toMSecsSinceEpoch()};
+    return { fi.size(), fi.lastModified().toMSecsSinceEpoch(), fi.metadataChangeTime().toMSecsSinceEpoch() };
 }
 
 bool PageStore::Fingerprint::settled() const
@@ -172,7 +172,8 @@ Result<std::unique_ptr<PageStore>> PageStore::open(const QString &path, bool wri
     if (!f.exists())
         return Status::notFound(QStringLiteral("no such file: %1").arg(QDir::toNativeSeparators(path)));
     if (!f.open(QIODevice::ReadOnly))
-        return Status::ioError(QStringLiteral("cannot read %1: %2").arg(QDir::toNativeSeparators(path), f.errorString()));
+        return Status::ioError(
+            QStringLiteral("cannot read %1: %2").arg(QDir::toNativeSeparators(path), f.errorString()));
     std::unique_ptr<PageStore> store(new PageStore);
     store->m_path = path;
     store->m_data = f.readAll();

@@ -9,18 +9,17 @@
 // the last finished commit. An incomplete one means the file itself was never touched.
 #pragma once
 
-#include "platform/status.h"
+#include <memory>
 
 #include <QByteArray>
 #include <QHash>
 #include <QString>
 
-#include <memory>
+#include "platform/status.h"
 
 namespace tolvane::jet::internal {
 
-class PageStore
-{
+class PageStore {
 public:
     // Reads the whole file. When writable, a hot journal is rolled back on disk first;
     // otherwise it is applied to the in-memory image only. Errors: NotFound, IOError,
@@ -32,7 +31,10 @@ public:
     const QString &path() const { return m_path; }
     quint32 pageCount() const { return quint32(m_data.size() / kPageBytes); }
     // Requires: n < pageCount(). The pointer is valid until the next appendPage().
-    const uchar *page(quint32 n) const { return reinterpret_cast<const uchar *>(m_data.constData()) + qint64(n) * kPageBytes; }
+    const uchar *page(quint32 n) const
+    {
+        return reinterpret_cast<const uchar *>(m_data.constData()) + qint64(n) * kPageBytes;
+    }
     // Marks page n changed (remembering its committed image) and returns it for writing.
     uchar *mutablePage(quint32 n);
     // Adds a zero-filled page at the end and returns its number.
@@ -64,8 +66,7 @@ public:
 
 private:
     static constexpr int kPageBytes = 4096;
-    struct Fingerprint
-    {
+    struct Fingerprint {
         qint64 size = -1;
         qint64 modified = 0;
         qint64 changed = 0;

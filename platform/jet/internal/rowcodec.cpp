@@ -1,18 +1,21 @@
 #include "platform/jet/internal/rowcodec.h"
 
-#include "platform/jet/internal/bytes.h"
+#include <cmath>
+#include <limits>
 
 #include <QDateTime>
 #include <QUuid>
 
-#include <cmath>
-#include <limits>
+#include "platform/jet/internal/bytes.h"
 
 namespace tolvane::jet::internal {
 
 namespace {
 
-Status badRow(const QString &what) { return Status::corruption(QStringLiteral("malformed row: %1").arg(what)); }
+Status badRow(const QString &what)
+{
+    return Status::corruption(QStringLiteral("malformed row: %1").arg(what));
+}
 
 // A long value (memo/OLE): a 12-byte header with the length and flags, then the data inline,
 // or a pointer to one row on a long-value page, or a chain of such rows.
@@ -55,17 +58,22 @@ Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
 QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store, Status *err)
 {
     switch (ColumnType(type)) {
-    case ColumnType::Byte: return n >= 1 ? QVariant(int(p[0])) : QVariant();
-    case ColumnType::Integer: return n >= 2 ? QVariant(int(i16(p))) : QVariant();
-    case ColumnType::Long: return n >= 4 ? QVariant(int(i32(p))) : QVariant();
+    case ColumnType::Byte:
+        return n >= 1 ? QVariant(int(p[0])) : QVariant();
+    case ColumnType::Integer:
+        return n >= 2 ? QVariant(int(i16(p))) : QVariant();
+    case ColumnType::Long:
+        return n >= 4 ? QVariant(int(i32(p))) : QVariant();
     case ColumnType::Money: {
         if (n < 8)
             return {};
         const qint64 v = qint64(quint64(u32(p)) | (quint64(u32(p + 4)) << 32));
         return double(v) / 10000.0;
     }
-    case ColumnType::Float: return n >= 4 ? QVariant(double(f32(p))) : QVariant();
-    case ColumnType::Double: return n >= 8 ? QVariant(f64(p)) : QVariant();
+    case ColumnType::Float:
+        return n >= 4 ? QVariant(double(f32(p))) : QVariant();
+    case ColumnType::Double:
+        return n >= 8 ? QVariant(f64(p)) : QVariant();
     case ColumnType::DateTime: {
         if (n < 8)
             return {};
@@ -76,7 +84,8 @@ QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store,
         }
         return fromOleDate(d);
     }
-    case ColumnType::Text: return decodeText(p, n);
+    case ColumnType::Text:
+        return decodeText(p, n);
     case ColumnType::Memo: {
         Result<QByteArray> b = readLongValue(p, n, store);
         if (!b) {
@@ -108,7 +117,8 @@ QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store,
     }
     case ColumnType::Boolean:
     case ColumnType::Binary:
-    default: return QByteArray(reinterpret_cast<const char *>(p), n);
+    default:
+        return QByteArray(reinterpret_cast<const char *>(p), n);
     }
 }
 
@@ -116,13 +126,13 @@ QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store,
 // ISO form.
 QDateTime parseDateText(const QString &text)
 {
-    for (const QString &format : {QStringLiteral("yyyy/MM/dd HH:mm:ss"), QStringLiteral("yyyy/MM/dd H:mm:ss"),
-                                  QStringLiteral("yyyy/MM/dd HH:mm"), QStringLiteral("yyyy/M/d H:mm:ss")}) {
+    for (const QString &format : { QStringLiteral("yyyy/MM/dd HH:mm:ss"), QStringLiteral("yyyy/MM/dd H:mm:ss"),
+             QStringLiteral("yyyy/MM/dd HH:mm"), QStringLiteral("yyyy/M/d H:mm:ss") }) {
         const QDateTime dt = QDateTime::fromString(text, format);
         if (dt.isValid())
             return dt;
     }
-    for (const QString &format : {QStringLiteral("yyyy/MM/dd"), QStringLiteral("yyyy/M/d")}) {
+    for (const QString &format : { QStringLiteral("yyyy/MM/dd"), QStringLiteral("yyyy/M/d") }) {
         const QDate d = QDate::fromString(text, format);
         if (d.isValid())
             return QDateTime(d, QTime(0, 0));
@@ -284,18 +294,18 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
                 n = qlonglong(d);
             } else if (v.typeId() == QMetaType::QString) {
                 n = v.toString().trimmed().toLongLong(&ok);
-            } else if (v.canConvert<qlonglong>() && v.typeId() != QMetaType::QDateTime
-                       && v.typeId() != QMetaType::QDate && v.typeId() != QMetaType::QByteArray) {
+            } else if (v.canConvert<qlonglong>() && v.typeId() != QMetaType::QDateTime && v.typeId() != QMetaType::QDate
+                && v.typeId() != QMetaType::QByteArray) {
                 n = v.toLongLong(&ok);
             }
             if (!ok)
                 return wrong(QStringLiteral("not a whole number"));
             const qlonglong lo = c.type == quint8(ColumnType::Byte) ? 0
-                                 : c.type == quint8(ColumnType::Integer) ? -32768
-                                                                         : std::numeric_limits<qint32>::min();
+                : c.type == quint8(ColumnType::Integer)             ? -32768
+                                                                    : std::numeric_limits<qint32>::min();
             const qlonglong hi = c.type == quint8(ColumnType::Byte) ? 255
-                                 : c.type == quint8(ColumnType::Integer) ? 32767
-                                                                         : std::numeric_limits<qint32>::max();
+                : c.type == quint8(ColumnType::Integer)             ? 32767
+                                                                    : std::numeric_limits<qint32>::max();
             if (n < lo || n > hi)
                 return wrong(QStringLiteral("%1 is out of range").arg(n));
             out.append(int(n));
@@ -349,7 +359,8 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
             break;
         }
         default:
-            return Status::notSupported(QStringLiteral("column %1: writing this column type is not supported").arg(c.name));
+            return Status::notSupported(
+                QStringLiteral("column %1: writing this column type is not supported").arg(c.name));
         }
     }
     return out;
@@ -378,7 +389,9 @@ QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
         QByteArray bytes;
         uchar buf[8] = {};
         switch (ColumnType(c.type)) {
-        case ColumnType::Byte: bytes = QByteArray(1, char(v.toInt())); break;
+        case ColumnType::Byte:
+            bytes = QByteArray(1, char(v.toInt()));
+            break;
         case ColumnType::Integer:
             put16(buf, quint16(v.toInt()));
             bytes = QByteArray(reinterpret_cast<const char *>(buf), 2);
@@ -399,8 +412,12 @@ QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
             putF64(buf, toOleDate(v.toDateTime()));
             bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
             break;
-        case ColumnType::Text: bytes = encodeText(v.toString(), c.compressible()); break;
-        default: bytes = v.toByteArray(); break;
+        case ColumnType::Text:
+            bytes = encodeText(v.toString(), c.compressible());
+            break;
+        default:
+            bytes = v.toByteArray();
+            break;
         }
         if (c.isFixed()) {
             const int n = std::min<int>(int(bytes.size()), int(fixed.size()) - c.fixedOffset);

@@ -1,27 +1,38 @@
 #include "platform/jet/internal/tabledef.h"
 
-#include "platform/jet/internal/bytes.h"
+#include <algorithm>
 
 #include <QSet>
 
-#include <algorithm>
+#include "platform/jet/internal/bytes.h"
 
 namespace tolvane::jet::internal {
 
 int fixedSizeOf(quint8 type)
 {
     switch (ColumnType(type)) {
-    case ColumnType::Boolean: return 0;
-    case ColumnType::Byte: return 1;
-    case ColumnType::Integer: return 2;
-    case ColumnType::Long: return 4;
-    case ColumnType::Money: return 8;
-    case ColumnType::Float: return 4;
-    case ColumnType::Double: return 8;
-    case ColumnType::DateTime: return 8;
-    case ColumnType::Guid: return 16;
-    case ColumnType::Numeric: return 17;
-    default: return -1;
+    case ColumnType::Boolean:
+        return 0;
+    case ColumnType::Byte:
+        return 1;
+    case ColumnType::Integer:
+        return 2;
+    case ColumnType::Long:
+        return 4;
+    case ColumnType::Money:
+        return 8;
+    case ColumnType::Float:
+        return 4;
+    case ColumnType::Double:
+        return 8;
+    case ColumnType::DateTime:
+        return 8;
+    case ColumnType::Guid:
+        return 16;
+    case ColumnType::Numeric:
+        return 17;
+    default:
+        return -1;
     }
 }
 
@@ -43,7 +54,7 @@ Result<TableDef> parseTableDef(const PageStore &store, quint32 page)
     // The definition is one byte stream: the first page whole, then each following page after
     // its own 8-byte header.
     QByteArray stream(reinterpret_cast<const char *>(store.page(page)), kPageSize);
-    QSet<quint32> seen{page};
+    QSet<quint32> seen { page };
     quint32 next = u32(store.page(page) + 4);
     while (next != 0) {
         if (next >= store.pageCount() || store.page(next)[0] != kPageTdef || seen.contains(next) || seen.size() > 64)
@@ -63,8 +74,8 @@ Result<TableDef> parseTableDef(const PageStore &store, quint32 page)
     t.numCols = u16(b + 45);
     t.numIndexes = int(u32(b + 47));
     t.numRealIndexes = int(u32(b + 51));
-    t.ownedMap = {u24(b + 56), b[55]};
-    t.freeMap = {u24(b + 60), b[59]};
+    t.ownedMap = { u24(b + 56), b[55] };
+    t.freeMap = { u24(b + 60), b[59] };
     if (t.numCols > 4096 || t.numRealIndexes < 0 || t.numRealIndexes > 1000 || t.numIndexes < 0 || t.numIndexes > 1000)
         return bad(QStringLiteral("implausible counts"));
 
@@ -93,8 +104,8 @@ Result<TableDef> parseTableDef(const PageStore &store, quint32 page)
         t.columns[i].name = QString::fromUtf16(reinterpret_cast<const char16_t *>(stream.constData() + off), n / 2);
         off += n;
     }
-    std::stable_sort(t.columns.begin(), t.columns.end(),
-                     [](const ColumnDef &a, const ColumnDef &x) { return a.number < x.number; });
+    std::stable_sort(
+        t.columns.begin(), t.columns.end(), [](const ColumnDef &a, const ColumnDef &x) { return a.number < x.number; });
 
     for (const ColumnDef &c : t.columns) {
         if (c.type == quint8(ColumnType::Memo) || c.type == quint8(ColumnType::Ole))

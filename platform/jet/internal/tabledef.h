@@ -3,37 +3,34 @@
 // Pure data; thread-compatible.
 #pragma once
 
-#include "platform/jet/internal/pagestore.h"
-#include "platform/jet/types.h"
-
 #include <QList>
 #include <QString>
 
+#include "platform/jet/internal/pagestore.h"
+#include "platform/jet/types.h"
+
 namespace tolvane::jet::internal {
 
-struct MapRef
-{
+struct MapRef {
     quint32 page = 0;
     int row = 0;
 };
 
-struct ColumnDef
-{
+struct ColumnDef {
     QString name;
     quint8 type = 0;
     int number = 0;
     int varIndex = 0;
     int fixedOffset = 0;
-    int length = 0;       // bytes
-    quint8 flags = 0;     // 0x01: fixed length
-    quint8 extFlags = 0;  // 0x01: compressed unicode allowed
+    int length = 0; // bytes
+    quint8 flags = 0; // 0x01: fixed length
+    quint8 extFlags = 0; // 0x01: compressed unicode allowed
     bool isFixed() const { return flags & 0x01; }
     bool compressible() const { return extFlags & 0x01; }
     ColumnType columnType() const { return ColumnType(type); }
 };
 
-struct TableDef
-{
+struct TableDef {
     quint32 tdefPage = 0;
     quint8 tableType = 0;
     int maxCols = 0;
@@ -44,8 +41,8 @@ struct TableDef
     MapRef ownedMap;
     MapRef freeMap;
     QList<ColumnDef> columns; // by column number
-    int fixedAreaSize = 0;    // bytes of the fixed area a full row carries
-    int varSlots = 0;         // entries of the variable-offset table a full row carries
+    int fixedAreaSize = 0; // bytes of the fixed area a full row carries
+    int varSlots = 0; // entries of the variable-offset table a full row carries
     bool hasLongValues = false;
 };
 
