@@ -3,6 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
+bash scripts/check-format.sh
 if [ -f tests/jet/node/package.json ]; then
   (cd tests/jet/node && npm ci --no-audit --no-fund --loglevel=error)
 fi
