@@ -5,9 +5,16 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include "browser/bgrcolor.h"
 
 namespace tolvane::browser {
+
+namespace {
+// The current-file highlight (green back, white text) and normal rows.
+const QColor kHighlightBack = QColor(0, 192, 0);
+const QColor kHighlightText = QColor(255, 255, 255);
+const QColor kNormalBack = QColor(255, 255, 255);
+const QColor kNormalText = QColor(0, 0, 0);
+} // namespace
 
 QList<ListedFile> readFolderFiles(const QString &folder)
 {
@@ -51,47 +58,17 @@ int ListFolderFiles(FileListModel &fr, const QString &folder)
     return fr.rows() - 1;
 }
 
-QString joinPath(const QString &folder, const QString &name)
+void PutGreen_frList(FileListModel &fr, int previousRow, int currentRow)
 {
-    if (folder.isEmpty())
-        return name;
-    const QChar last = folder.back();
-    if (last == QLatin1Char('/') || last == QLatin1Char('\\'))
-        return folder + name;
-    // Keep the folder's own separator style so the path shown to the user stays native.
-    const QChar sep = folder.contains(QLatin1Char('\\')) && !folder.contains(QLatin1Char('/')) ? QLatin1Char('\\')
-                                                                                               : QLatin1Char('/');
-    return folder + sep + name;
+    if (previousRow != 0)
+        fr.setRowColors(previousRow, kNormalBack, kNormalText);
+    fr.setRowColors(currentRow, kHighlightBack, kHighlightText);
 }
 
-QString fileDateText(const QString &path)
+void PutWhite_frList(FileListModel &fr, int currentRow)
 {
-    const QFileInfo fi(path);
-    if (!fi.exists())
-        return {};
-    return fi.lastModified().toString(QStringLiteral("yyyy-MM-dd"));
-}
-
-void TakeCurrentFile(const FileListModel &fr, BrowserState &state)
-{
-    const int row = state.CurrentResultRow;
-    if (row < 1 || row >= fr.rows())
-        return;
-    state.CurrentFileName = fr.name(row);
-    state.CurrentFileDate = fileDateText(joinPath(state.CurrentFolder, state.CurrentFileName));
-}
-
-void PutGreen_frList(FileListModel &fr, const BrowserState &state)
-{
-    if (state.PreviousResultRow != 0)
-        fr.setRowColors(state.PreviousResultRow, kNormalBack, kNormalText);
-    fr.setRowColors(state.CurrentResultRow, kHighlightBack, kHighlightText);
-}
-
-void PutWhite_frList(FileListModel &fr, const BrowserState &state)
-{
-    if (state.CurrentResultRow != 0)
-        fr.setRowColors(state.CurrentResultRow, kNormalBack, kNormalText);
+    if (currentRow != 0)
+        fr.setRowColors(currentRow, kNormalBack, kNormalText);
 }
 
 } // namespace tolvane::browser

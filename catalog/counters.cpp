@@ -11,54 +11,54 @@ namespace tolvane::catalog {
 namespace {
 
 // Adds one to column of the IDno row and returns the new value.
-int draw(jet::Database *db, Prompter &prompter, const char *column, const char *brokenMessage)
+Result<int> draw(jet::Database &db, Prompter &prompter, const char *column, const char *brokenMessage)
 {
-    if (!db)
-        return 0;
-    auto rs = db->openTable(kIdNoTable);
+    auto rs = db.openTable(kIdNoTable);
     if (!rs)
-        return 0;
+        return rs.status();
     jet::Recordset &r = **rs;
     if (r.bof()) {
         prompter.inform(appTitle(), QString::fromLatin1(brokenMessage), Prompter::Icon::Critical);
-        return -1;
+        return Status::corruption(QString::fromLatin1(brokenMessage));
     }
     const QString name = QString::fromLatin1(column);
     bool ok = false;
     const qint64 next = qint64(r.field(name).toInt(&ok)) + 1;
     if (!ok && r.field(name).isValid())
-        return 0;
+        return Status::corruption(QStringLiteral("IDno.%1 is not a number").arg(name));
     if (next <= 0 || next > std::numeric_limits<int>::max())
-        return 0; // exhausted: never hand out a value that wrapped
+        return Status::corruption(QStringLiteral("IDno.%1 is exhausted").arg(name));
     if (!r.setField(name, int(next)) || !r.update())
-        return 0;
+        return Status::ioError(QStringLiteral("IDno.%1 could not be written").arg(name));
     const int stored = r.field(name).toInt(&ok);
-    return ok ? stored : 0;
+    if (!ok)
+        return Status::corruption(QStringLiteral("IDno.%1 reads back wrong").arg(name));
+    return stored;
 }
 
 } // namespace
 
-int NextPnID(jet::Database *db, Prompter &prompter)
+Result<int> NextPnID(jet::Database &db, Prompter &prompter)
 {
     return draw(db, prompter, "pnID", "Critical Error DB broken ->IDno");
 }
 
-int NextHsID(jet::Database *db, Prompter &prompter)
+Result<int> NextHsID(jet::Database &db, Prompter &prompter)
 {
     return draw(db, prompter, "hsID", "Critical Error DB broken ->IDno.DocNo");
 }
 
-int NextBdID(jet::Database *db, Prompter &prompter)
+Result<int> NextBdID(jet::Database &db, Prompter &prompter)
 {
     return draw(db, prompter, "bdID", "Critical Error DB broken ->IDno.bdID");
 }
 
-int NextBndNo(jet::Database *db, Prompter &prompter)
+Result<int> NextBndNo(jet::Database &db, Prompter &prompter)
 {
     return draw(db, prompter, "BndNo", "Critical Error DB broken ->IDno.bdNo");
 }
 
-int NextDocNo(jet::Database *db, Prompter &prompter)
+Result<int> NextDocNo(jet::Database &db, Prompter &prompter)
 {
     return draw(db, prompter, "DocNo", "Critical Error DB broken ->IDno.DocNo");
 }

@@ -51,8 +51,7 @@ int runRegister(const QStringList &args)
     browser::FileListModel fr;
     const QString folder = shownFolder(args[1]);
     browser::ListFolderFiles(fr, folder);
-    int ModeNo = 2;
-    const auto outcome = registration::RegisterShownFolder(state.db(), prompter, folder, fr.names(), ModeNo);
+    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, fr.names());
     catalog::CloseCatalog(state, searchResultSet, binderSet);
     using Kind = registration::RegistrationOutcome::Kind;
     switch (outcome.kind) {

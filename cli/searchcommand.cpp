@@ -7,7 +7,7 @@
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
-#include "registration/pathrecords.h"
+#include "catalog/records.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -106,8 +106,13 @@ int runSearch(const QStringList &args)
     const QString value = req.values.value(0).trimmed();
     search::RecordsetSlot result;
     Result<bool> found = false;
-    if (req.kind == QStringLiteral("folder"))
-        found = search::QueryByFolder(db, result, registration::GetPathID(&db, req.values.value(0)));
+    if (req.kind == QStringLiteral("folder")) {
+        const Result<int> pnID = catalog::GetPathID(db, req.values.value(0));
+        if (pnID || pnID.status().code() == Status::Code::NotFound)
+            found = search::QueryByFolder(db, result, pnID ? pnID.value() : -1);
+        else
+            found = pnID.status();
+    }
     else if (req.kind == QStringLiteral("name"))
         found = search::QueryByFileName(db, result, value);
     else if (req.kind == QStringLiteral("class"))

@@ -1,33 +1,24 @@
 #include "registration/bulkregistration.h"
 
 #include "catalog/counters.h"
+#include "catalog/transaction.h"
 #include "platform/apptitle.h"
 
 namespace tolvane::registration {
 
 namespace {
-constexpr int kRecordMode = 2;
-
 // Runs body inside one catalogue transaction: committed when body succeeds, rolled back when it
 // fails, so that a failed or stopped command leaves the catalogue as it was.
-template <class Body> Status inTransaction(jet::Database *db, Body body)
+template <class Body> Status inTransaction(jet::Database &db, Body body)
 {
-    const bool own = !db->inTransaction();
-    if (own) {
-        const Status begun = db->beginTransaction();
-        if (!begun)
-            return begun;
-    }
+    catalog::TransactionGuard tx(db);
+    if (!tx.status())
+        return tx.status();
     Status st = body();
-    if (!own)
-        return st;
-    if (!st) {
-        db->rollback();
-        return st;
-    }
-    st = db->commit();
+    if (st)
+        st = tx.commit();
     if (!st)
-        db->rollback();
+        tx.rollback();
     return st;
 }
 
@@ -80,11 +71,10 @@ QString registrationFailedMessage()
     return QStringLiteral("DB登録に失敗しました。　RecordFILE_ATR");
 }
 
-RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, const QString &CurrentFolder,
-    const QStringList &names, int &ModeNo, const Progress &progress)
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const QStringList &names, const Progress &progress)
 {
     RegistrationOutcome out;
-    ModeNo = kRecordMode;
     if (names.isEmpty()) {
         prompter.inform(appTitle(), emptyListMessage(), Prompter::Icon::Warning);
         out.kind = RegistrationOutcome::Kind::Refused;
@@ -96,27 +86,32 @@ RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, c
         out.kind = RegistrationOutcome::Kind::Declined;
         return out;
     }
-    if (!db) {
+    const int listed = int(names.size());
+    const Result<int> registered = catalog::GetPathID(db, CurrentFolder);
+    if (!registered && registered.status().code() != Status::Code::NotFound) {
         out.kind = RegistrationOutcome::Kind::Failed;
-        out.error = Status::invalidArgument(QStringLiteral("no catalogue"));
+        out.error = registered.status();
+        prompter.inform(appTitle(), registrationFailedMessage(), Prompter::Icon::Critical);
         return out;
     }
-
-    const int listed = int(names.size());
-    out.pnID = GetPathID(db, CurrentFolder);
-    if (out.pnID > 0) {
+    if (registered) {
+        out.pnID = registered.value();
         // Synchronisation: deletion first, then addition with the date corrections.
         const int total = listed + listed / 4 + 1;
         const Status st = inTransaction(db, [&]() -> Status {
-            Status error;
-            out.deleted = DeleteMissingFiles(db, out.pnID, names, &error, part(progress, 0, listed / 4 + 1, total));
-            if (!error)
-                return error;
+            const Result<int> deleted
+                = DeleteMissingFiles(db, out.pnID, names, part(progress, 0, listed / 4 + 1, total));
+            if (!deleted)
+                return deleted.status();
+            out.deleted = deleted.value();
             int DateFixCount = 0;
-            out.added = AddNewFiles(db, CurrentFolder, out.pnID, names, DateFixCount, &error,
-                part(progress, listed / 4 + 1, listed, total));
+            const Result<int> added = AddNewFiles(
+                db, CurrentFolder, out.pnID, names, DateFixCount, part(progress, listed / 4 + 1, listed, total));
+            if (!added)
+                return added.status();
+            out.added = added.value();
             out.dateFixed = DateFixCount;
-            return error;
+            return Status::ok();
         });
         if (!st) {
             out.error = st;
@@ -137,21 +132,23 @@ RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, c
     // First registration of the folder.
     bool stopQuietly = false;
     const Status st = inTransaction(db, [&]() -> Status {
-        const int pnID = catalog::NextPnID(db, prompter);
-        if (pnID <= 0) {
-            stopQuietly = true; // the counter reported its own error
-            return Status::corruption(QStringLiteral("no folder identifier could be drawn"));
+        const Result<int> pnID = catalog::NextPnID(db, prompter);
+        if (!pnID) {
+            stopQuietly = true; // a broken counter row has been reported by the draw
+            return pnID.status();
         }
-        out.pnID = pnID;
-        Status error;
-        if (!AddPathName(db, CurrentFolder, pnID, &error)) {
+        out.pnID = pnID.value();
+        if (const Status st = AddPathName(db, CurrentFolder, out.pnID); !st) {
             stopQuietly = true;
-            return error;
+            return st;
         }
         int DateFixCount = 0;
-        out.added
-            = AddNewFiles(db, CurrentFolder, pnID, names, DateFixCount, &error, part(progress, 0, listed, listed));
-        return error;
+        const Result<int> added
+            = AddNewFiles(db, CurrentFolder, out.pnID, names, DateFixCount, part(progress, 0, listed, listed));
+        if (!added)
+            return added.status();
+        out.added = added.value();
+        return Status::ok();
     });
     if (!st) {
         out.error = st;

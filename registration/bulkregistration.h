@@ -38,9 +38,9 @@ QString registrationFailedMessage();
 // Registers or synchronises CurrentFolder from the names of the file list (column 0 of `fr`, in
 // list order): refuses an empty list, asks for confirmation, then runs deletion before addition
 // in one transaction and reports the counts, all through prompter with the title
-// "Almaren Tolvane". Sets ModeNo to 2. The list is the truth about the folder's contents; only
-// the files' dates are read from the disk.
-RegistrationOutcome RegisterShownFolder(jet::Database *db, Prompter &prompter, const QString &CurrentFolder,
-    const QStringList &names, int &ModeNo, const Progress &progress = {});
+// "Almaren Tolvane". The list is the truth about the folder's contents; only the files' dates
+// are read from the disk.
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const QStringList &names, const Progress &progress = {});
 
 } // namespace tolvane::registration

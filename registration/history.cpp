@@ -6,7 +6,7 @@
 #include "catalog/counters.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
-#include "registration/sliptransaction.h"
+#include "catalog/transaction.h"
 
 namespace tolvane::registration {
 
@@ -103,14 +103,12 @@ QString historyDateText(const QVariant &a01)
     return a01.toString();
 }
 
-Result<QList<HistoryLine>> LoadHistory(jet::Database *db, int hsID)
+Result<QList<HistoryLine>> LoadHistory(jet::Database &db, int hsID)
 {
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue open"));
     QList<HistoryLine> lines;
     if (hsID == 0)
         return lines;
-    auto rs = db->select(historyQuery(hsID));
+    auto rs = db.select(historyQuery(hsID));
     if (!rs)
         return rs.status();
     for (jet::Recordset &r = **rs; !r.eof(); r.moveNext())
@@ -119,10 +117,8 @@ Result<QList<HistoryLine>> LoadHistory(jet::Database *db, int hsID)
 }
 
 Result<int> SaveHistory(
-    jet::Database *db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines, Prompter &prompter)
+    jet::Database &db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines, Prompter &prompter)
 {
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue open"));
     if (fileRecord.bof() || fileRecord.eof())
         return Status::invalidArgument(QStringLiteral("no current record"));
 
@@ -137,18 +133,19 @@ Result<int> SaveHistory(
     }
 
     const int oldHsID = fileRecord.field(kHsID).toInt();
-    TransactionGuard tx(db);
+    catalog::TransactionGuard tx(db);
     if (!tx.status())
         return tx.status();
 
     int hsID = oldHsID;
     if (hsID == 0) {
-        hsID = catalog::NextHsID(db, prompter);
-        if (hsID <= 0)
-            return Status::corruption(QStringLiteral("no history key could be drawn"));
+        const Result<int> drawn = catalog::NextHsID(db, prompter);
+        if (!drawn)
+            return drawn.status();
+        hsID = drawn.value();
     } else {
         // Remove the old lines (the file's hsID stays).
-        auto old = db->select(historyQuery(hsID));
+        auto old = db.select(historyQuery(hsID));
         if (!old)
             return old.status();
         for (jet::Recordset &r = **old; !r.eof(); r.moveNext()) {
@@ -157,7 +154,7 @@ Result<int> SaveHistory(
         }
     }
 
-    auto rev = db->openTable(catalog::kFileRevTable);
+    auto rev = db.openTable(catalog::kFileRevTable);
     if (!rev)
         return rev.status();
     jet::Recordset &table = **rev;
@@ -188,7 +185,7 @@ Result<int> SaveHistory(
     }
     if (Status s = tx.commit(); !s) {
         tx.rollback();
-        restoreSnapshot(db, fileRecord);
+        catalog::restoreSnapshot(db, fileRecord);
         return s;
     }
     return hsID;

@@ -50,7 +50,7 @@ QString badHistoryDateMessage(const QString &text);
 QString historyDateText(const QVariant &a01);
 
 // LoadHistory: the lines of hsID in ascending a01 (empty for hsID 0). Errors of the database.
-Result<QList<HistoryLine>> LoadHistory(jet::Database *db, int hsID);
+Result<QList<HistoryLine>> LoadHistory(jet::Database &db, int hsID);
 
 // SaveHistory: replaces the FILE_REV lines of the current record of fileRecord (a FILE_ATR
 // recordset on db) by lines, in one transaction. When the record's hsID is 0 a new one is drawn
@@ -60,6 +60,6 @@ Result<QList<HistoryLine>> LoadHistory(jet::Database *db, int hsID);
 // 255 characters), Corruption (no hsID could be drawn) and those of the database. On any error
 // nothing is written: the old lines, the record's hsID and the counter stay as they were.
 Result<int> SaveHistory(
-    jet::Database *db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines, Prompter &prompter);
+    jet::Database &db, jet::Recordset &fileRecord, const QList<HistoryLine> &lines, Prompter &prompter);
 
 } // namespace tolvane::registration

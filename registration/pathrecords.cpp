@@ -3,7 +3,7 @@
 #include <QFileInfo>
 #include <QHash>
 
-#include "browser/filelist.h"
+#include "platform/paths.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
 
@@ -11,61 +11,15 @@ namespace tolvane::registration {
 
 using catalog::kFileAtrTable;
 using catalog::kPathNameTable;
+using namespace catalog; // field positions
 
-QDateTime dayOf(const QDateTime &modified)
+Status AddPathName(jet::Database &db, const QString &path, int pnID)
 {
-    if (!modified.isValid())
-        return {};
-    return QDateTime(modified.toLocalTime().date(), QTime(0, 0), Qt::LocalTime);
-}
-
-int GetPathID(jet::Database *db, const QString &path)
-{
-    if (!db)
-        return -1;
-    // The database compares text without case; the folder identity is the exact text, so the
-    // rows are walked and compared here.
-    int found = -1;
-    const Status st = db->scan(kPathNameTable, [&](jet::RowId, const jet::Row &row) {
-        if (row.size() > PName && row[PName].toString() == path) {
-            found = row[PPnID].toInt();
-            return false;
-        }
-        return true;
-    });
-    return st.isOk() ? found : -1;
-}
-
-QString GetPathName(jet::Database *db, int pnID)
-{
-    if (!db)
-        return kNoPathName;
-    auto rs = db->select(jet::Query(kPathNameTable)
-                             .select({ QStringLiteral("pnID"), QStringLiteral("pName") })
-                             .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
-    if (!rs || (*rs)->bof())
-        return kNoPathName;
-    (*rs)->moveFirst();
-    return (*rs)->field(1).toString();
-}
-
-bool AddPathName(jet::Database *db, const QString &path, int pnID, Status *error)
-{
-    if (!db) {
-        if (error)
-            *error = Status::invalidArgument(QStringLiteral("no catalogue"));
-        return false;
-    }
     jet::Row row(2);
     row[PPnID] = pnID;
     row[PName] = path;
-    const auto id = db->insertRow(kPathNameTable, row);
-    if (!id) {
-        if (error)
-            *error = id.status();
-        return false;
-    }
-    return true;
+    const auto id = db.insertRow(kPathNameTable, row);
+    return id ? Status::ok() : id.status();
 }
 
 namespace {
@@ -98,12 +52,10 @@ QString matchKey(const QString &name)
 }
 
 // The rows registered in folder pnID, in table order.
-Result<QList<FolderRow>> readFolderRows(jet::Database *db, int pnID)
+Result<QList<FolderRow>> readFolderRows(jet::Database &db, int pnID)
 {
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue"));
     QList<FolderRow> rows;
-    const Status st = db->scan(kFileAtrTable, [&](jet::RowId id, const jet::Row &row) {
+    const Status st = db.scan(kFileAtrTable, [&](jet::RowId id, const jet::Row &row) {
         if (row.size() == FileAtrFieldCount && row[FPnID].isValid() && row[FPnID].toInt() == pnID)
             rows.append({ id, row });
         return true;
@@ -111,13 +63,6 @@ Result<QList<FolderRow>> readFolderRows(jet::Database *db, int pnID)
     if (!st)
         return st;
     return rows;
-}
-
-// Hands a failure to the caller's error slot, when it gave one.
-void setError(Status *error, Status st)
-{
-    if (error)
-        *error = std::move(st);
 }
 
 bool sameDate(const QVariant &stored, const QDateTime &day)
@@ -129,14 +74,15 @@ bool sameDate(const QVariant &stored, const QDateTime &day)
 
 } // namespace
 
-bool FindFileAndFixDate(jet::Database *db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount)
+Result<bool> FindFileAndFixDate(jet::Database &db, const QString &name, int pnID, const QDateTime &date,
+    int &DateFixCount)
 {
-    if (!db)
-        return false;
-    auto rs = db->select(jet::Query(kFileAtrTable)
+    auto rs = db.select(jet::Query(kFileAtrTable)
                              .where(jet::Condition::equal(QStringLiteral("fName"), name))
                              .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
-    if (!rs || (*rs)->bof())
+    if (!rs)
+        return rs.status();
+    if ((*rs)->bof())
         return false;
     jet::Recordset &r = **rs;
     r.moveFirst();
@@ -157,14 +103,12 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name)
     return names.contains(name);
 }
 
-int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
-    Status *error, const Progress &progress)
+Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names,
+    int &DateFixCount, const Progress &progress)
 {
     auto existing = readFolderRows(db, pnID);
-    if (!existing) {
-        setError(error, existing.status());
-        return 0;
-    }
+    if (!existing)
+        return existing.status();
     QHash<QString, int> byName; // match key -> index into rows
     QList<FolderRow> &rows = *existing;
     byName.reserve(rows.size());
@@ -178,11 +122,10 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
     const int total = int(names.size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 64) == 0 && !progress(i, total)) {
-            setError(error, Status::cancelled());
-            return added;
+            return Status::cancelled();
         }
         const QString &name = names[i];
-        const QDateTime day = dayOf(QFileInfo(browser::joinPath(folder, name)).lastModified());
+        const QDateTime day = dayOf(QFileInfo(joinPath(folder, name)).lastModified());
         const QString key = matchKey(name);
         const auto it = byName.constFind(key);
         if (it != byName.constEnd()) {
@@ -191,22 +134,18 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
             if (day.isValid() && !sameDate(row.values[FDate], day)) {
                 jet::Row updated = row.values;
                 updated[FDate] = day.isValid() ? QVariant(day) : QVariant();
-                const Status st = db->updateRow(kFileAtrTable, row.id, updated);
-                if (!st) {
-                    setError(error, st);
-                    return added;
-                }
+                const Status st = db.updateRow(kFileAtrTable, row.id, updated);
+                if (!st)
+                    return st;
                 row.values = updated;
                 ++DateFixCount;
             }
             continue;
         }
         const jet::Row values = newFileRow(name, pnID, day);
-        const auto id = db->insertRow(kFileAtrTable, values);
-        if (!id) {
-            setError(error, id.status());
-            return added;
-        }
+        const auto id = db.insertRow(kFileAtrTable, values);
+        if (!id)
+            return id.status();
         rows.append({ id.value(), values });
         byName.insert(key, int(rows.size()) - 1);
         ++added;
@@ -216,45 +155,27 @@ int AddNewFiles(jet::Database *db, const QString &folder, int pnID, const QStrin
     return added;
 }
 
-int DeleteMissingFiles(jet::Database *db, int pnID, const QStringList &names, Status *error, const Progress &progress)
+Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &names, const Progress &progress)
 {
     auto existing = readFolderRows(db, pnID);
-    if (!existing) {
-        setError(error, existing.status());
-        return 0;
-    }
+    if (!existing)
+        return existing.status();
     const QSet<QString> listed(names.cbegin(), names.cend());
     int deleted = 0;
     const int total = int(existing->size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 256) == 0 && !progress(i, total)) {
-            setError(error, Status::cancelled());
-            return deleted;
+            return Status::cancelled();
         }
         const FolderRow &row = existing->at(i);
         if (IsNameInFileList(listed, row.values[FName].toString()))
             continue;
-        const Status st = db->deleteRow(kFileAtrTable, row.id);
-        if (!st) {
-            setError(error, st);
-            return deleted;
-        }
+        const Status st = db.deleteRow(kFileAtrTable, row.id);
+        if (!st)
+            return st;
         ++deleted;
     }
     return deleted;
-}
-
-bool TakeRecordFile(jet::Database *db, const jet::Recordset &rs, bool inFolderSearch, browser::BrowserState &state)
-{
-    if (rs.bof() || rs.eof())
-        return false;
-    state.CurrentFileName = rs.field(QStringLiteral("fName")).toString();
-    const QVariant date = rs.field(QStringLiteral("fDate"));
-    state.CurrentFileDate = date.isValid() ? date.toDateTime().toString(QStringLiteral("yyyy-MM-dd")) : QString();
-    if (inFolderSearch)
-        return true;
-    state.CurrentFolder = GetPathName(db, rs.field(QStringLiteral("pnID")).toInt());
-    return state.CurrentFolder != kNoPathName;
 }
 
 } // namespace tolvane::registration

@@ -1,9 +1,9 @@
 #include "registration/slip.h"
 
-#include "browser/resultlistmodel.h"
+#include "catalog/records.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
-#include "registration/sliptransaction.h"
+#include "catalog/transaction.h"
 
 namespace tolvane::registration {
 
@@ -14,7 +14,7 @@ SlipRecord readSlipRecord(const jet::Recordset &rs)
         return r;
     r.Class = rs.field(QStringLiteral("Class")).toString();
     r.fName = rs.field(QStringLiteral("fName")).toString();
-    r.fDate = browser::ResultListModel::displayText(rs.field(QStringLiteral("fDate")));
+    r.fDate = catalog::fieldText(rs.field(QStringLiteral("fDate")));
     r.kStr = rs.field(QStringLiteral("kStr")).toString();
     r.pnID = rs.field(QStringLiteral("pnID")).toInt();
     r.hsID = rs.field(QStringLiteral("hsID")).toInt();
@@ -32,23 +32,10 @@ bool isSlipRowEditable(int row)
     return row == SlipRow::Class || row == SlipRow::Keywords;
 }
 
-Result<QList<ClassChoice>> loadClassChoices(jet::Database *db)
-{
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue open"));
-    auto rs = db->select(jet::Query(catalog::kClassNTable).order(QStringLiteral("a03")));
-    if (!rs)
-        return rs.status();
-    QList<ClassChoice> out;
-    for (jet::Recordset &r = **rs; !r.eof(); r.moveNext())
-        out.append({ r.field(QStringLiteral("a01")).toString(), r.field(QStringLiteral("a02")).toString() });
-    return out;
-}
-
-QString classificationListText(const QList<ClassChoice> &choices)
+QString classificationListText(const QList<catalog::ClassItem> &choices)
 {
     QString text = QStringLiteral("|");
-    for (const ClassChoice &c : choices)
+    for (const catalog::ClassItem &c : choices)
         text += c.name + QLatin1Char('|');
     return text;
 }
@@ -74,14 +61,12 @@ QString colourNumberText(const QString &colourText)
     return ok ? QString::number(value) : QString();
 }
 
-Status SaveSlipFields(jet::Database *db, jet::Recordset &rs, const SlipEdit &edit)
+Status SaveSlipFields(jet::Database &db, jet::Recordset &rs, const SlipEdit &edit)
 {
-    if (!db)
-        return Status::invalidArgument(QStringLiteral("no catalogue open"));
     if (rs.bof() || rs.eof())
         return Status::invalidArgument(QStringLiteral("no current record"));
     const SlipRecord before = readSlipRecord(rs);
-    TransactionGuard tx(db);
+    catalog::TransactionGuard tx(db);
     if (!tx.status())
         return tx.status();
     Status s = rs.setField(QStringLiteral("Class"), edit.Class);
@@ -100,7 +85,7 @@ Status SaveSlipFields(jet::Database *db, jet::Recordset &rs, const SlipEdit &edi
         if (rs.field(QStringLiteral("Class")).toString() != before.Class
             || rs.field(QStringLiteral("kStr")).toString() != before.kStr
             || rs.field(QStringLiteral("backC")).toString() != before.backC)
-            restoreSnapshot(db, rs);
+            catalog::restoreSnapshot(db, rs);
     }
     return s;
 }

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QString>
 
+#include "catalog/records.h"
 #include "platform/jet/database.h"
 #include "platform/status.h"
 
@@ -52,17 +53,8 @@ QString slipTitle(int openedRow, int resultCount);
 // keywords. The other rows are managed by the program.
 bool isSlipRowEditable(int row);
 
-// A classification offered in the slip's drop-down: its text and its colour text ("&HFFFFC0").
-struct ClassChoice {
-    QString name;
-    QString colour;
-};
-
-// The classifications of ClassN in list order (a03). Errors of the database.
-Result<QList<ClassChoice>> loadClassChoices(jet::Database *db);
-
 // The drop-down list text of the classification row: "|" then each name followed by "|".
-QString classificationListText(const QList<ClassChoice> &choices);
+QString classificationListText(const QList<catalog::ClassItem> &choices);
 
 // The colour of a classification as the number written into the colour row: "&HFFFFC0" gives
 // "16777152". Empty when the colour text cannot be read.
@@ -82,6 +74,6 @@ struct SlipEdit {
 // recordset on db) in one transaction. On failure nothing is written and the record keeps its
 // old values. Errors: InvalidArgument (no current record, text too long for its column) and
 // those of the database (ReadOnly for an archive or locked file).
-Status SaveSlipFields(jet::Database *db, jet::Recordset &rs, const SlipEdit &edit);
+Status SaveSlipFields(jet::Database &db, jet::Recordset &rs, const SlipEdit &edit);
 
 } // namespace tolvane::registration

@@ -1,12 +1,11 @@
 #include "shell/modes.h"
+#include "platform/utf8.h"
+
+#include <algorithm>
 
 namespace tolvane::shell {
 
 namespace {
-QString u(const char *s)
-{
-    return QString::fromUtf8(s);
-}
 StatusTexts both(const char *p1, const char *p2)
 {
     return { u(p1), u(p2), std::nullopt, false };
@@ -20,93 +19,94 @@ const char *const kStartHint = "これから行う作業を、ボタン又はメ
 const char *const kSteppingHint = "「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー";
 } // namespace
 
-std::optional<StatusTexts> statusTexts(int code, const QString &currentFolder)
+StatusTexts statusTexts(ModeStatus code, const QString &currentFolder)
 {
+    using S = ModeStatus;
     switch (code) {
-    case 0:
+    case S::Start:
         return both("スタートモード", kStartHint);
-    case 1:
+    case S::FileShow:
         return both("ファイル表示モード",
             "フォルダ選択ボタン・クリックー＞「フォルダの参照ダイアログ表示」ー＞フォルダを選択ー＞ファイル各個表示　ヘ"
             "ルプ：F1キー");
-    case 11:
+    case S::CatalogOpened:
         return both("DB使用モード", kStartHint);
-    case 12:
+    case S::FileShown:
         return StatusTexts { u("ファイル表示モード"), currentFolder, u(kSteppingHint), true };
-    case 2:
+    case S::Record:
         return both("登録モード", "左パネルからフォルダ選択ー＞右パネルにファイルが表示されます。　ヘルプ：F1キー");
-    case 21:
+    case S::RecordListed:
         return both("登録モード", "「DB 登録」ボタンで表示中のファイル情報が一括登録されます。　ヘルプ：F1キー");
-    case 4:
+    case S::SearchMenu:
         return both("各種検索モード", "検索モードをボタンまたはメニューから選択してください。　ヘルプ：F1キー");
-    case 5:
+    case S::FolderSearch:
         return both("フォルダ検索モード",
             "「フォルダの参照ダイアログ」からフォルダを選択ー＞検索結果が右パネルに一覧表示　ヘルプ：F1キー");
-    case 51:
+    case S::ResultListed:
         return hint("任意行クリックで、選択行ファイルから各個表示を開始します。　ヘルプ：F1キー");
-    case 52:
+    case S::Stepping:
         return hint(kSteppingHint);
-    case 53:
+    case S::RowsMoving:
         return hint("任意行選択。　上又は下向き「移動」ボタンクリックで、上下に移動　ヘルプ：F1キー");
-    case 54:
+    case S::RowsDetaching:
         return hint("削除行クリック選択。　「取り外し」ボタンで削除。　ヘルプ：F1キー");
-    case 6:
+    case S::FileSearch:
         return both("ファイル検索モード",
             "テキストボックスにファイル名（ワイルドカード「%」使用可）を記入「検索」ボタンクリック　ヘルプ：F1キー");
-    case 7:
+    case S::ClassSearch:
         return both("分類検索モード", "コンボボックスから分類を選択「検索」ボタンクリック　ヘルプ：F1キー");
-    case 8:
+    case S::PeriodSearch:
         return both(
             "期間検索モード", "左側日付「から」、右側日付「まで」を記入、「検索」ボタンクリック　ヘルプ：F1キー");
-    case 9:
+    case S::KeywordSearch:
         return both("キーワード検索モード",
             "テキストボックスにキーワード（ワイルドカード「%」使用可）を記入、「検索」ボタンクリック　ヘルプ：F1キー");
-    case 100:
+    case S::FileReorder:
         return both("ファイル並べ替えモード",
             "左パネルからバインダを選択ー＞右パネルにファイルが表示されます。　ヘルプ：F1キー");
-    case 101:
+    case S::BinderCreate:
         return both("バインダ作成モード", "ヘルプ：F1キー");
-    case 102:
+    case S::BinderDelete:
         return both("バインダ削除モード", "(1)削除バインダを選択　(2)削除ボタンクリック　　ヘルプ：F1キー");
-    case 103:
+    case S::BinderRename:
         return both("バインダ名変更モード", "バインダを選択するとー＞編集画面が表示されます。　　ヘルプ：F1キー");
-    case 104:
+    case S::BinderReorder:
         return both("バインダ並べ替えモード", "ヘルプ：F1キー");
-    case 105:
+    case S::FileDetach:
         return both("ファイル取り外しモード",
             "左パネルからバインダを選択ー＞右パネルにファイルが表示されます。　ヘルプ：F1キー");
-    case 106:
+    case S::BinderBrowse:
         return both("バインダ閲覧モード", "ヘルプ：F1キー");
-    default:
-        return std::nullopt;
     }
+    return {};
 }
 
-std::optional<int> binderStatusCode(int binderOperation)
+std::optional<ModeStatus> binderStatusCode(BinderOp op)
 {
-    switch (binderOperation) {
+    switch (op) {
     case BinderOp::Create:
-        return 101;
+        return ModeStatus::BinderCreate;
     case BinderOp::Delete:
-        return 102;
+        return ModeStatus::BinderDelete;
     case BinderOp::ReorderBinders:
-        return 104;
+        return ModeStatus::BinderReorder;
     case BinderOp::ReorderFiles:
-        return 100;
+        return ModeStatus::FileReorder;
     case BinderOp::Rename:
-        return 103;
+        return ModeStatus::BinderRename;
     case BinderOp::Browse:
-        return 106;
+        return ModeStatus::BinderBrowse;
     case BinderOp::Detach:
-        return 105;
-    default:
-        return std::nullopt;
+        return ModeStatus::FileDetach;
+    case BinderOp::None:
+        break;
     }
+    return std::nullopt;
 }
 
-std::optional<int> binderHelpContext(int binderOperation)
+std::optional<int> binderHelpContext(BinderOp op)
 {
-    switch (binderOperation) {
+    switch (op) {
     case BinderOp::Create:
         return Help::BinderCreate;
     case BinderOp::Delete:
@@ -121,18 +121,61 @@ std::optional<int> binderHelpContext(int binderOperation)
         return Help::BinderBrowse;
     case BinderOp::Detach:
         return Help::FileDetach;
-    default:
-        return std::nullopt;
+    case BinderOp::None:
+        break;
     }
+    return std::nullopt;
 }
 
-std::optional<MenuState> menuState(int state)
+MenuState menuState(MenuSet set)
 {
-    if (state == 0)
-        return MenuState { true, false };
-    if (state == 1)
-        return MenuState { false, true };
-    return std::nullopt;
+    return set == MenuSet::Catalog ? MenuState { false, true } : MenuState { true, false };
+}
+
+bool isSearchMode(Mode mode)
+{
+    return mode == Mode::FolderSearch || mode == Mode::FileSearch || mode == Mode::ClassSearch
+        || mode == Mode::PeriodSearch || mode == Mode::KeywordSearch;
+}
+
+namespace {
+
+struct ModeMove {
+    Mode from;
+    Mode to;
+};
+
+// Without a catalogue the window moves between the start screen and the file display. With one,
+// the menus reach registration, every search and the binder panels from any mode, and the
+// toolbar's back buttons return to the start screen.
+constexpr Mode kCatalogModes[] = { Mode::Record, Mode::FolderSearch, Mode::BinderFiles, Mode::PeriodSearch,
+    Mode::ClassSearch, Mode::KeywordSearch, Mode::FileSearch };
+
+bool isCatalogMode(Mode m)
+{
+    return std::find(std::begin(kCatalogModes), std::end(kCatalogModes), m) != std::end(kCatalogModes);
+}
+
+constexpr ModeMove kMoves[] = {
+    { Mode::Start, Mode::FileShow }, // "StartShowFile", "View"
+    { Mode::FileShow, Mode::Start }, // "BackToINI"
+    { Mode::Start, Mode::Start }, // binder maintenance, "BackToSearch"
+    { Mode::FileShow, Mode::FileShow }, // "View", "StartShowFile" again
+    { Mode::Record, Mode::FileShow }, // "View" reached from the registration toolbar
+};
+
+} // namespace
+
+bool modeTransitionAllowed(Mode from, Mode to)
+{
+    for (const ModeMove &m : kMoves)
+        if (m.from == from && m.to == to)
+            return true;
+    // Catalogue modes: entered from any mode by the menus, left for the start screen (back buttons,
+    // binder maintenance) or for one another.
+    if (isCatalogMode(to))
+        return true;
+    return isCatalogMode(from) && to == Mode::Start;
 }
 
 } // namespace tolvane::shell

@@ -1,5 +1,5 @@
-// Operating modes of the main window: the ModeNo values, the status-bar texts of each status
-// code, the help context ids, and the binder operation codes. Pure data; no widgets.
+// Operating modes of the main window: the modes and the moves between them, the status-bar texts
+// of each status code, the help context ids, and the binder operations. Pure data; no widgets.
 #pragma once
 
 #include <optional>
@@ -8,38 +8,71 @@
 
 namespace tolvane::shell {
 
-// ModeNo values.
-namespace Mode {
-constexpr int Start = 0; // start screen, catalogue use without a list, binder maintenance
-constexpr int FileShow = 1; // files of a folder shown without the catalogue
-constexpr int Record = 2; // registration of a folder's files
-constexpr int FolderSearch = 3;
-constexpr int BinderFiles = 5; // browse, reorder or detach the files of a binder
-constexpr int PeriodSearch = 6;
-constexpr int ClassSearch = 7;
-constexpr int KeywordSearch = 8;
-constexpr int FileSearch = 10;
-} // namespace Mode
+// ModeNo: what the window is doing. The numbers are the mode numbers the help and the status
+// texts are written for.
+enum class Mode : int {
+    Start = 0, // start screen, catalogue use without a list, binder maintenance
+    FileShow = 1, // files of a folder shown without the catalogue
+    Record = 2, // registration of a folder's files
+    FolderSearch = 3,
+    BinderFiles = 5, // browse, reorder or detach the files of a binder
+    PeriodSearch = 6,
+    ClassSearch = 7,
+    KeywordSearch = 8,
+    FileSearch = 10,
+};
+inline constexpr Mode kModes[]
+    = { Mode::Start, Mode::FileShow, Mode::Record, Mode::FolderSearch, Mode::BinderFiles, Mode::PeriodSearch,
+          Mode::ClassSearch, Mode::KeywordSearch, Mode::FileSearch };
 
-// LayoutState values: which pane arrangement a window resize re-runs.
-namespace Layout {
-constexpr int Lists = 0;
-constexpr int FolderFileShown = 1;
-constexpr int RecordShown = 2;
-constexpr int SearchPanel = 4;
-} // namespace Layout
+// The five catalogue searches' modes.
+bool isSearchMode(Mode mode);
 
-// BinderOperation values.
-namespace BinderOp {
-constexpr int None = 0;
-constexpr int Create = 1;
-constexpr int Delete = 2;
-constexpr int ReorderBinders = 3;
-constexpr int ReorderFiles = 4;
-constexpr int Rename = 5;
-constexpr int Browse = 6;
-constexpr int Detach = 21;
-} // namespace BinderOp
+// The mode changes the window makes, one row each: every entry procedure and every "back"
+// button names its move here. A move not in the table is a programming error.
+bool modeTransitionAllowed(Mode from, Mode to);
+
+// LayoutState: which pane arrangement a window resize re-runs.
+enum class LayoutState : int { Lists = 0, FolderFileShown = 1, RecordShown = 2, SearchPanel = 4 };
+
+// BinderOperation: what the binder panels are doing.
+enum class BinderOp : int {
+    None = 0,
+    Create = 1,
+    Delete = 2,
+    ReorderBinders = 3,
+    ReorderFiles = 4,
+    Rename = 5,
+    Browse = 6,
+    Detach = 21,
+};
+
+// The status-bar texts, one code each (ShowModeStatus).
+enum class ModeStatus : int {
+    Start = 0,
+    FileShow = 1,
+    Record = 2,
+    SearchMenu = 4,
+    FolderSearch = 5,
+    FileSearch = 6,
+    ClassSearch = 7,
+    PeriodSearch = 8,
+    KeywordSearch = 9,
+    CatalogOpened = 11,
+    FileShown = 12,
+    RecordListed = 21,
+    ResultListed = 51,
+    Stepping = 52,
+    RowsMoving = 53,
+    RowsDetaching = 54,
+    FileReorder = 100,
+    BinderCreate = 101,
+    BinderDelete = 102,
+    BinderRename = 103,
+    BinderReorder = 104,
+    FileDetach = 105,
+    BinderBrowse = 106,
+};
 
 // Help context ids opened by F1.
 namespace Help {
@@ -70,19 +103,19 @@ struct StatusTexts {
     bool threePanels = false;
 };
 
-// Texts of a status code; std::nullopt for an unknown code (nothing is written).
-// Code 12 takes the shown folder for panel 2.
-std::optional<StatusTexts> statusTexts(int code, const QString &currentFolder = {});
+// Texts of a status code. FileShown takes the shown folder for panel 2.
+StatusTexts statusTexts(ModeStatus code, const QString &currentFolder = {});
 
-// Status code and help context of a binder operation (1 -> 101 ...); nullopt when unknown.
-std::optional<int> binderStatusCode(int binderOperation);
-std::optional<int> binderHelpContext(int binderOperation);
+// Status code and help context of a binder operation; nullopt for None.
+std::optional<ModeStatus> binderStatusCode(BinderOp op);
+std::optional<int> binderHelpContext(BinderOp op);
 
 // What the menus look like in each EnableMenus state.
 struct MenuState {
     bool dbCreateEnabled = true;
     bool catalogMenusEnabled = false; // mRec, mSearch, mBinder, mOpt
 };
-std::optional<MenuState> menuState(int state);
+enum class MenuSet { NoCatalog = 0, Catalog = 1 };
+MenuState menuState(MenuSet set);
 
 } // namespace tolvane::shell

@@ -1,15 +1,11 @@
 #include "shell/toolbarlayouts.h"
+#include "platform/utf8.h"
 
 #include "shell/modes.h"
 
 namespace tolvane::shell {
 
 namespace {
-QString u(const char *s)
-{
-    return QString::fromUtf8(s);
-}
-
 ToolButtonSpec gap(const char *key, int widthTwips)
 {
     ToolButtonSpec b;
@@ -72,7 +68,7 @@ ToolbarLayout SearchMenuLayout()
         button("BDRsearch", "バインダ閲覧", "Binder", "選択バインダ内ファイルを閲覧") };
 }
 
-ToolbarLayout SearchListLayout(int modeNo)
+ToolbarLayout SearchListLayout(Mode modeNo)
 {
     ToolbarLayout l { gap("ph1", 800), button("BackToSearch", "　　戻る　　", "arrow", "各種閲覧モードに戻る") };
     if (modeNo == Mode::PeriodSearch) {
@@ -84,14 +80,14 @@ ToolbarLayout SearchListLayout(int modeNo)
     return l;
 }
 
-ToolbarLayout BinderListLayout(int binderOperation)
+ToolbarLayout BinderListLayout(BinderOp binderOperation)
 {
     return { gap("ph1", 800), button("BackToINI", "　　戻る　　", "arrow", kToStart), button("up", "移動", "up"),
         button("down", "移動", "down"), button("del", binderOperation == BinderOp::Detach ? "取り外し" : "削除", "del"),
         button("reg", "登録", "record") };
 }
 
-ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive)
+ToolbarLayout ViewerLayout(ViewerKind kind, Mode modeNo, LayoutState layoutState, bool archive)
 {
     ToolbarLayout l { gap("ph1", 200), button("BackTo", "　　戻る　　", "arrow", "元の閲覧モードに戻ります") };
     if (modeNo == Mode::Record) {
@@ -129,9 +125,9 @@ ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive)
         break;
     }
     l << button("FullTextSearch", "全文検索", "spel", "フォルダ内全ファイルから文字列を検索");
-    l.last().visible = layoutState != Layout::RecordShown;
+    l.last().visible = layoutState != LayoutState::RecordShown;
     l << button("Rec2Binder", "バインダ綴込", "Binder", "選択バインダにファイル情報を登録");
-    l.last().enabled = !archive && layoutState != Layout::FolderFileShown && modeNo != Mode::BinderFiles;
+    l.last().enabled = !archive && layoutState != LayoutState::FolderFileShown && modeNo != Mode::BinderFiles;
     return l;
 }
 

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 
+#include "shell/modes.h"
+
 namespace tolvane::shell {
 
 struct ToolButtonSpec {
@@ -23,23 +25,23 @@ struct ToolButtonSpec {
 using ToolbarLayout = QList<ToolButtonSpec>;
 
 // Viewer button sets (ViewerToolbarKind).
-namespace ViewerKind {
-constexpr int None = 0;
-constexpr int Application = 1; // documents opened in their application; text search
-constexpr int Picture = 2;
-constexpr int MultiPage = 3;
-constexpr int Drawing = 4;
-} // namespace ViewerKind
+enum class ViewerKind : int {
+    None = 0,
+    Application = 1, // documents opened in their application; text search
+    Picture = 2,
+    MultiPage = 3,
+    Drawing = 4,
+};
 
 ToolbarLayout StartLayout();
 ToolbarLayout FileShowLayout();
 ToolbarLayout DBUseLayout(bool archive);
 ToolbarLayout RecordLayout(bool archive);
 ToolbarLayout SearchMenuLayout();
-// The search modes and the binder-contents list; the rows depend on modeNo.
-ToolbarLayout SearchListLayout(int modeNo);
-ToolbarLayout BinderListLayout(int binderOperation);
-ToolbarLayout ViewerLayout(int kind, int modeNo, int layoutState, bool archive);
+// The search modes and the binder-contents list; the rows depend on the mode.
+ToolbarLayout SearchListLayout(Mode mode);
+ToolbarLayout BinderListLayout(BinderOp op);
+ToolbarLayout ViewerLayout(ViewerKind kind, Mode mode, LayoutState layoutState, bool archive);
 
 // Every picture key a layout may name.
 QStringList toolbarImageKeys();

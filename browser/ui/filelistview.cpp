@@ -4,7 +4,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 
-#include "browser/ui/gridview.h"
+#include "platform/ui/gridview.h"
 
 namespace tolvane::browser::ui {
 
@@ -46,7 +46,7 @@ void FileListView::setStartWidths()
 
 void FileListView::setFontSize(int points)
 {
-    setGridFontSize(this, points);
+    tolvane::ui::setGridFontSize(this, points);
 }
 
 void FileListView::changeEvent(QEvent *event)
@@ -59,7 +59,7 @@ void FileListView::changeEvent(QEvent *event)
 
 int FileListView::gridRowAt(const QPoint &viewportPos) const
 {
-    return ui::gridRowAt(this, viewportPos);
+    return tolvane::ui::gridRowAt(this, viewportPos);
 }
 
 void FileListView::mousePressEvent(QMouseEvent *event)

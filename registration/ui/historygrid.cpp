@@ -84,13 +84,12 @@ private:
 } // namespace
 
 HistoryGrid::HistoryGrid(
-    QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty, QObject *parent)
+    QTableView *view, CalendarPicker *calendar, Prompter &prompter, QObject *parent)
     : QObject(parent)
     , m_view(view)
     , m_model(new QStandardItemModel(0, 3, this))
     , m_calendar(calendar)
     , m_prompter(prompter)
-    , m_historyDirty(historyDirty)
 {
     setUpGridView(m_view, QStringLiteral("vs"), m_model, new HistoryDelegate(this));
     setArchive(false);
@@ -112,6 +111,12 @@ void HistoryGrid::setArchive(bool archive)
     m_view->setEditTriggers(archive ? QAbstractItemView::NoEditTriggers
                                     : QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
                 | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+}
+
+void HistoryGrid::markEdited()
+{
+    m_historyDirty = true;
+    Q_EMIT edited();
 }
 
 void HistoryGrid::prepare()
@@ -177,7 +182,7 @@ void HistoryGrid::lineChanged(QStandardItem *item)
     if (item->column() != kDateCol || isHistoryDateText(item->text())) {
         if (item->column() == kDateCol)
             item->setData(item->text(), kAcceptedDateRole);
-        m_historyDirty = true;
+        markEdited();
         return;
     }
     // Not a date: the cell goes back to what it held, and the user is told.
@@ -250,7 +255,7 @@ void HistoryGrid::DelLine()
     if (answer != Prompter::Answer::Yes)
         return;
     m_model->removeRow(HistoryRow);
-    m_historyDirty = true;
+    markEdited();
     // The pressed row is gone: a second "DelLine" needs a new choice.
     HistoryRow = -1;
 }
@@ -288,7 +293,7 @@ void HistoryGrid::writePickedDate(const QString &dateText)
     commitOpenEditors(m_view);
     m_refusalPending = false;
     m_model->item(row, kDateCol)->setText(dateText);
-    m_historyDirty = true;
+    markEdited();
 }
 
 void HistoryGrid::autoFit()

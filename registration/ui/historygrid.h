@@ -26,10 +26,12 @@ public:
     // First grid row that holds a line.
     static constexpr int kFirstLineRow = 2;
 
-    // Takes over view (owned by its parent widget). historyDirty is the main window's
-    // HistoryDirty; calendar may be null (no date picker).
-    HistoryGrid(
-        QTableView *view, CalendarPicker *calendar, Prompter &prompter, bool &historyDirty, QObject *parent = nullptr);
+    // Takes over view (owned by its parent widget); calendar may be null (no date picker).
+    HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &prompter, QObject *parent = nullptr);
+
+    // HistoryDirty: lines were edited, added or deleted since the last prepare() or markSaved().
+    bool isDirty() const { return m_historyDirty; }
+    void markSaved() { m_historyDirty = false; }
 
     QTableView *view() const { return m_view; }
     QStandardItemModel *model() const { return m_model; }
@@ -66,7 +68,12 @@ public:
 
     void autoFit();
 
+Q_SIGNALS:
+    // The user changed, added or deleted a line (HistoryDirty became true).
+    void edited();
+
 private:
+    void markEdited();
     void currentCellChanged(int row, int col);
     void writePickedDate(const QString &dateText);
     void lineChanged(QStandardItem *item);
@@ -77,7 +84,7 @@ private:
     QStandardItemModel *m_model;
     CalendarPicker *m_calendar;
     Prompter &m_prompter;
-    bool &m_historyDirty;
+    bool m_historyDirty = false;
     bool m_archive = false;
     bool m_filling = false;
     // A refused date whose message is still to be shown, and its row.

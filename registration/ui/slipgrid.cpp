@@ -10,7 +10,7 @@
 #include <QStyledItemDelegate>
 #include <QTableView>
 
-#include "browser/bgrcolor.h"
+#include "platform/bgrcolor.h"
 #include "platform/apptitle.h"
 #include "registration/ui/slipeditors.h"
 
@@ -26,7 +26,7 @@ constexpr int kColumnTwips[3] = { 200, 1200, 2600 };
 // keyword row through the ordinary line editor.
 class SlipDelegate : public QStyledItemDelegate {
 public:
-    SlipDelegate(const QList<ClassChoice> &choices, QObject *parent)
+    SlipDelegate(const QList<catalog::ClassItem> &choices, QObject *parent)
         : QStyledItemDelegate(parent)
         , m_choices(choices)
     {
@@ -69,17 +69,16 @@ public:
     }
 
 private:
-    const QList<ClassChoice> &m_choices;
+    const QList<catalog::ClassItem> &m_choices;
 };
 
 } // namespace
 
-SlipGrid::SlipGrid(QTableView *view, Prompter &prompter, bool &slipDirty, QObject *parent)
+SlipGrid::SlipGrid(QTableView *view, Prompter &prompter, QObject *parent)
     : QObject(parent)
     , m_view(view)
     , m_model(new QStandardItemModel(SlipRow::Count, 3, this))
     , m_prompter(prompter)
-    , m_slipDirty(slipDirty)
 {
     setUpGridView(m_view, QStringLiteral("fg2"), m_model, new SlipDelegate(m_choices, this));
     m_view->setEditTriggers(QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
@@ -103,7 +102,7 @@ void SlipGrid::setArchive(bool archive)
                 | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
 }
 
-void SlipGrid::setClassChoices(const QList<ClassChoice> &choices)
+void SlipGrid::setClassChoices(const QList<catalog::ClassItem> &choices)
 {
     m_choices = choices;
 }
@@ -151,7 +150,7 @@ void SlipGrid::fill(const SlipRecord &record, const QString &folder, int openedR
             flags |= Qt::ItemIsEditable;
         item->setFlags(flags);
     }
-    const QColor back = browser::colorFromBgrText(record.backC);
+    const QColor back = colorFromBgrText(record.backC);
     m_model->item(SlipRow::Class, kValueCol)->setBackground(back.isValid() ? QBrush(back) : QBrush());
     m_filling = false;
     applyFontSize(fontSize);
@@ -197,14 +196,15 @@ void SlipGrid::editCell(int row, const QString &text)
 void SlipGrid::afterEdit(int row)
 {
     m_slipDirty = true;
+    Q_EMIT edited();
     if (row != SlipRow::Class)
         return;
     const QString name = cellText(SlipRow::Class);
-    for (const ClassChoice &c : m_choices) {
+    for (const catalog::ClassItem &c : m_choices) {
         if (c.name != name)
             continue;
         m_filling = true;
-        const QColor colour = browser::colorFromBgrText(c.colour);
+        const QColor colour = colorFromBgrText(c.colour);
         m_model->item(SlipRow::Class, kValueCol)->setBackground(colour.isValid() ? QBrush(colour) : QBrush());
         m_model->item(SlipRow::BackColor, kValueCol)->setText(colourNumberText(c.colour));
         m_filling = false;

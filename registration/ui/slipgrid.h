@@ -20,15 +20,19 @@ namespace tolvane::registration {
 class SlipGrid : public QObject {
     Q_OBJECT
 public:
-    // Takes over view (owned by its parent widget). slipDirty is the main window's SlipDirty.
-    SlipGrid(QTableView *view, Prompter &prompter, bool &slipDirty, QObject *parent = nullptr);
+    // Takes over view (owned by its parent widget).
+    SlipGrid(QTableView *view, Prompter &prompter, QObject *parent = nullptr);
+
+    // SlipDirty: the fields were edited since the last prepare() or markSaved().
+    bool isDirty() const { return m_slipDirty; }
+    void markSaved() { m_slipDirty = false; }
 
     QTableView *view() const { return m_view; }
     QStandardItemModel *model() const { return m_model; }
 
     // An archive catalogue: the grid is not editable and presses do nothing.
     void setArchive(bool archive);
-    void setClassChoices(const QList<ClassChoice> &choices);
+    void setClassChoices(const QList<catalog::ClassItem> &choices);
 
     // PrepareSlip's part for fg2: empties the grid and writes the row labels (from headings,
     // the seven catalogue headings) and the title set-up.
@@ -56,6 +60,8 @@ public:
 signals:
     // Left/Right arrow while the grid has a current cell: step to the previous/next record.
     void stepRequested(bool next);
+    // The user changed a field (SlipDirty became true).
+    void edited();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -68,10 +74,10 @@ private:
     QObject *m_viewport = nullptr;
     QStandardItemModel *m_model;
     Prompter &m_prompter;
-    bool &m_slipDirty;
+    bool m_slipDirty = false;
     bool m_archive = false;
     bool m_filling = false;
-    QList<ClassChoice> m_choices;
+    QList<catalog::ClassItem> m_choices;
 };
 
 } // namespace tolvane::registration

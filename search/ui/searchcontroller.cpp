@@ -2,9 +2,13 @@
 
 #include <QLineEdit>
 
-#include "browser/resultlist.h"
+#include "search/resultlist.h"
+#include "search/resultlistmodel.h"
+#include "search/ui/autofitgrid.h"
+#include "search/ui/resultlistview.h"
+#include "search/ui/searchpanel.h"
 #include "platform/apptitle.h"
-#include "registration/pathrecords.h"
+#include "catalog/records.h"
 #include "search/catalogqueries.h"
 #include "search/perioddate.h"
 #include "search/searchtexts.h"
@@ -16,6 +20,7 @@ namespace {
 // The result list's internal columns (folder id, history key, colour) are hidden after every
 // fill; the option menu shows them on demand.
 constexpr int kCatalogColumns = 1;
+constexpr int kBinderColumns = 2;
 
 SearchPanel::Layout panelLayout(SearchKind kind)
 {
@@ -35,17 +40,67 @@ SearchPanel::Layout panelLayout(SearchKind kind)
 
 } // namespace
 
-SearchController::SearchController(Shared shared, SearchPanel &panel, Hooks hooks, QObject *parent)
+SearchController::SearchController(Prompter &prompter, const catalog::CatalogState &catalog,
+    RecordsetSlot &searchResultSet, QWidget *toolbar, QWidget *frame, QObject *parent)
     : QObject(parent)
-    , m_prompter(shared.prompter)
-    , m_catalog(shared.catalog)
-    , m_result(shared.SearchResultSet)
-    , m_resultCount(shared.ResultCount)
-    , m_fs(shared.fs)
-    , m_panel(panel)
-    , m_hooks(std::move(hooks))
+    , m_prompter(prompter)
+    , m_catalog(catalog)
+    , m_result(searchResultSet)
+    , m_model(new ResultListModel(this))
+    , m_fs(*m_model)
+    , m_view(new ResultListView(m_model, frame))
+    , m_panel(new SearchPanel(toolbar, this))
 {
+    m_view->hide();
+    connect(m_panel, &SearchPanel::classPicked, this, [this](const QString &text) { Q_EMIT classPicked(text); });
+    // Rows of a record carry their number in column 0; the one-line "not registered" text of
+    // the folder search does not, and opens nothing. The heading is grid row 0, so model row i
+    // is grid row i + 1.
+    connect(m_view, &QAbstractItemView::clicked, this, [this](const QModelIndex &index) {
+        if (!index.isValid() || index.sibling(index.row(), 0).data().toString().isEmpty())
+            return;
+        Q_EMIT recordRowClicked(index.row() + 1);
+    });
 }
+
+QTableView *SearchController::resultList() const
+{
+    return m_view;
+}
+
+void SearchController::tidy()
+{
+    AutoFitGrid(m_view);
+}
+
+void SearchController::PrepShow2FS()
+{
+    prepareList();
+}
+
+void SearchController::HideSearchPanel()
+{
+    m_panel->hideAll();
+}
+
+void SearchController::hideWordBox()
+{
+    m_panel->Text1(0)->hide();
+}
+
+void SearchController::mOptCol_Click(bool binderRows)
+{
+    SetResultColumns(m_fs, binderRows ? kBinderColumns : kCatalogColumns, false);
+}
+
+void SearchController::HideInternalColumns()
+{
+    SetResultColumns(m_fs, kCatalogColumns, true);
+}
+
+void SearchController::FullTextSearch() { }
+
+void SearchController::FullTextSearchDB() { }
 
 void SearchController::message(const QString &text, Prompter::Icon icon)
 {
@@ -54,17 +109,16 @@ void SearchController::message(const QString &text, Prompter::Icon icon)
 
 void SearchController::prepareList()
 {
-    browser::PrepShow2FS(m_fs, m_hooks.bringToFront);
+    search::PrepShow2FS(m_fs, [this](int) { Q_EMIT listPrepared(); });
 }
 
 void SearchController::fillList()
 {
     m_resultCount = 0;
     if (m_result)
-        m_resultCount = browser::FillCatalogRows(m_fs, *m_result, m_hooks.fontSize ? m_hooks.fontSize() : 0);
-    if (m_hooks.tidy)
-        m_hooks.tidy();
-    browser::SetResultColumns(m_fs, kCatalogColumns, true);
+        m_resultCount = FillCatalogRows(m_fs, *m_result, m_fontSize);
+    tidy();
+    SetResultColumns(m_fs, kCatalogColumns, true);
 }
 
 void SearchController::showNarrowingBox(SearchKind kind)
@@ -75,8 +129,8 @@ void SearchController::showNarrowingBox(SearchKind kind)
     auto contents = FillClassCombo(*db, true);
     if (!contents)
         return;
-    m_panel.setComboLeft(SearchPanel::narrowingBoxLeft(kind));
-    m_panel.showClassItems(contents.value());
+    m_panel->setComboLeft(SearchPanel::narrowingBoxLeft(kind));
+    m_panel->showClassItems(contents.value());
 }
 
 bool SearchController::listHasRows() const
@@ -87,24 +141,23 @@ bool SearchController::listHasRows() const
 void SearchController::EnterSearchPanel(SearchKind kind)
 {
     prepareList();
-    if (m_hooks.tidy)
-        m_hooks.tidy();
-    m_panel.LayoutSearchPanel(panelLayout(kind));
+    tidy();
+    m_panel->LayoutSearchPanel(panelLayout(kind));
     jet::Database *db = m_catalog.db();
     if (kind == SearchKind::Class && db) {
         if (auto contents = FillClassCombo(*db, false))
-            m_panel.showClassItems(contents.value());
+            m_panel->showClassItems(contents.value());
     } else if (kind == SearchKind::Period && db) {
         if (auto dates = periodDates(*db)) {
             QStringList texts;
             texts.reserve(dates->size());
             for (const QDateTime &date : dates.value())
                 texts.append(formatListedDate(date));
-            m_panel.setPeriodDates(texts);
+            m_panel->setPeriodDates(texts);
         }
-        m_panel.Text1(1)->setText(kUntilText);
+        m_panel->Text1(1)->setText(kUntilText);
     }
-    browser::SetResultColumns(m_fs, kCatalogColumns, true);
+    SetResultColumns(m_fs, kCatalogColumns, true);
 }
 
 SearchController::Outcome SearchController::finishQuery(SearchKind kind, const Result<bool> &found)
@@ -114,12 +167,12 @@ SearchController::Outcome SearchController::finishQuery(SearchKind kind, const R
         // The narrowing box of an earlier result would narrow nothing now; the chooser of the
         // classification search keeps its list.
         if (kind != SearchKind::Class)
-            m_panel.hideCombo();
+            m_panel->hideCombo();
         // A statement that could not run gives no message of its own; the folder search
         // finds nothing silently.
         if (found && kind != SearchKind::Folder)
             message(kZeroResultMessage, Prompter::Icon::Information);
-        browser::SetResultColumns(m_fs, kCatalogColumns, true);
+        SetResultColumns(m_fs, kCatalogColumns, true);
         return found ? Outcome::NotFound : Outcome::Failed;
     }
     fillList();
@@ -132,11 +185,11 @@ SearchController::Outcome SearchController::runWordSearch(SearchKind kind, WordQ
 {
     prepareList();
     // The check looks at the text as typed: a word of blanks only is searched as the empty word.
-    if (m_panel.word().isEmpty()) {
+    if (m_panel->word().isEmpty()) {
         message(kEmptyWordMessage, Prompter::Icon::Warning);
         return Outcome::Refused;
     }
-    m_state.SavedSearchWord = m_panel.word().trimmed();
+    m_state.SavedSearchWord = m_panel->word().trimmed();
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
@@ -159,14 +212,14 @@ SearchController::Outcome SearchController::RunClassSearch()
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
-    return finishQuery(SearchKind::Class, QueryByClass(*db, m_result, m_panel.comboText()));
+    return finishQuery(SearchKind::Class, QueryByClass(*db, m_result, m_panel->comboText()));
 }
 
 SearchController::Outcome SearchController::RunPeriodSearch()
 {
     prepareList();
-    m_state.SavedSearchWord = m_panel.startDate();
-    m_state.SavedEndDate = m_panel.endDate();
+    m_state.SavedSearchWord = m_panel->startDate();
+    m_state.SavedEndDate = m_panel->endDate();
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
@@ -196,8 +249,10 @@ SearchController::Outcome SearchController::RunFolderSearch(const QString &folde
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
-    const int pnID = registration::GetPathID(db, folderPath);
-    return finishQuery(SearchKind::Folder, QueryByFolder(*db, m_result, pnID));
+    const Result<int> pnID = catalog::GetPathID(*db, folderPath);
+    if (!pnID && pnID.status().code() != Status::Code::NotFound)
+        return finishQuery(SearchKind::Folder, pnID.status());
+    return finishQuery(SearchKind::Folder, QueryByFolder(*db, m_result, pnID ? pnID.value() : -1));
 }
 
 SearchController::Outcome SearchController::RunFolderPanelSearch(const QString &folderPath)
@@ -208,12 +263,13 @@ SearchController::Outcome SearchController::RunFolderPanelSearch(const QString &
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;
-    const int pnID = registration::GetPathID(db, folderPath);
-    if (pnID > 0)
-        return finishQuery(SearchKind::Folder, QueryByFolder(*db, m_result, pnID));
-    browser::ShowNotRegisteredFolder(m_fs, folderPath);
-    if (m_hooks.tidy)
-        m_hooks.tidy();
+    const Result<int> pnID = catalog::GetPathID(*db, folderPath);
+    if (pnID)
+        return finishQuery(SearchKind::Folder, QueryByFolder(*db, m_result, pnID.value()));
+    if (pnID.status().code() != Status::Code::NotFound)
+        return finishQuery(SearchKind::Folder, pnID.status());
+    ShowNotRegisteredFolder(m_fs, folderPath);
+    tidy();
     return Outcome::NotFound;
 }
 
@@ -233,20 +289,20 @@ void SearchController::RestoreResultList(SearchKind kind)
 {
     prepareList();
     fillList();
-    m_panel.LayoutSearchPanel(panelLayout(kind));
+    m_panel->LayoutSearchPanel(panelLayout(kind));
     switch (kind) {
     case SearchKind::FileName:
     case SearchKind::Keyword:
-        m_panel.Text1(0)->setText(m_state.SavedSearchWord);
+        m_panel->Text1(0)->setText(m_state.SavedSearchWord);
         break;
     case SearchKind::Period:
-        m_panel.Text1(0)->setText(m_state.SavedSearchWord);
-        m_panel.Text1(1)->setText(m_state.SavedEndDate);
+        m_panel->Text1(0)->setText(m_state.SavedSearchWord);
+        m_panel->Text1(1)->setText(m_state.SavedEndDate);
         break;
     case SearchKind::Class:
         if (jet::Database *db = m_catalog.db())
             if (auto contents = FillClassCombo(*db, false))
-                m_panel.showClassItems(contents.value());
+                m_panel->showClassItems(contents.value());
         break;
     case SearchKind::Folder:
         break;

@@ -1,21 +1,31 @@
-// The catalogue searches as the user runs them: the run procedures behind "DurSeek", the
-// folder search, the narrowing by classification, the mode-specific panel set-up and the
-// rebuilding of the list on return from the one-by-one display. Fills the result list `fs`
-// through the browser's helpers; every message goes through the Prompter. The main window
-// owns every object passed in and keeps the mode, toolbar and status bar; this class tells it
-// how each run ended. GUI thread only.
+// SearchController: the catalogue searches as the user runs them, with the panels they own: the
+// search inputs Text1(0), Text1(1) and Combo1 over the toolbar and the result list `fs`. It runs
+// the procedures behind "DurSeek", the folder search, the narrowing by classification, the
+// mode-specific panel set-up and the rebuilding of the list on return from the one-by-one
+// display; every message goes through the Prompter. The main window keeps the mode, the
+// toolbar, the status bar and the pane layout; this class tells it how each run ended and
+// reports the user's clicks by signals. GUI thread only.
 #pragma once
 
-#include <functional>
+#include <QObject>
 
-#include "browser/resultlistmodel.h"
 #include "catalog/catalogstate.h"
 #include "platform/prompter.h"
 #include "search/catalogqueries.h"
+#include "search/classnarrowing.h"
 #include "search/searchstate.h"
-#include "search/ui/searchpanel.h"
+
+class QTableView;
+class QWidget;
+
+namespace tolvane::search {
+class ResultListModel;
+}
 
 namespace tolvane::search::ui {
+
+class ResultListView;
+class SearchPanel;
 
 class SearchController : public QObject {
     Q_OBJECT
@@ -27,31 +37,34 @@ public:
         Refused, // nothing searched (empty word, cancelled dialog)
     };
 
-    struct Hooks {
-        // Sizes the list's columns and rows to their contents (AutoFitGrid on `fs`).
-        std::function<void()> tidy;
-        // Brings a display panel to the front (the list's selector is 11).
-        std::function<void(int)> bringToFront;
-        // The current text size for the list.
-        std::function<int()> fontSize;
-    };
+    // searchResultSet is the main window's long-lived result recordset (narrowed in place,
+    // stepped through, rebuilt from); it and catalog outlive this object. The search inputs are
+    // created hidden over toolbar, the result list hidden in frame.
+    SearchController(Prompter &prompter, const catalog::CatalogState &catalog, RecordsetSlot &searchResultSet,
+        QWidget *toolbar, QWidget *frame, QObject *parent = nullptr);
 
-    // What the searches share with the rest of the main window, which owns all of it.
-    struct Shared {
-        Prompter &prompter;
-        catalog::CatalogState &catalog;
-        // The open result of the last search (narrowed in place, stepped through, rebuilt from).
-        RecordsetSlot &SearchResultSet;
-        // Rows written into the list by the last fill.
-        int &ResultCount;
-        // The result list `fs`.
-        browser::ResultListModel &fs;
-    };
-
-    SearchController(Shared shared, SearchPanel &panel, Hooks hooks = {}, QObject *parent = nullptr);
-
-    SearchPanel &panel() { return m_panel; }
+    SearchPanel &panel() { return *m_panel; }
+    QTableView *resultList() const; // fs
+    ResultListModel &resultModel() { return *m_model; }
     const SearchState &state() const { return m_state; }
+    // Rows written into the list by the last fill (ResultCount).
+    int resultCount() const { return m_resultCount; }
+    void setFontSize(int points) { m_fontSize = points; }
+
+    // Empties the list and prepares its catalogue headings (PrepShow2FS).
+    void PrepShow2FS();
+    // Hides the search inputs (start screen and the modes without them).
+    void HideSearchPanel();
+    // Hides the word box while a picture or drawing is shown.
+    void hideWordBox();
+    // Hides the internal columns of catalogue rows (folder id, history key, colour).
+    void HideInternalColumns();
+    // Shows the internal columns of catalogue rows (binderRows false) or a binder's rows.
+    void mOptCol_Click(bool binderRows);
+    // Enables the full-text search over the list (what "FullTextSearchDB" offers).
+    // TODO(#12): the full-text searches over a folder and over the result list.
+    void FullTextSearch();
+    void FullTextSearchDB();
 
     // Entering a search mode: clears the list, tidies it and lays out the panel; the
     // classification search also fills its chooser, the period search reads the dates that
@@ -83,7 +96,16 @@ public:
     // True when the list holds at least one data row (what enables "FullTextSearchDB").
     bool listHasRows() const;
 
+Q_SIGNALS:
+    // The list was emptied and wants to be in front of the viewer panes.
+    void listPrepared();
+    // A row holding a record was clicked: its grid row (1 is the first record).
+    void recordRowClicked(int gridRow);
+    // The user picked an item of Combo1.
+    void classPicked(const QString &text);
+
 private:
+    void tidy();
     using WordQuery = Result<bool> (*)(jet::Database &, RecordsetSlot &, const QString &);
     // The file-name and keyword searches: the typed word is checked, kept and looked up.
     Outcome runWordSearch(SearchKind kind, WordQuery query);
@@ -94,13 +116,15 @@ private:
     void message(const QString &text, Prompter::Icon icon);
 
     Prompter &m_prompter;
-    catalog::CatalogState &m_catalog;
+    const catalog::CatalogState &m_catalog;
     RecordsetSlot &m_result;
-    int &m_resultCount;
-    browser::ResultListModel &m_fs;
-    SearchPanel &m_panel;
-    Hooks m_hooks;
+    ResultListModel *m_model;
+    ResultListModel &m_fs;
+    ResultListView *m_view;
+    SearchPanel *m_panel;
     SearchState m_state;
+    int m_resultCount = 0;
+    int m_fontSize = 10;
 };
 
 } // namespace tolvane::search::ui

@@ -1,7 +1,5 @@
 #include "shell/ui/form1.h"
 
-#include <algorithm>
-
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
@@ -21,27 +19,78 @@
 #include <QTreeView>
 #include <QWidgetAction>
 
+#include <algorithm>
+
+#include "binders/ui/bindercontroller.h"
+#include "browser/ui/browsercontroller.h"
 #include "catalog/lifecycle.h"
+#include "catalog/schema.h"
 #include "platform/apptitle.h"
+#include "platform/utf8.h"
+#include "registration/ui/registrationcontroller.h"
+#include "search/ui/searchcontroller.h"
+#include "search/ui/searchpanel.h"
 #include "shell/browseforfolder.h"
-#include "shell/modes.h"
 #include "shell/ui/desktophelplauncher.h"
 #include "shell/ui/frmabout.h"
 #include "shell/ui/splitterhandle.h"
 #include "shell/ui/toolbaricons.h"
+#include "viewer/dispatch.h"
+#include "viewer/fontsizestore.h"
+#include "viewer/ui/pictureview.h"
+#include "viewer/ui/viewercontroller.h"
 
 namespace tolvane::shell {
 
 namespace {
-QString u(const char *s)
-{
-    return QString::fromUtf8(s);
-}
 const char *const kChooseFolder = "フォルダを指定してください";
 constexpr int kFrameMargin = 50; // twips between the window edge and the panes
 constexpr int kRightMargin = 200; // twips kept free right of the right area
 constexpr int kStatusPanel1 = 2000; // twips
 constexpr int kStatusPanel2Of3 = 5000; // twips
+constexpr int kFolderPanelTwips = 3000;
+constexpr int kSlipTwips = 4600;
+constexpr int kBinderSlipTwips = 4000;
+constexpr int kFileListFirstColumnTwips = 800;
+constexpr int kShownFileHelp = 10029;
+constexpr int kRecordHelp = 10031;
+// Panel selectors of BringPanelToFront.
+constexpr int kPanelPicture = 2;
+constexpr int kPanelText = 4;
+constexpr int kPanelResultList = 11;
+// Left-pane selectors of ShowLeftPane.
+constexpr int kLeftFolders = 0;
+constexpr int kLeftSlip = 1;
+constexpr int kLeftFiles = 2;
+constexpr int kLeftBinders = 3;
+
+// The search of each search mode; nullopt for the other modes.
+std::optional<search::SearchKind> searchKindOf(Mode mode)
+{
+    using search::SearchKind;
+    switch (mode) {
+    case Mode::FolderSearch:
+        return SearchKind::Folder;
+    case Mode::FileSearch:
+        return SearchKind::FileName;
+    case Mode::ClassSearch:
+        return SearchKind::Class;
+    case Mode::PeriodSearch:
+        return SearchKind::Period;
+    case Mode::KeywordSearch:
+        return SearchKind::Keyword;
+    default:
+        return std::nullopt;
+    }
+}
+
+// The modes in which a pick in Combo1 narrows the shown result (in the classification search it
+// only chooses what "DurSeek" will search).
+bool narrowsOnPick(Mode mode)
+{
+    return mode == Mode::FolderSearch || mode == Mode::FileSearch || mode == Mode::PeriodSearch
+        || mode == Mode::KeywordSearch;
+}
 } // namespace
 
 Form1::Form1(Prompter &prompter, HelpLauncher *helpLauncher, QWidget *parent)
@@ -55,32 +104,24 @@ Form1::Form1(Prompter &prompter, HelpLauncher *helpLauncher, QWidget *parent)
         m_helpLauncher = m_ownHelpLauncher.get();
     }
 
-    createControls();
-    createMenus();
     createToolbar();
+    createControllers();
+    createMenus();
     createShortcuts();
-
-    SetupBrowser();
-    SetupRegistration();
-    SetupSearch();
-    SetupSlip();
-    SetupViewer();
-    SetupBinders();
-    SetupClasses();
+    connectControllers();
 
     // Start-up: no catalogue is opened and nothing of a previous run is restored.
-    ModeNo = Mode::Start;
     resize(twipsToPixels(16000), twipsToPixels(9000));
     setWindowTitle(appTitle());
     setWindowIcon(toolbarIcon(QStringLiteral("Binder")));
     InitStatusBar();
-    ShowModeStatus(0);
-    EnableMenus(0);
+    ShowModeStatus(ModeStatus::Start);
+    EnableMenus(MenuSet::NoCatalog);
     SetTextFontSize(10);
     ResetToStartScreen();
     ShowLayout(StartLayout());
-    HelpFile = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("TolvaneHelp.chm"));
-    HelpContextID = Help::StartUp;
+    m_helpFile = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("TolvaneHelp.chm"));
+    m_helpContextId = Help::StartUp;
 }
 
 Form1::~Form1()
@@ -88,46 +129,36 @@ Form1::~Form1()
     shutdown();
 }
 
-// ---------------------------------------------------------------- controls
+// ---------------------------------------------------------------- construction
 
-void Form1::createControls()
+void Form1::createControllers()
 {
     m_area = new QWidget(this);
     m_area->setObjectName(QStringLiteral("area"));
     setCentralWidget(m_area);
     m_area->installEventFilter(this);
 
-    auto table = [this](const char *name) {
-        auto *t = new QTableView(m_area);
-        t->setObjectName(QString::fromLatin1(name));
-        t->hide();
-        return t;
-    };
-    fg = new QTreeView(m_area);
-    fg->setObjectName(QStringLiteral("fg"));
-    fg->setHeaderHidden(true);
-    fg->hide();
-    fr = table("fr");
-    fs = table("fs");
-    fg2 = table("fg2");
-    vs = table("vs");
-    fg3 = table("fg3");
-    imk = new QWidget(m_area);
-    imk->setObjectName(QStringLiteral("imk"));
-    imk->hide();
-    mData = new QTextEdit(m_area);
-    mData->setObjectName(QStringLiteral("mData"));
-    mData->setReadOnly(true);
-    mData->hide();
-    Calendar = new QCalendarWidget(m_area);
-    Calendar->setObjectName(QStringLiteral("Calendar"));
-    Calendar->hide();
+    m_browser = new browser::ui::BrowserController(m_prompter, m_area, this);
+    m_search = new search::ui::SearchController(m_prompter, m_catalog, m_searchResultSet, Toolbar, m_area, this);
+    m_registration = new registration::ui::RegistrationController(m_prompter, m_area, this);
+    m_viewer = new viewer::ui::ViewerController(m_prompter, m_area, this);
+    m_binders = new binders::ui::BinderController(m_area, this);
+
+    fg = m_browser->folderPanel();
+    fr = m_browser->fileList();
+    fs = m_search->resultList();
+    fg2 = m_registration->slipView();
+    vs = m_registration->historyView();
+    Calendar = m_registration->calendar();
+    imk = m_viewer->pictureView();
+    mData = m_viewer->textView();
+    fg3 = m_binders->binderList();
 
     // The width of the left panel lives in the width of the grid leading the layout.
-    fg->resize(twipsToPixels(3000), fg->height());
-    fg2->resize(twipsToPixels(4600), fg2->height());
-    vs->resize(twipsToPixels(4600), vs->height());
-    fg3->resize(twipsToPixels(3000), fg3->height());
+    fg->resize(twipsToPixels(kFolderPanelTwips), fg->height());
+    fg2->resize(twipsToPixels(kSlipTwips), fg2->height());
+    vs->resize(twipsToPixels(kSlipTwips), vs->height());
+    fg3->resize(twipsToPixels(kFolderPanelTwips), fg3->height());
 
     picDrag = new SplitterHandle(Qt::Vertical, m_area);
     picDrag->setObjectName(QStringLiteral("picDrag"));
@@ -142,6 +173,40 @@ void Form1::createControls()
     StatusBar1->setSizeGripEnabled(false);
     setStatusBar(StatusBar1);
 }
+
+void Form1::connectControllers()
+{
+    connect(m_browser, &browser::ui::BrowserController::folderChosen, this,
+        [this](int, const QString &path) { SelectFolderNode(path); });
+    connect(m_browser, &browser::ui::BrowserController::fileClicked, this, &Form1::OpenListedFile);
+
+    connect(m_search, &search::ui::SearchController::listPrepared, this,
+        [this] { BringPanelToFront(kPanelResultList); });
+    connect(m_search, &search::ui::SearchController::recordRowClicked, this, &Form1::OpenResultRow);
+    connect(m_search, &search::ui::SearchController::classPicked, this, &Form1::Combo1_Click);
+
+    connect(m_registration, &registration::ui::RegistrationController::stepRequested, this, [this](bool next) {
+        if (m_layoutState == LayoutState::RecordShown)
+            run(next ? Command::Next : Command::Prev);
+    });
+
+    connect(m_viewer, &viewer::ui::ViewerController::paneWanted, this, [this](viewer::ui::ViewerController::Pane pane) {
+        BringPanelToFront(pane == viewer::ui::ViewerController::Pane::Picture ? kPanelPicture : kPanelText);
+    });
+    connect(m_viewer, &viewer::ui::ViewerController::pageChanged, this,
+        [this](int page, int count) { setStatusPanelText(2, viewer::multiPageStatusText(page, count)); });
+
+    // Edits of the record still on screen are written before its catalogue goes away (another
+    // catalogue is opened, or the window closes), so that closing never drops them. The marks
+    // are cleared either way: they must not reach the current record of the next catalogue.
+    connect(this, &Form1::catalogAboutToClose, this, [this] {
+        if (m_registration->hasUnsavedEdits() && m_searchResultSet && m_catalog.isOpen())
+            SaveRecordIfDirty();
+        m_registration->discardEdits();
+    });
+}
+
+// ---------------------------------------------------------------- menus
 
 void Form1::createMenus()
 {
@@ -231,6 +296,746 @@ void Form1::createShortcuts()
     connect(f1, &QShortcut::activated, this, &Form1::ShowHelp);
 }
 
+// ---------------------------------------------------------------- dispatch and modes
+
+void Form1::Toolbar_ButtonClick(const QString &key)
+{
+    if (const std::optional<Command> command = commandForKey(key))
+        run(*command);
+}
+
+// One handler per command. The switch names every command (the build refuses a missing one),
+// and every layout's keys name a command (AppendLayout checks), so no click goes nowhere.
+void Form1::run(Command command)
+{
+    const bool archive = m_catalog.isArchive();
+    switch (command) {
+    case Command::StartShowFile:
+        ShowLayout(FileShowLayout());
+        setMode(Mode::FileShow);
+        ResetToFolderScreen();
+        break;
+    case Command::DBopen:
+        OpenCatalog();
+        break;
+    case Command::View:
+        setMode(Mode::FileShow);
+        if (ChooseAndListFolder())
+            m_helpContextId = Help::FileShow;
+        break;
+    case Command::BackToStart:
+        ShowLayout(StartLayout());
+        InitStatusBar();
+        ShowModeStatus(ModeStatus::Start);
+        break;
+    case Command::Search:
+        LoadClassItems();
+        ShowLayout(SearchMenuLayout());
+        ShowModeStatus(ModeStatus::SearchMenu);
+        break;
+    case Command::DBrec:
+        setMode(Mode::Record);
+        ResetToFolderScreen();
+        setStatusPanelText(1, u("DB登録モード"));
+        if (ChooseAndListFolder())
+            setStatusPanelText(1, u("DB登録モード"));
+        break;
+    case Command::RecAll:
+        if (!archive)
+            RegisterShownFolder();
+        break;
+    case Command::Back2DB:
+        ShowLayout(DBUseLayout(archive));
+        ShowModeStatus(ModeStatus::CatalogOpened);
+        break;
+    case Command::DBsearch:
+        EnterFolderSearchMode();
+        break;
+    case Command::DBFiles:
+        EnterFileSearchMode();
+        break;
+    case Command::DBClass:
+        EnterClassSearchMode();
+        break;
+    case Command::DBDate:
+        EnterPeriodSearchMode();
+        break;
+    case Command::DBKeyword:
+        EnterKeywordSearchMode();
+        break;
+    case Command::BDRsearch:
+        EnterBinderBrowseMode();
+        break;
+    case Command::DurSeek:
+        DurSeek();
+        break;
+    case Command::WordSeek:
+        m_viewer->WordSeek();
+        break;
+    case Command::FullTextSearch:
+        m_search->FullTextSearch();
+        break;
+    case Command::FullTextSearchDB:
+        m_search->FullTextSearchDB();
+        break;
+    case Command::BackTo:
+        dispatchBackTo();
+        break;
+    case Command::BackToINI:
+        setMode(Mode::Start);
+        ResetToStartScreen();
+        ShowLayout(FileShowLayout());
+        ShowModeStatus(ModeStatus::Start);
+        break;
+    case Command::BackToSearch:
+        setMode(Mode::Start);
+        ResetToStartScreen();
+        ShowLayout(SearchMenuLayout());
+        ShowModeStatus(ModeStatus::SearchMenu);
+        break;
+    case Command::Prev:
+    case Command::Next:
+        if (m_mode == Mode::FileShow || m_mode == Mode::Record)
+            StepFolderFile(command == Command::Next);
+        else
+            StepResultFile(command == Command::Next);
+        break;
+    case Command::Rec2Binder:
+        if (!archive)
+            m_binders->Rec2Binder();
+        break;
+    case Command::AddLine:
+    case Command::DelLine:
+        EditHistoryLine(command);
+        break;
+    case Command::Up:
+    case Command::Down:
+        m_binders->MoveListRow(command == Command::Up);
+        break;
+    case Command::Reg:
+        m_binders->SaveNewOrder();
+        break;
+    case Command::Apri:
+        m_viewer->OpenInApplication();
+        break;
+    case Command::Del:
+        if (m_binderOperation == BinderOp::Delete || m_binderOperation == BinderOp::Detach)
+            m_binders->DeleteOrDetach();
+        break;
+    case Command::Size:
+        m_viewer->ToggleSizeCaption();
+        break;
+    case Command::Left90:
+    case Command::Right90:
+        m_viewer->Rotate(command == Command::Left90);
+        break;
+    case Command::Enlarge:
+        m_viewer->Magnify();
+        break;
+    case Command::Gprev:
+    case Command::Gnext:
+        m_viewer->StepPage(command == Command::Gnext);
+        break;
+    case Command::Sxf:
+        m_viewer->ShowDrawing();
+        break;
+    case Command::BackColor:
+        m_viewer->ChooseBackColor();
+        break;
+    case Command::Excel:
+        m_viewer->ExportToExcel();
+        break;
+    }
+}
+
+void Form1::setMode(Mode mode)
+{
+    Q_ASSERT_X(modeTransitionAllowed(m_mode, mode), "Form1::setMode", "a mode change missing from the table");
+    m_mode = mode;
+}
+
+void Form1::dispatchBackTo()
+{
+    const bool archive = m_catalog.isArchive();
+    switch (m_mode) {
+    case Mode::FileShow:
+        ShowLayout(FileShowLayout());
+        PutViewerAway();
+        ResetToFolderScreen();
+        break;
+    case Mode::Record:
+        ShowLayout(DBUseLayout(archive));
+        PutViewerAway();
+        ResetToFolderScreen();
+        break;
+    case Mode::FolderSearch:
+        if (!SaveRecordIfDirty())
+            break;
+        RestoreSearchList();
+        m_layoutState = LayoutState::Lists;
+        ShowLeftPane(kLeftFolders);
+        UpdateLayout();
+        ShowLayout(SearchListLayout(m_mode));
+        ShowModeStatus(ModeStatus::ResultListed);
+        break;
+    case Mode::BinderFiles:
+        if (!SaveRecordIfDirty())
+            break;
+        PutViewerAway();
+        m_binders->RestoreBinderPanel();
+        ShowLayout(SearchListLayout(m_mode));
+        ShowModeStatus(ModeStatus::ResultListed);
+        break;
+    case Mode::PeriodSearch:
+    case Mode::ClassSearch:
+    case Mode::KeywordSearch:
+    case Mode::FileSearch:
+        if (!SaveRecordIfDirty())
+            break;
+        ShowLayout(SearchListLayout(m_mode));
+        RestoreSearchList();
+        ShowModeStatus(ModeStatus::ResultListed);
+        ShowLeftPane(kLeftFolders);
+        m_layoutState = LayoutState::SearchPanel;
+        UpdateLayout5();
+        break;
+    case Mode::Start:
+        break;
+    }
+}
+
+void Form1::ResetToStartScreen()
+{
+    PutViewerAway();
+    m_search->HideSearchPanel();
+    m_layoutState = LayoutState::Lists;
+    ShowLeftPane(kLeftFolders);
+    UpdateLayout();
+}
+
+void Form1::ResetToFolderScreen()
+{
+    m_layoutState = LayoutState::Lists;
+    fg->resize(twipsToPixels(kFolderPanelTwips), fg->height());
+    m_browser->InitControls();
+    InitStatusBar();
+    ShowModeStatus(ModeStatus::FileShow);
+    m_helpContextId = Help::FileShow;
+    ShowLeftPane(kLeftFolders);
+    BringPanelToFront(1);
+    UpdateLayout();
+}
+
+// The folder dialog, then the chosen folder's files listed in fr with the first one shown.
+// False when the dialog was cancelled (the current folder then holds "Canceled").
+bool Form1::ChooseAndListFolder()
+{
+    m_currentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), m_lastChosenFolder);
+    if (m_currentFolder == canceledFolder())
+        return false;
+    m_lastChosenFolder = m_currentFolder;
+    m_browser->ListFolderFiles(m_currentFolder);
+    ShowFirstFile();
+    return true;
+}
+
+void Form1::EnterRecordMode()
+{
+    setMode(Mode::Record);
+    ResetToFolderScreen();
+    ShowLayout(RecordLayout(m_catalog.isArchive()));
+    ShowModeStatus(ModeStatus::Record);
+    m_helpContextId = Help::Record;
+}
+
+void Form1::EnterFolderSearchMode()
+{
+    setMode(Mode::FolderSearch);
+    m_layoutState = LayoutState::Lists;
+    ResetToStartScreen();
+    ShowModeStatus(ModeStatus::FolderSearch);
+    const QString folder = BrowseForFolder(m_prompter, u(kChooseFolder), m_lastChosenFolder);
+    if (folder == canceledFolder())
+        return;
+    m_lastChosenFolder = folder;
+    m_browser->FillFolderPanel(m_catalog.db(), folder);
+    ShowLayout(SearchListLayout(m_mode));
+    m_helpContextId = Help::FolderSearch;
+    RunFolderSearch(folder);
+}
+
+void Form1::enterSearchMode(Mode mode, ModeStatus status, int helpId)
+{
+    setMode(mode);
+    ResetToStartScreen();
+    ShowLayout(SearchListLayout(m_mode));
+    setToolEnabled(QStringLiteral("FullTextSearchDB"), false);
+    if (const auto kind = searchKindOf(m_mode))
+        m_search->EnterSearchPanel(*kind);
+    ShowModeStatus(status);
+    m_layoutState = LayoutState::SearchPanel;
+    UpdateLayout5();
+    m_helpContextId = helpId;
+}
+
+void Form1::EnterFileSearchMode()
+{
+    enterSearchMode(Mode::FileSearch, ModeStatus::FileSearch, Help::FileSearch);
+}
+
+void Form1::EnterClassSearchMode()
+{
+    enterSearchMode(Mode::ClassSearch, ModeStatus::ClassSearch, Help::ClassSearch);
+}
+
+void Form1::EnterPeriodSearchMode()
+{
+    enterSearchMode(Mode::PeriodSearch, ModeStatus::PeriodSearch, Help::PeriodSearch);
+}
+
+void Form1::EnterKeywordSearchMode()
+{
+    enterSearchMode(Mode::KeywordSearch, ModeStatus::KeywordSearch, Help::KeywordSearch);
+}
+
+void Form1::EnterBinderBrowseMode()
+{
+    setMode(Mode::BinderFiles);
+    m_binderOperation = BinderOp::Browse;
+    ResetToStartScreen();
+    EnterBinderContentsPanel();
+    m_helpContextId = Help::BinderBrowse;
+}
+
+void Form1::EnterBinderMaintenanceMode(BinderOp op)
+{
+    setMode(Mode::Start);
+    m_layoutState = LayoutState::Lists;
+    m_binderOperation = op;
+    m_search->HideSearchPanel();
+    EnterBinderMaintenance();
+    if (const auto code = binderStatusCode(op))
+        ShowModeStatus(*code);
+    if (const auto help = binderHelpContext(op))
+        m_helpContextId = *help;
+}
+
+void Form1::EnterBinderFilesMode(BinderOp op)
+{
+    setMode(Mode::BinderFiles);
+    m_binderOperation = op;
+    m_search->HideSearchPanel();
+    EnterBinderContentsPanel();
+    if (const auto help = binderHelpContext(op))
+        m_helpContextId = *help;
+}
+
+// Binder browsing, file reordering and detaching: binder list on the left, its files on the right.
+void Form1::EnterBinderContentsPanel()
+{
+    ShowLayout(BinderListLayout(m_binderOperation));
+    ShowLeftPane(kLeftBinders);
+    UpdateLayout4();
+    if (const auto code = binderStatusCode(m_binderOperation))
+        ShowModeStatus(*code);
+}
+
+// Binder creation, deletion, renaming and reordering.
+void Form1::EnterBinderMaintenance()
+{
+    ShowLayout(BinderListLayout(m_binderOperation));
+    ShowLeftPane(kLeftBinders);
+    UpdateLayout4();
+}
+
+// TODO(#17): "Prev"/"Next" over a result list or a binder's files.
+void Form1::StepResultFile(bool next)
+{
+    Q_UNUSED(next);
+}
+
+// TODO(#18): the classification and combo-box item editor.
+void Form1::mAidCombo_Click() { }
+
+// ---------------------------------------------------------------- catalogue
+
+void Form1::OpenCatalog()
+{
+    Q_EMIT catalogAboutToClose();
+    const auto outcome = catalog::OpenCatalogFile(m_prompter, m_catalog, m_searchResultSet, m_binderSet);
+    switch (outcome) {
+    case catalog::OpenOutcome::Ordinary:
+        setWindowTitle(m_catalog.CatalogName);
+        ShowLayout(DBUseLayout(false));
+        EnableMenus(MenuSet::Catalog);
+        InitStatusBar();
+        ShowModeStatus(ModeStatus::CatalogOpened);
+        break;
+    case catalog::OpenOutcome::Archive:
+        setWindowTitle(m_catalog.CatalogName + u(" （保存版）"));
+        ShowLayout(DBUseLayout(true));
+        break;
+    default:
+        return;
+    }
+    m_classArr.clear();
+    m_helpContextId = Help::CatalogOpened;
+    Q_EMIT catalogOpened();
+}
+
+void Form1::mFileDBCreate_Click()
+{
+    catalog::CreateCatalog(m_prompter, m_catalog);
+}
+
+void Form1::shutdown()
+{
+    if (m_shutDown)
+        return;
+    m_shutDown = true;
+    Q_EMIT catalogAboutToClose();
+    catalog::CloseCatalog(m_catalog, m_searchResultSet, m_binderSet);
+    // Every other window of the program goes with the main window.
+    const QList<QWidget *> tops = QApplication::topLevelWidgets();
+    for (QWidget *w : tops)
+        if (w != this && w->isWindow() && w->isVisible() && !isAncestorOf(w))
+            w->close();
+}
+
+void Form1::closeEvent(QCloseEvent *event)
+{
+    shutdown();
+    event->accept();
+}
+
+// ---------------------------------------------------------------- folder browsing
+
+// Shows the first file of fr (after a folder was chosen).
+void Form1::ShowFirstFile()
+{
+    if (!m_browser->TakeFirstFile()) {
+        // Nothing to show: the empty list stays in front.
+        ShowModeStatus(m_mode == Mode::Record ? ModeStatus::Record : ModeStatus::FileShow);
+        return;
+    }
+    ShowListedFile(m_browser->currentRow(), Help::FileShow);
+}
+
+// Shows the browser's current file beside the folder tree.
+void Form1::ShowListedFile(int previousRow, int helpId)
+{
+    UpdateLayout2();
+    ShowLeftPane(kLeftFiles);
+    m_layoutState = LayoutState::FolderFileShown;
+    m_browser->ShowListedFile(previousRow);
+    m_currentFolder = m_browser->listedFolder();
+    m_currentFileName = m_browser->currentFileName();
+    m_currentFileDate = m_browser->currentFileDate();
+    // A file shown from the list always gets the viewer's buttons built, whatever its kind:
+    // with the last kind remembered, a first file of an unknown type would keep the mode's
+    // toolbar, and with it the folder's registration button ("RecAll") out of reach.
+    m_viewerButtons.reset();
+    DispFR();
+    ShowModeStatus(ModeStatus::FileShown);
+    m_helpContextId = helpId;
+}
+
+// A click in fr: shows the clicked file (file display and registration only).
+void Form1::OpenListedFile()
+{
+    if (m_mode != Mode::FileShow && m_mode != Mode::Record)
+        return;
+    ShowListedFile(m_browser->previousRow(), kShownFileHelp);
+}
+
+// The current node of fg changed.
+void Form1::SelectFolderNode(const QString &path)
+{
+    switch (m_mode) {
+    case Mode::FileShow:
+    case Mode::Record: {
+        // In these modes the folder chosen last with the dialog is listed again.
+        m_browser->RelistFolder();
+        const bool empty = m_browser->fileCount() < 1;
+        if (m_mode == Mode::FileShow)
+            ShowModeStatus(empty ? ModeStatus::FileShow : ModeStatus::FileShown);
+        else
+            ShowModeStatus(empty ? ModeStatus::Record : ModeStatus::RecordListed);
+        break;
+    }
+    case Mode::FolderSearch:
+        RunFolderPanelSearch(path);
+        break;
+    default:
+        break;
+    }
+}
+
+// "Prev"/"Next" while the files of a folder are shown.
+void Form1::StepFolderFile(bool next)
+{
+    if (!m_browser->StepFolderFile(next))
+        return;
+    m_currentFileName = m_browser->currentFileName();
+    m_currentFileDate = m_browser->currentFileDate();
+    DispFR();
+}
+
+// "RecAll": registers (or synchronises) the files of the shown folder.
+void Form1::RegisterShownFolder()
+{
+    if (jet::Database *db = m_catalog.db())
+        m_registration->RegisterShownFolder(*db, m_browser->listedFolder(), m_browser->names(), this);
+}
+
+// Shows the result list's internal columns.
+void Form1::mOptCol_Click()
+{
+    m_search->mOptCol_Click(m_mode == Mode::BinderFiles);
+}
+
+// ---------------------------------------------------------------- searches and records
+
+// "Search": loads the classification items offered by the searches and the slip.
+void Form1::LoadClassItems()
+{
+    if (jet::Database *db = m_catalog.db())
+        if (auto items = catalog::LoadClassItems(*db))
+            m_classArr = items.take();
+}
+
+// The folder search for a folder chosen in the dialog.
+void Form1::RunFolderSearch(const QString &folder)
+{
+    using Outcome = search::ui::SearchController::Outcome;
+    m_currentFolder = folder;
+    m_search->HideSearchPanel();
+    if (m_search->RunFolderSearch(folder) == Outcome::Found) {
+        ShowModeStatus(ModeStatus::ResultListed);
+        if (m_search->listHasRows())
+            setToolEnabled(QStringLiteral("FullTextSearchDB"), true);
+    }
+}
+
+// A folder picked in the folder panel while in the folder search.
+void Form1::RunFolderPanelSearch(const QString &folder)
+{
+    using Outcome = search::ui::SearchController::Outcome;
+    if (!folder.isEmpty())
+        m_currentFolder = folder;
+    if (m_search->RunFolderPanelSearch(folder) == Outcome::Found)
+        ShowModeStatus(ModeStatus::ResultListed);
+}
+
+// "DurSeek": runs the search of the mode.
+void Form1::DurSeek()
+{
+    using Outcome = search::ui::SearchController::Outcome;
+    const auto kind = searchKindOf(m_mode);
+    if (kind && *kind != search::SearchKind::Folder) {
+        if (m_search->run(*kind) == Outcome::Found)
+            ShowModeStatus(ModeStatus::ResultListed);
+        if (m_search->listHasRows())
+            setToolEnabled(QStringLiteral("FullTextSearchDB"), true);
+    }
+    m_search->HideInternalColumns();
+}
+
+void Form1::Combo1_Click(const QString &text)
+{
+    if (narrowsOnPick(m_mode))
+        m_search->NarrowByClass(text);
+}
+
+// "BackTo" from a record to the list of a search mode: the list rebuilt from SearchResultSet
+// and the search inputs shown again.
+void Form1::RestoreSearchList()
+{
+    if (const auto kind = searchKindOf(m_mode))
+        m_search->RestoreResultList(*kind);
+}
+
+// A click on a result row opens its record.
+void Form1::OpenResultRow(int gridRow)
+{
+    jet::Database *db = m_catalog.db();
+    if (!db || gridRow < 1)
+        return;
+    if (m_mode == Mode::BinderFiles) {
+        if (m_binderOperation == BinderOp::ReorderFiles || m_binderOperation == BinderOp::Detach || !m_binderSet)
+            return;
+        m_binderSet->moveFirst();
+        m_binderSet->move(gridRow - 1);
+        if (m_binderSet->bof() || m_binderSet->eof())
+            return;
+        // The filed file's catalogue record becomes the current record of SearchResultSet.
+        const QVariant pnID = m_binderSet->field(QStringLiteral("pnID"));
+        const QVariant fName = m_binderSet->field(QStringLiteral("fName"));
+        auto table = db->openTable(catalog::kFileAtrTable);
+        if (!table)
+            return;
+        m_searchResultSet = table.take();
+        m_searchResultSet->setFilter({ jet::Condition::equal(QStringLiteral("pnID"), pnID),
+            jet::Condition::equal(QStringLiteral("fName"), fName) });
+    } else if (isSearchMode(m_mode)) {
+        if (!m_searchResultSet)
+            return;
+        m_searchResultSet->moveFirst();
+        m_searchResultSet->move(gridRow - 1);
+    } else {
+        return;
+    }
+    if (m_searchResultSet->bof() || m_searchResultSet->eof())
+        return;
+    m_openedRow = gridRow;
+    ShowOpenedRecord();
+}
+
+// Shows the current record of SearchResultSet as record m_openedRow: slip, history, viewer.
+// False when its folder lookup failed (after the message).
+bool Form1::ShowOpenedRecord()
+{
+    jet::Database *db = m_catalog.db();
+    if (!db || !m_searchResultSet || m_searchResultSet->bof() || m_searchResultSet->eof())
+        return false;
+    const Result<catalog::RecordFile> file = catalog::TakeRecordFile(*db, *m_searchResultSet);
+    if (!file) {
+        m_prompter.inform(appTitle(), QStringLiteral("Critical Error!! DB broken -> GetPath"), Prompter::Icon::Critical);
+        return false;
+    }
+    m_currentFolder = file->folder;
+    m_layoutState = LayoutState::RecordShown;
+
+    const bool binderList = m_mode == Mode::BinderFiles;
+    ShowLeftPane(kLeftSlip);
+    if (m_classArr.isEmpty())
+        LoadClassItems();
+    registration::ui::RegistrationController::RecordView view;
+    view.folder = QDir::toNativeSeparators(m_currentFolder);
+    view.openedRow = m_openedRow;
+    view.resultCount = m_search->resultCount();
+    view.fontSize = m_textFontSize;
+    view.archive = m_catalog.isArchive();
+    view.classes = m_classArr;
+    if (!binderList)
+        m_search->HideSearchPanel();
+    m_registration->ShowRecord(*db, *m_searchResultSet, view);
+
+    m_currentFileName = file->name;
+    m_currentFileDate = file->date;
+    m_viewerButtons = ViewerKind::None;
+    DispFR();
+
+    // The record display's toolbar: DispFR built it unless the file shows no viewer buttons.
+    if (!toolbarKeys().contains(QStringLiteral("BackTo")))
+        ShowLayout(ViewerLayout(ViewerKind::None, m_mode, m_layoutState, m_catalog.isArchive()));
+    const bool paged = viewer::presentationFor(m_currentFileName) == viewer::Presentation::MultiPagePicture
+        && m_viewer->pageCount() >= 2;
+    if (!paged || binderList)
+        ShowModeStatus(ModeStatus::Stepping);
+    fg2->resize(twipsToPixels(binderList ? kBinderSlipTwips : kSlipTwips), fg2->height());
+    vs->resize(fg2->width(), vs->height());
+    UpdateLayout3();
+    m_helpContextId = kRecordHelp;
+    return true;
+}
+
+// Before the record is left or stepped from: slip fields and history lines. False: stay on it.
+bool Form1::SaveRecordIfDirty()
+{
+    jet::Database *db = m_catalog.db();
+    if (!db || !m_searchResultSet) {
+        m_registration->discardEdits();
+        return true;
+    }
+    return m_registration->SaveRecordIfDirty(*db, *m_searchResultSet, m_layoutState == LayoutState::RecordShown);
+}
+
+void Form1::EditHistoryLine(Command command)
+{
+    if (m_layoutState != LayoutState::RecordShown)
+        return;
+    if (command == Command::AddLine)
+        m_registration->AddLine();
+    else
+        m_registration->DelLine();
+}
+
+// ---------------------------------------------------------------- viewer
+
+// Shows the current file by its extension and keeps the viewer part of the toolbar in step.
+void Form1::DispFR()
+{
+    using viewer::Presentation;
+    const Presentation presentation = m_viewer->DispFR(m_currentFolder, m_currentFileName, m_textFontSize);
+    showViewerButtons(ViewerKind(viewer::toolbarKindFor(presentation)));
+    switch (presentation) {
+    case Presentation::MultiPagePicture:
+        setToolEnabled(QStringLiteral("Gprev"), m_viewer->pageCount() != 1);
+        setToolEnabled(QStringLiteral("Gnext"), m_viewer->pageCount() != 1);
+        setStatusPanelText(2, viewer::multiPageStatusText(m_viewer->currentPage(), m_viewer->pageCount()));
+        m_search->hideWordBox();
+        break;
+    case Presentation::Picture:
+    case Presentation::DrawingNotice:
+        m_search->hideWordBox();
+        break;
+    case Presentation::Unknown:
+        if (viewer::hidesSearchText(m_currentFileName))
+            m_search->hideWordBox();
+        break;
+    case Presentation::OwnText:
+    case Presentation::ExtractedText:
+        break;
+    }
+}
+
+void Form1::showViewerButtons(ViewerKind kind)
+{
+    if (m_viewerButtons == kind)
+        return;
+    ShowLayout(ViewerLayout(kind, m_mode, m_layoutState, m_catalog.isArchive()));
+    m_viewerButtons = kind;
+}
+
+// Brings one of the right-area controls to the front and hides the others named for the
+// selector: 0 none, 1 and 10 fr, 2 imk, 4 mData, 11 fs.
+void Form1::BringPanelToFront(int selector)
+{
+    const viewer::PanelPlan plan = viewer::panelPlanFor(selector);
+    if (!plan.known)
+        return;
+    auto control = [this](const QString &name) -> QWidget * {
+        if (name == viewer::kFileList)
+            return fr;
+        if (name == viewer::kResultList)
+            return fs;
+        if (name == viewer::kPictureView)
+            return imk;
+        if (name == viewer::kTextView)
+            return mData;
+        return nullptr;
+    };
+    for (const QString &name : plan.hidden) {
+        if (QWidget *w = control(name)) {
+            w->hide();
+            w->lower();
+        }
+    }
+    if (QWidget *front = control(plan.front)) {
+        if (selector == 1)
+            m_browser->fileList()->setColumnWidth(0, twipsToPixels(kFileListFirstColumnTwips));
+        front->show();
+        front->raise();
+    }
+}
+
+// Leaves the single-file view.
+void Form1::PutViewerAway()
+{
+    m_viewer->ClearPicTxt();
+}
+
 // ---------------------------------------------------------------- toolbar
 
 void Form1::ClearToolbar()
@@ -256,6 +1061,10 @@ bool Form1::AppendLayout(const ToolbarLayout &layout)
         if (present.contains(b.key))
             return false; // keys are unique within the toolbar
     for (const ToolButtonSpec &b : layout) {
+        // Every button's key names a command of the dispatch; a layout naming another key is a
+        // programming error.
+        Q_ASSERT_X(b.style == ToolButtonSpec::Style::Placeholder || commandForKey(b.key).has_value(),
+            "Form1::AppendLayout", qPrintable(b.key));
         QAction *a = nullptr;
         if (b.style == ToolButtonSpec::Style::Placeholder) {
             auto *gap = new QWidget(Toolbar);
@@ -318,173 +1127,6 @@ void Form1::setToolEnabled(const QString &key, bool enabled)
         a->setEnabled(enabled);
 }
 
-void Form1::setToolVisible(const QString &key, bool visible)
-{
-    if (QAction *a = toolAction(key))
-        a->setVisible(visible);
-}
-
-// The folder dialog, then the chosen folder's files listed in fr with the first one shown.
-// False when the dialog was cancelled (CurrentFolder then holds "Canceled").
-bool Form1::ChooseAndListFolder()
-{
-    CurrentFolder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-    if (CurrentFolder == canceledFolder())
-        return false;
-    LastChosenFolder = CurrentFolder;
-    ListFolderFiles();
-    ShowFirstFile();
-    return true;
-}
-
-void Form1::Toolbar_ButtonClick(const QString &key)
-{
-    const bool archive = m_catalog.isArchive();
-    if (key == u("StartShowFile")) {
-        ShowLayout(FileShowLayout());
-        ModeNo = Mode::FileShow;
-        ResetToFolderScreen();
-    } else if (key == u("DBopen")) {
-        OpenCatalog();
-    } else if (key == u("View")) {
-        ModeNo = Mode::FileShow;
-        if (!ChooseAndListFolder())
-            return;
-        HelpContextID = Help::FileShow;
-    } else if (key == u("BackToStart")) {
-        ShowLayout(StartLayout());
-        InitStatusBar();
-        ShowModeStatus(0);
-    } else if (key == u("Search")) {
-        LoadClassItems();
-        ShowLayout(SearchMenuLayout());
-        ShowModeStatus(4);
-    } else if (key == u("DBrec")) {
-        ModeNo = Mode::Record;
-        ResetToFolderScreen();
-        setStatusPanelText(1, u("DB登録モード"));
-        if (!ChooseAndListFolder())
-            return;
-        setStatusPanelText(1, u("DB登録モード"));
-    } else if (key == u("RecAll")) {
-        if (!archive)
-            RegisterShownFolder();
-    } else if (key == u("Back2DB")) {
-        ShowLayout(DBUseLayout(archive));
-        ShowModeStatus(11);
-    } else if (key == u("DBsearch")) {
-        EnterFolderSearchMode();
-    } else if (key == u("DBFiles")) {
-        EnterFileSearchMode();
-    } else if (key == u("DBClass")) {
-        EnterClassSearchMode();
-    } else if (key == u("DBDate")) {
-        EnterPeriodSearchMode();
-    } else if (key == u("DBKeyword")) {
-        EnterKeywordSearchMode();
-    } else if (key == u("BDRsearch")) {
-        EnterBinderBrowseMode();
-    } else if (key == u("DurSeek")) {
-        DurSeek();
-    } else if (key == u("WordSeek")) {
-        WordSeek();
-    } else if (key == u("FullTextSearch")) {
-        FullTextSearch();
-    } else if (key == u("FullTextSearchDB")) {
-        FullTextSearchDB();
-    } else if (key == u("BackTo")) {
-        dispatchBackTo();
-    } else if (key == u("BackToINI")) {
-        ModeNo = Mode::Start;
-        ResetToStartScreen();
-        ShowLayout(FileShowLayout());
-        ShowModeStatus(0);
-    } else if (key == u("BackToSearch")) {
-        ModeNo = Mode::Start;
-        ResetToStartScreen();
-        ShowLayout(SearchMenuLayout());
-        ShowModeStatus(4);
-    } else if (key == u("Prev") || key == u("Next")) {
-        const bool next = key == u("Next");
-        if (ModeNo == Mode::FileShow || ModeNo == Mode::Record)
-            StepFolderFile(next);
-        else
-            StepResultFile(next);
-    } else if (key == u("Rec2Binder")) {
-        if (!archive)
-            Rec2Binder();
-    } else if (key == u("AddLine")) {
-        AddLine();
-    } else if (key == u("DelLine")) {
-        DelLine();
-    } else if (key == u("up") || key == u("down")) {
-        MoveListRow(key == u("up"));
-    } else if (key == u("reg")) {
-        SaveNewOrder();
-    } else if (key == u("apri")) {
-        OpenInApplication();
-    } else if (key == u("del")) {
-        if (BinderOperation == BinderOp::Delete || BinderOperation == BinderOp::Detach)
-            DeleteOrDetach();
-    } else if (key == u("size") || key == u("left90") || key == u("right90") || key == u("enlarge") || key == u("Gprev")
-        || key == u("Gnext") || key == u("sxf") || key == u("BackColor")) {
-        PictureCommand(key);
-    } else if (key == u("excel")) {
-        ExportToExcel();
-    }
-    // any other key (placeholders) does nothing
-}
-
-void Form1::dispatchBackTo()
-{
-    const bool archive = m_catalog.isArchive();
-    switch (ModeNo) {
-    case Mode::FileShow:
-        ShowLayout(FileShowLayout());
-        PutViewerAway();
-        ResetToFolderScreen();
-        break;
-    case Mode::Record:
-        ShowLayout(DBUseLayout(archive));
-        PutViewerAway();
-        ResetToFolderScreen();
-        break;
-    case Mode::FolderSearch:
-        if (!SaveSlipIfDirty())
-            break;
-        RestoreSearchList();
-        LayoutState = Layout::Lists;
-        ShowLeftPane(0);
-        UpdateLayout();
-        ShowLayout(SearchListLayout(ModeNo));
-        ShowModeStatus(51);
-        break;
-    case Mode::BinderFiles:
-        if (!SaveSlipIfDirty())
-            break;
-        PutViewerAway();
-        RestoreBinderPanel();
-        ShowLayout(SearchListLayout(ModeNo));
-        ShowModeStatus(51);
-        break;
-    case Mode::PeriodSearch:
-    case Mode::ClassSearch:
-    case Mode::KeywordSearch:
-    case Mode::FileSearch:
-        if (!SaveSlipIfDirty())
-            break;
-        ShowLayout(SearchListLayout(ModeNo));
-        RestoreSearchList();
-        ShowModeStatus(51);
-        ShowLeftPane(0);
-        LayoutState = Layout::SearchPanel;
-        UpdateLayout5();
-        break;
-    default:
-        break;
-    }
-}
-
 // ---------------------------------------------------------------- status bar
 
 void Form1::rebuildStatusBar(const QList<int> &widthsTwips)
@@ -525,19 +1167,17 @@ void Form1::InitStatusBar3()
     rebuildStatusBar({ kStatusPanel1, kStatusPanel2Of3 });
 }
 
-void Form1::ShowModeStatus(int code)
+void Form1::ShowModeStatus(ModeStatus code)
 {
-    const auto texts = statusTexts(code, CurrentFolder);
-    if (!texts)
-        return;
-    if (texts->threePanels)
+    const StatusTexts texts = statusTexts(code, m_currentFolder);
+    if (texts.threePanels)
         InitStatusBar3();
-    if (texts->panel1)
-        setStatusPanelText(1, *texts->panel1);
-    if (texts->panel2)
-        setStatusPanelText(2, *texts->panel2);
-    if (texts->panel3)
-        setStatusPanelText(3, *texts->panel3);
+    if (texts.panel1)
+        setStatusPanelText(1, *texts.panel1);
+    if (texts.panel2)
+        setStatusPanelText(2, *texts.panel2);
+    if (texts.panel3)
+        setStatusPanelText(3, *texts.panel3);
 }
 
 QString Form1::statusPanelText(int panel) const
@@ -557,183 +1197,17 @@ void Form1::setStatusPanelText(int panel, const QString &text)
 
 // ---------------------------------------------------------------- menus
 
-void Form1::EnableMenus(int state)
+void Form1::EnableMenus(MenuSet set)
 {
-    const auto s = menuState(state);
-    if (!s)
-        return;
-    m_menuItems.value(QStringLiteral("mFileDBCreate"))->setEnabled(s->dbCreateEnabled);
+    const MenuState s = menuState(set);
+    m_menuItems.value(QStringLiteral("mFileDBCreate"))->setEnabled(s.dbCreateEnabled);
     for (const char *name : { "mRec", "mSearch", "mBinder", "mOpt" })
-        m_menuItems.value(QString::fromLatin1(name))->setEnabled(s->catalogMenusEnabled);
+        m_menuItems.value(QString::fromLatin1(name))->setEnabled(s.catalogMenusEnabled);
 }
 
 QAction *Form1::menuItem(const QString &name) const
 {
     return m_menuItems.value(name);
-}
-
-// ---------------------------------------------------------------- modes
-
-void Form1::ResetToStartScreen()
-{
-    ClearPicTxt();
-    HideSearchPanel();
-    LayoutState = Layout::Lists;
-    ShowLeftPane(0);
-    UpdateLayout();
-}
-
-void Form1::ResetToFolderScreen()
-{
-    LayoutState = Layout::Lists;
-    fg->resize(twipsToPixels(3000), fg->height());
-    InitControls();
-    InitStatusBar();
-    ShowModeStatus(1);
-    HelpContextID = Help::FileShow;
-    ShowLeftPane(0);
-    BringPanelToFront(1);
-    UpdateLayout();
-}
-
-void Form1::EnterRecordMode()
-{
-    ModeNo = Mode::Record;
-    ResetToFolderScreen();
-    ShowLayout(RecordLayout(m_catalog.isArchive()));
-    ShowModeStatus(2);
-    HelpContextID = Help::Record;
-}
-
-void Form1::EnterFolderSearchMode()
-{
-    ModeNo = Mode::FolderSearch;
-    LayoutState = Layout::Lists;
-    ResetToStartScreen();
-    ShowModeStatus(5);
-    const QString folder = BrowseForFolder(m_prompter, u(kChooseFolder), LastChosenFolder);
-    if (folder == canceledFolder())
-        return;
-    LastChosenFolder = folder;
-    FillFolderPanel(folder);
-    ShowLayout(SearchListLayout(ModeNo));
-    HelpContextID = Help::FolderSearch;
-    RunFolderSearch(folder);
-}
-
-void Form1::enterSearchMode(int modeNo, int statusCode, int helpId)
-{
-    ModeNo = modeNo;
-    ResetToStartScreen();
-    ShowLayout(SearchListLayout(ModeNo));
-    setToolEnabled(QStringLiteral("FullTextSearchDB"), false);
-    PrepareSearchPanel();
-    ShowModeStatus(statusCode);
-    LayoutState = Layout::SearchPanel;
-    UpdateLayout5();
-    HelpContextID = helpId;
-}
-
-void Form1::EnterFileSearchMode()
-{
-    enterSearchMode(Mode::FileSearch, 6, Help::FileSearch);
-}
-
-void Form1::EnterClassSearchMode()
-{
-    enterSearchMode(Mode::ClassSearch, 7, Help::ClassSearch);
-}
-
-void Form1::EnterPeriodSearchMode()
-{
-    enterSearchMode(Mode::PeriodSearch, 8, Help::PeriodSearch);
-}
-
-void Form1::EnterKeywordSearchMode()
-{
-    enterSearchMode(Mode::KeywordSearch, 9, Help::KeywordSearch);
-}
-
-void Form1::EnterBinderBrowseMode()
-{
-    ModeNo = Mode::BinderFiles;
-    BinderOperation = BinderOp::Browse;
-    ResetToStartScreen();
-    EnterBinderContentsPanel();
-    HelpContextID = Help::BinderBrowse;
-}
-
-void Form1::EnterBinderMaintenanceMode(int binderOperation)
-{
-    ModeNo = Mode::Start;
-    LayoutState = Layout::Lists;
-    BinderOperation = binderOperation;
-    HideSearchPanel();
-    EnterBinderMaintenance();
-    if (const auto code = binderStatusCode(binderOperation))
-        ShowModeStatus(*code);
-    if (const auto help = binderHelpContext(binderOperation))
-        HelpContextID = *help;
-}
-
-void Form1::EnterBinderFilesMode(int binderOperation)
-{
-    ModeNo = Mode::BinderFiles;
-    BinderOperation = binderOperation;
-    HideSearchPanel();
-    EnterBinderContentsPanel();
-    if (const auto help = binderHelpContext(binderOperation))
-        HelpContextID = *help;
-}
-
-// ---------------------------------------------------------------- catalogue
-
-void Form1::OpenCatalog()
-{
-    Q_EMIT catalogAboutToClose();
-    const auto outcome = catalog::OpenCatalogFile(m_prompter, m_catalog, SearchResultSet, BinderSet);
-    switch (outcome) {
-    case catalog::OpenOutcome::Ordinary:
-        setWindowTitle(m_catalog.CatalogName);
-        ShowLayout(DBUseLayout(false));
-        EnableMenus(1);
-        InitStatusBar();
-        ShowModeStatus(11);
-        break;
-    case catalog::OpenOutcome::Archive:
-        setWindowTitle(m_catalog.CatalogName + u(" （保存版）"));
-        ShowLayout(DBUseLayout(true));
-        break;
-    default:
-        return;
-    }
-    HelpContextID = Help::CatalogOpened;
-    Q_EMIT catalogOpened();
-}
-
-void Form1::mFileDBCreate_Click()
-{
-    catalog::CreateCatalog(m_prompter, m_catalog);
-}
-
-void Form1::shutdown()
-{
-    if (m_shutDown)
-        return;
-    m_shutDown = true;
-    Q_EMIT catalogAboutToClose();
-    catalog::CloseCatalog(m_catalog, SearchResultSet, BinderSet);
-    // Every other window of the program goes with the main window.
-    const QList<QWidget *> tops = QApplication::topLevelWidgets();
-    for (QWidget *w : tops)
-        if (w != this && w->isWindow() && w->isVisible() && !isAncestorOf(w))
-            w->close();
-}
-
-void Form1::closeEvent(QCloseEvent *event)
-{
-    shutdown();
-    event->accept();
 }
 
 // ---------------------------------------------------------------- layout
@@ -769,7 +1243,7 @@ QRect Form1::rightRect(int leftWidth) const
 
 void Form1::placeRightPanes(const QRect &r)
 {
-    for (QWidget *c : { static_cast<QWidget *>(fr), static_cast<QWidget *>(mData), imk, static_cast<QWidget *>(fs) })
+    for (QWidget *c : { fr, mData, imk, fs })
         c->setGeometry(r);
 }
 
@@ -878,17 +1352,17 @@ void Form1::ShowLeftPane(int selector)
 
 void Form1::ArrangeForLayoutState()
 {
-    switch (LayoutState) {
-    case Layout::Lists:
+    switch (m_layoutState) {
+    case LayoutState::Lists:
         UpdateLayout();
         break;
-    case Layout::FolderFileShown:
+    case LayoutState::FolderFileShown:
         UpdateLayout2();
         break;
-    case Layout::RecordShown:
+    case LayoutState::RecordShown:
         UpdateLayout3();
         break;
-    case Layout::SearchPanel:
+    case LayoutState::SearchPanel:
         UpdateLayout5();
         break;
     default:
@@ -912,8 +1386,8 @@ bool Form1::eventFilter(QObject *watched, QEvent *event)
 void Form1::picDragDropped(const QPoint &globalPos)
 {
     QWidget *target = nullptr;
-    for (QWidget *c : { static_cast<QWidget *>(fg2), static_cast<QWidget *>(vs), static_cast<QWidget *>(fg),
-             static_cast<QWidget *>(fr), static_cast<QWidget *>(fs), static_cast<QWidget *>(mData), imk }) {
+    for (QWidget *c : { fg2, vs, fg,
+             fr, fs, mData, imk }) {
         if (c->isVisible() && c->rect().contains(c->mapFromGlobal(globalPos))) {
             target = c;
             break;
@@ -929,15 +1403,15 @@ void Form1::picDragDropped(const QPoint &globalPos)
         const int w = std::clamp(x, twipsToPixels(2000), twipsToPixels(6000));
         fg2->resize(w, fg2->height());
         vs->resize(w, vs->height());
-        if (LayoutState == Layout::FolderFileShown)
+        if (m_layoutState == LayoutState::FolderFileShown)
             UpdateLayout2();
-        else if (LayoutState == Layout::RecordShown)
+        else if (m_layoutState == LayoutState::RecordShown)
             UpdateLayout3();
-    } else if (LayoutState == Layout::Lists) {
+    } else if (m_layoutState == LayoutState::Lists) {
         // The new width is the left of fg plus its width plus the drop point in the list.
         fg->resize(std::max(fg->x() + fg->width() + x, 1), fg->height());
         UpdateLayout();
-    } else if (LayoutState == Layout::FolderFileShown) {
+    } else if (m_layoutState == LayoutState::FolderFileShown) {
         fg->resize(std::max(target->x() + x - twipsToPixels(kFrameMargin), 1), fg->height());
         UpdateLayout2();
     }
@@ -946,7 +1420,7 @@ void Form1::picDragDropped(const QPoint &globalPos)
 void Form1::udDragDropped(const QPoint &globalPos)
 {
     QWidget *target = nullptr;
-    for (QWidget *c : { static_cast<QWidget *>(fg2), static_cast<QWidget *>(vs) })
+    for (QWidget *c : { fg2, vs })
         if (c->isVisible() && c->rect().contains(c->mapFromGlobal(globalPos)))
             target = c;
     if (!target)
@@ -967,22 +1441,31 @@ void Form1::SetTextFontSize(int points)
     static const int sizes[] = { 9, 10, 11, 12, 14, 16 };
     if (std::find(std::begin(sizes), std::end(sizes), points) == std::end(sizes))
         return;
-    TextFontSize = points;
+    m_textFontSize = points;
+    m_browser->setFontSize(points);
+    m_search->setFontSize(points);
     for (int s : sizes)
         m_menuItems.value(QStringLiteral("m%1").arg(s))->setChecked(s == points);
     if (m_catalog.isOpen())
         SaveFontSize();
 }
 
+// Stores the text size in the catalogue's FontSize table.
+void Form1::SaveFontSize()
+{
+    if (jet::Database *db = m_catalog.db())
+        viewer::SaveFontSize(db, m_textFontSize);
+}
+
 void Form1::ShowHelp()
 {
-    if (!QFileInfo::exists(HelpFile)) {
+    if (!QFileInfo::exists(m_helpFile)) {
         m_prompter.inform(appTitle(),
-            u("ヘルプファイルが見つかりません。") + QStringLiteral("\r\n") + QDir::toNativeSeparators(HelpFile),
+            u("ヘルプファイルが見つかりません。") + QStringLiteral("\r\n") + QDir::toNativeSeparators(m_helpFile),
             Prompter::Icon::Warning);
         return;
     }
-    if (!m_helpLauncher->showHelp(HelpFile, HelpContextID))
+    if (!m_helpLauncher->showHelp(m_helpFile, m_helpContextId))
         helpViewerMissing();
 }
 
@@ -990,18 +1473,18 @@ void Form1::helpViewerMissing()
 {
     m_prompter.inform(appTitle(),
         u("ヘルプを表示できるアプリケーションが見つかりません。") + QStringLiteral("\r\n")
-            + QDir::toNativeSeparators(HelpFile),
+            + QDir::toNativeSeparators(m_helpFile),
         Prompter::Icon::Warning);
 }
 
 void Form1::mHelpHelp_Click()
 {
-    if (!QFileInfo::exists(HelpFile)) {
+    if (!QFileInfo::exists(m_helpFile)) {
         ShowHelp();
-    } else if (!m_helpLauncher->showHelp(HelpFile, 0)) {
+    } else if (!m_helpLauncher->showHelp(m_helpFile, 0)) {
         helpViewerMissing();
     }
-    HelpContextID = Help::StartUp;
+    m_helpContextId = Help::StartUp;
 }
 
 void Form1::mHelpReadMe_Click()

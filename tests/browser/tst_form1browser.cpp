@@ -11,7 +11,7 @@
 
 #include "../shell/form1harness.h"
 #include "browser/filelistmodel.h"
-#include "browser/resultlistmodel.h"
+#include "search/resultlistmodel.h"
 #include "browser/ui/folderpanel.h"
 #include "catalog/schema.h"
 #include "shell/modes.h"

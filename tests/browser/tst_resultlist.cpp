@@ -4,11 +4,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "browser/bgrcolor.h"
-#include "browser/resultlist.h"
-#include "browser/ui/autofitgrid.h"
+#include "platform/bgrcolor.h"
+#include "search/resultlist.h"
+#include "search/ui/autofitgrid.h"
 #include "browser/ui/folderpanel.h"
-#include "browser/ui/resultlistview.h"
+#include "search/ui/resultlistview.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
 #include "testfolders.h"

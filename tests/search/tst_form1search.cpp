@@ -15,7 +15,7 @@
 #include <QToolButton>
 
 #include "../shell/form1harness.h"
-#include "browser/resultlistmodel.h"
+#include "search/resultlistmodel.h"
 #include "search/searchtexts.h"
 #include "search/ui/searchpanel.h"
 #include "searchcatalogue.h"

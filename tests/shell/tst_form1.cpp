@@ -19,6 +19,7 @@
 #include <QTreeView>
 
 #include "catalog/creation.h"
+#include "platform/utf8.h"
 #include "catalog/schema.h"
 #include "form1harness.h"
 #include "platform/jet/database.h"
@@ -35,10 +36,6 @@ using tolvane::test::ScriptedPrompter;
 
 namespace {
 
-QString u(const char *s)
-{
-    return QString::fromUtf8(s);
-}
 const QString kTitle = QStringLiteral("Almaren Tolvane");
 const QString kNotCatalog = QString::fromUtf8("Tolvane 用データベースを選択してください。");
 

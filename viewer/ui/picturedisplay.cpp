@@ -3,6 +3,7 @@
 #include <QDir>
 
 #include "platform/apptitle.h"
+#include "platform/paths.h"
 #include "viewer/picturefile.h"
 #include "viewer/ui/pictureview.h"
 
@@ -16,15 +17,6 @@ void reportLoadFailure(const QString &fileName, Prompter &prompter)
 }
 
 } // namespace
-
-QString joinPath(const QString &folder, const QString &fileName)
-{
-    if (folder.isEmpty())
-        return fileName;
-    if (folder.endsWith(QLatin1Char('/')) || folder.endsWith(QLatin1Char('\\')))
-        return folder + fileName;
-    return folder + QLatin1Char('/') + fileName;
-}
 
 bool DispPic(PictureView *imk, const QString &folder, const QString &fileName, Prompter &prompter)
 {

@@ -21,7 +21,5 @@ int DispPicTIF(PictureView *imk, const QString &folder, const QString &fileName,
 // Shows page (0-based) of a multi-page file already counted by DispPicTIF. False on failure.
 bool ShowPage(PictureView *imk, const QString &folder, const QString &fileName, int page);
 
-// The full path of a file: folder and name joined by one separator.
-QString joinPath(const QString &folder, const QString &fileName);
 
 } // namespace tolvane::viewer

@@ -1,19 +1,15 @@
-#include "registration/sliptransaction.h"
+#include "catalog/transaction.h"
 
 #include "platform/jet/recordset.h"
 
-namespace tolvane::registration {
+namespace tolvane::catalog {
 
-TransactionGuard::TransactionGuard(jet::Database *db)
+TransactionGuard::TransactionGuard(jet::Database &db)
     : m_db(db)
 {
-    if (!m_db) {
-        m_status = Status::invalidArgument(QStringLiteral("no catalogue open"));
+    if (m_db.inTransaction())
         return;
-    }
-    if (m_db->inTransaction())
-        return;
-    m_status = m_db->beginTransaction();
+    m_status = m_db.beginTransaction();
     m_own = m_status.isOk();
 }
 
@@ -28,24 +24,24 @@ Status TransactionGuard::commit()
     m_done = true;
     if (!m_own)
         return m_status;
-    return m_db->commit();
+    return m_db.commit();
 }
 
 void TransactionGuard::rollback()
 {
     if (m_own && !m_done)
-        m_db->rollback();
-    else if (m_own && m_db->inTransaction())
-        m_db->rollback();
+        m_db.rollback();
+    else if (m_own && m_db.inTransaction())
+        m_db.rollback();
     m_done = true;
 }
 
-void restoreSnapshot(jet::Database *db, jet::Recordset &rs)
+void restoreSnapshot(jet::Database &db, jet::Recordset &rs)
 {
-    if (!db || rs.bof() || rs.eof())
+    if (rs.bof() || rs.eof())
         return;
-    auto info = db->tableInfo(rs.table());
-    auto stored = db->readRow(rs.table(), rs.currentId());
+    auto info = db.tableInfo(rs.table());
+    auto stored = db.readRow(rs.table(), rs.currentId());
     if (!info || !stored)
         return;
     bool changed = false;
@@ -62,4 +58,4 @@ void restoreSnapshot(jet::Database *db, jet::Recordset &rs)
         rs.cancelUpdate();
 }
 
-} // namespace tolvane::registration
+} // namespace tolvane::catalog

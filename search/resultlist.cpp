@@ -1,29 +1,17 @@
-#include "browser/resultlist.h"
+#include "search/resultlist.h"
 
-#include "browser/bgrcolor.h"
+#include "catalog/records.h"
+
+#include "platform/bgrcolor.h"
 #include "platform/jet/recordset.h"
 
-namespace tolvane::browser {
+namespace tolvane::search {
 
 namespace {
 // Panel selector that brings `fs` in front of the viewer.
 constexpr int kResultListPanel = 11;
 constexpr int kCatalogFieldCount = 7;
 } // namespace
-
-const QStringList &CatalogHeadings()
-{
-    static const QStringList headings = {
-        QStringLiteral("分類"),
-        QStringLiteral("ファイル名"),
-        QStringLiteral("更新年月日"),
-        QStringLiteral("キーワード"),
-        QStringLiteral("ファイル所在"),
-        QStringLiteral("History"),
-        QStringLiteral("BackCo"),
-    };
-    return headings;
-}
 
 const QStringList &BinderHeadings()
 {
@@ -49,7 +37,7 @@ void ResetCatalogList(ResultListModel &fs)
 void SetListHeadings(ResultListModel &fs, HeadingForm)
 {
     fs.setCols(1 + kCatalogFieldCount);
-    const QStringList &h = CatalogHeadings();
+    const QStringList &h = catalog::CatalogHeadings();
     for (int i = 0; i < h.size(); ++i)
         fs.setCell(0, i + 1, h[i]);
 }
@@ -131,4 +119,4 @@ void ShowNotRegisteredFolder(ResultListModel &fs, const QString &folderPath)
     fs.setCell(row, 1, NotRegisteredFolderText(folderPath));
 }
 
-} // namespace tolvane::browser
+} // namespace tolvane::search

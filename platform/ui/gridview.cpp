@@ -1,9 +1,9 @@
-#include "browser/ui/gridview.h"
+#include "platform/ui/gridview.h"
 
 #include <QHeaderView>
 #include <QTableView>
 
-namespace tolvane::browser::ui {
+namespace tolvane::ui {
 
 int gridRowAt(const QTableView *view, const QPoint &viewportPos)
 {
@@ -21,4 +21,4 @@ void setGridFontSize(QTableView *view, int points)
     view->horizontalHeader()->setFont(f);
 }
 
-} // namespace tolvane::browser::ui
+} // namespace tolvane::ui

@@ -1,6 +1,6 @@
-#include "browser/bgrcolor.h"
+#include "platform/bgrcolor.h"
 
-namespace tolvane::browser {
+namespace tolvane {
 
 QColor colorFromBgrText(const QString &text)
 {
@@ -33,4 +33,4 @@ QString bgrText(const QColor &color)
     return QStringLiteral("&H") + QStringLiteral("%1").arg(value, 6, 16, QLatin1Char('0')).toUpper();
 }
 
-} // namespace tolvane::browser
+} // namespace tolvane

@@ -1,9 +1,9 @@
-#include "browser/resultlistmodel.h"
+#include "search/resultlistmodel.h"
 
 #include <QBrush>
 #include <QDateTime>
 
-namespace tolvane::browser {
+namespace tolvane::search {
 
 ResultListModel::ResultListModel(QObject *parent)
     : QAbstractTableModel(parent)
@@ -222,4 +222,4 @@ QVariant ResultListModel::headerData(int section, Qt::Orientation orientation, i
     return {};
 }
 
-} // namespace tolvane::browser
+} // namespace tolvane::search

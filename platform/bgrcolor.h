@@ -5,13 +5,7 @@
 #include <QColor>
 #include <QString>
 
-namespace tolvane::browser {
-
-// The list colours: the current-file highlight (green back, white text) and normal rows.
-inline const QColor kHighlightBack = QColor(0, 192, 0);
-inline const QColor kHighlightText = QColor(255, 255, 255);
-inline const QColor kNormalBack = QColor(255, 255, 255);
-inline const QColor kNormalText = QColor(0, 0, 0);
+namespace tolvane {
 
 // Reads a stored colour text: "&H" followed by up to eight hexadecimal digits (BGR order), or a
 // plain decimal BGR value. An invalid QColor for empty or unreadable text.
@@ -20,4 +14,4 @@ QColor colorFromBgrText(const QString &text);
 // The stored form of a colour: "&H" + six upper-case hexadecimal digits, BGR order.
 QString bgrText(const QColor &color);
 
-} // namespace tolvane::browser
+} // namespace tolvane

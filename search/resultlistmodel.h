@@ -10,7 +10,7 @@
 #include <QList>
 #include <QVariant>
 
-namespace tolvane::browser {
+namespace tolvane::search {
 
 class ResultListModel : public QAbstractTableModel {
     Q_OBJECT
@@ -79,4 +79,4 @@ private:
     int m_fontSize = 0;
 };
 
-} // namespace tolvane::browser
+} // namespace tolvane::search

@@ -5,7 +5,7 @@
 class QPoint;
 class QTableView;
 
-namespace tolvane::browser::ui {
+namespace tolvane::ui {
 
 // Grid row (0 heading, 1.. data, -1 outside) under a point of view's viewport.
 int gridRowAt(const QTableView *view, const QPoint &viewportPos);
@@ -13,4 +13,4 @@ int gridRowAt(const QTableView *view, const QPoint &viewportPos);
 // Sets the point size of view's text, headings included; sizes of 0 or less are ignored.
 void setGridFontSize(QTableView *view, int points);
 
-} // namespace tolvane::browser::ui
+} // namespace tolvane::ui

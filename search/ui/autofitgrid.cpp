@@ -1,10 +1,10 @@
-#include "browser/ui/autofitgrid.h"
+#include "search/ui/autofitgrid.h"
 
 #include <QFontMetrics>
 #include <QHeaderView>
 #include <QTableView>
 
-namespace tolvane::browser::ui {
+namespace tolvane::search::ui {
 
 namespace {
 // Above this many rows every row is a single text line; measuring each would only cost time.
@@ -27,4 +27,4 @@ void AutoFitGrid(QTableView *grid)
     }
 }
 
-} // namespace tolvane::browser::ui
+} // namespace tolvane::search::ui

@@ -1,4 +1,4 @@
-// Helpers that let the slip and history saves write all or nothing. GUI thread only.
+// All-or-nothing writes: a transaction that joins the caller's when one is open. GUI thread only.
 #pragma once
 
 #include "platform/jet/database.h"
@@ -8,13 +8,13 @@ namespace tolvane::jet {
 class Recordset;
 }
 
-namespace tolvane::registration {
+namespace tolvane::catalog {
 
 // Begins a transaction on db unless one is already open (then the caller's is joined and
 // commit/rollback are left to its owner). Rolls back on destruction unless committed.
 class TransactionGuard {
 public:
-    explicit TransactionGuard(jet::Database *db);
+    explicit TransactionGuard(jet::Database &db);
     ~TransactionGuard();
     TransactionGuard(const TransactionGuard &) = delete;
     TransactionGuard &operator=(const TransactionGuard &) = delete;
@@ -25,7 +25,7 @@ public:
     void rollback();
 
 private:
-    jet::Database *m_db;
+    jet::Database &m_db;
     Status m_status;
     bool m_own = false;
     bool m_done = false;
@@ -33,6 +33,6 @@ private:
 
 // After a rollback: makes the current record of rs show what the table holds again, when an
 // update had already changed the snapshot.
-void restoreSnapshot(jet::Database *db, jet::Recordset &rs);
+void restoreSnapshot(jet::Database &db, jet::Recordset &rs);
 
-} // namespace tolvane::registration
+} // namespace tolvane::catalog

@@ -4,9 +4,9 @@
 
 #include <QTableView>
 
-#include "browser/resultlistmodel.h"
+#include "search/resultlistmodel.h"
 
-namespace tolvane::browser::ui {
+namespace tolvane::search::ui {
 
 class ResultListView : public QTableView {
     Q_OBJECT
@@ -35,4 +35,4 @@ private:
     ResultListModel *m_model;
 };
 
-} // namespace tolvane::browser::ui
+} // namespace tolvane::search::ui

@@ -1,23 +1,19 @@
 // The result-list procedures: preparing `fs` for catalogue rows or a binder's rows, its column
 // visibility, and filling it from a result recordset. They work on the ResultListModel only; a
-// view showing that model follows (browser/ui/resultlistview.h). GUI thread only.
+// view showing that model follows (search/ui/resultlistview.h). GUI thread only.
 #pragma once
 
 #include <functional>
 
 #include <QStringList>
 
-#include "browser/resultlistmodel.h"
+#include "search/resultlistmodel.h"
 
 namespace tolvane::jet {
 class Recordset;
 }
 
-namespace tolvane::browser {
-
-// The seven catalogue headings, in field order: "分類", "ファイル名", "更新年月日", "キーワード",
-// "ファイル所在", "History", "BackCo". They also label the rows of the management slip.
-const QStringList &CatalogHeadings();
+namespace tolvane::search {
 
 // The four headings of a binder's rows: "BinderID", "ファイル名", "PathNameID", "DocNo".
 const QStringList &BinderHeadings();
@@ -59,4 +55,4 @@ int FillBinderRows(ResultListModel &fs, jet::Recordset &rs, int fontSize = 0);
 // Writes the not-registered line for folderPath into row 1, column 1 (adding the row).
 void ShowNotRegisteredFolder(ResultListModel &fs, const QString &folderPath);
 
-} // namespace tolvane::browser
+} // namespace tolvane::search

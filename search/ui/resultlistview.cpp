@@ -1,11 +1,11 @@
-#include "browser/ui/resultlistview.h"
+#include "search/ui/resultlistview.h"
 
 #include <QHeaderView>
 #include <QMouseEvent>
 
-#include "browser/ui/gridview.h"
+#include "platform/ui/gridview.h"
 
-namespace tolvane::browser::ui {
+namespace tolvane::search::ui {
 
 ResultListView::ResultListView(ResultListModel *model, QWidget *parent)
     : QTableView(parent)
@@ -39,12 +39,12 @@ void ResultListView::syncColumns()
 
 void ResultListView::applyFontSize(int points)
 {
-    setGridFontSize(this, points);
+    tolvane::ui::setGridFontSize(this, points);
 }
 
 int ResultListView::gridRowAt(const QPoint &viewportPos) const
 {
-    return ui::gridRowAt(this, viewportPos);
+    return tolvane::ui::gridRowAt(this, viewportPos);
 }
 
 void ResultListView::mousePressEvent(QMouseEvent *event)
@@ -61,4 +61,4 @@ void ResultListView::mouseDoubleClickEvent(QMouseEvent *event)
     QTableView::mouseDoubleClickEvent(event);
 }
 
-} // namespace tolvane::browser::ui
+} // namespace tolvane::search::ui
