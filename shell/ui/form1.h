@@ -63,6 +63,9 @@ public:
     LayoutState layoutState() const { return m_layoutState; }
     int textFontSize() const { return m_textFontSize; }
     int helpContextId() const { return m_helpContextId; }
+    // The help file F1 opens (the program folder + "TolvaneHelp.chm" unless set).
+    const QString &helpFile() const { return m_helpFile; }
+    void setHelpFile(const QString &path) { m_helpFile = path; }
 
     browser::ui::BrowserController &browser() const { return *m_browser; }
     registration::ui::RegistrationController &registration() const { return *m_registration; }

@@ -1,7 +1,9 @@
 // The button sets whose rows depend on the mode, the viewer kind and the catalogue kind, and
 // the status codes that write only some panels.
+#include <QSet>
 #include <QTest>
 
+#include "shell/commands.h"
 #include "shell/modes.h"
 #include "shell/toolbarlayouts.h"
 
@@ -81,7 +83,7 @@ private Q_SLOTS:
         QFETCH(bool, rec2BinderEnabled);
         QFETCH(bool, fullTextVisible);
 
-        const ToolbarLayout l = ViewerLayout(kind, modeNo, layoutState, archive);
+        const ToolbarLayout l = ViewerLayout(ViewerKind(kind), Mode(modeNo), LayoutState(layoutState), archive);
         QCOMPARE(keys(l), expectedKeys);
         QCOMPARE(find(l, QStringLiteral("Prev"))->image, prevImage);
         QCOMPARE(find(l, QStringLiteral("Rec2Binder"))->enabled, rec2BinderEnabled);
@@ -120,7 +122,7 @@ private Q_SLOTS:
         QFETCH(QStringList, expectedKeys);
         QFETCH(int, gapTwips);
         QFETCH(QString, seekTip);
-        const ToolbarLayout l = SearchListLayout(modeNo);
+        const ToolbarLayout l = SearchListLayout(Mode(modeNo));
         QCOMPARE(keys(l), expectedKeys);
         if (gapTwips) {
             QCOMPARE(find(l, QStringLiteral("ph2"))->widthTwips, gapTwips);
@@ -135,26 +137,62 @@ private Q_SLOTS:
             find(BinderListLayout(BinderOp::Detach), QStringLiteral("del"))->caption, QString::fromUtf8("取り外し"));
     }
 
-    void everyPictureKeyIsKnown()
+    // Every layout the window can build: each button's key names a command of the dispatch and
+    // a known picture, and every command is reachable from some layout.
+    void everyLayoutKeyIsDispatchedAndEveryCommandReachable()
     {
+        QList<ToolbarLayout> all { StartLayout(), FileShowLayout(), SearchMenuLayout() };
+        for (bool archive : { false, true }) {
+            all << DBUseLayout(archive) << RecordLayout(archive);
+            for (Mode mode : kModes)
+                for (LayoutState state : { LayoutState::Lists, LayoutState::FolderFileShown, LayoutState::RecordShown,
+                         LayoutState::SearchPanel })
+                    for (int kind = 0; kind <= 4; ++kind)
+                        all << ViewerLayout(ViewerKind(kind), mode, state, archive);
+        }
+        for (Mode mode : kModes)
+            all << SearchListLayout(mode);
+        for (BinderOp op : { BinderOp::Create, BinderOp::Delete, BinderOp::ReorderBinders, BinderOp::ReorderFiles,
+                 BinderOp::Rename, BinderOp::Browse, BinderOp::Detach })
+            all << BinderListLayout(op);
+
         const QStringList known = toolbarImageKeys();
-        QList<ToolbarLayout> all { StartLayout(), FileShowLayout(), DBUseLayout(false), RecordLayout(false),
-            SearchMenuLayout(), SearchListLayout(6), BinderListLayout(2) };
-        for (int kind = 0; kind <= 4; ++kind)
-            all << ViewerLayout(kind, 8, 2, false) << ViewerLayout(kind, 2, 1, false);
-        for (const auto &l : all)
-            for (const auto &b : l)
-                QVERIFY2(b.style == ToolButtonSpec::Style::Placeholder || known.contains(b.image), qPrintable(b.image));
+        QSet<Command> reached;
+        for (const auto &l : all) {
+            for (const auto &b : l) {
+                if (b.style == ToolButtonSpec::Style::Placeholder)
+                    continue;
+                QVERIFY2(known.contains(b.image), qPrintable(b.image));
+                const auto command = commandForKey(b.key);
+                QVERIFY2(command, qPrintable(b.key));
+                QCOMPARE(commandKey(*command), b.key);
+                reached.insert(*command);
+            }
+        }
+        for (Command c : allCommands())
+            QVERIFY2(reached.contains(c), qPrintable(commandKey(c)));
     }
 
     void hintsWriteOnlyPanel2()
     {
-        // Code 54, the three-panel form and unknown codes are checked in the main window.
-        for (int code : { 51, 52, 53 }) {
-            const auto t = statusTexts(code);
-            QVERIFY(t && t->panel2 && !t->panel1 && !t->threePanels);
+        for (ModeStatus code : { ModeStatus::ResultListed, ModeStatus::Stepping, ModeStatus::RowsMoving }) {
+            const StatusTexts t = statusTexts(code);
+            QVERIFY(t.panel2 && !t.panel1 && !t.threePanels);
         }
-        QVERIFY(!binderStatusCode(7));
+        QVERIFY(!binderStatusCode(BinderOp::None));
+    }
+
+    // Without a catalogue the window only moves between the start screen and the file display;
+    // the catalogue modes are entered from anywhere by the menus and left for the start screen.
+    void modeTransitions()
+    {
+        QVERIFY(modeTransitionAllowed(Mode::Start, Mode::FileShow));
+        QVERIFY(modeTransitionAllowed(Mode::FileShow, Mode::Start));
+        QVERIFY(modeTransitionAllowed(Mode::FileShow, Mode::KeywordSearch));
+        QVERIFY(modeTransitionAllowed(Mode::KeywordSearch, Mode::Start));
+        QVERIFY(modeTransitionAllowed(Mode::BinderFiles, Mode::Record));
+        QVERIFY(!modeTransitionAllowed(Mode::KeywordSearch, Mode::FileShow));
+        QVERIFY(!modeTransitionAllowed(Mode::BinderFiles, Mode::FileShow));
     }
 };
 

@@ -68,9 +68,10 @@ QString ScriptedPrompter::saveFile(const QString &title, const QString &filter, 
     return take(QStringLiteral("saveFile"), { QStringLiteral("saveFile"), title, filter }).toString();
 }
 
-QString ScriptedPrompter::folder(const QString &title, const QString &)
+QString ScriptedPrompter::folder(const QString &title, const QString &startDir)
 {
-    return take(QStringLiteral("folder"), { QStringLiteral("folder"), title, {} }).toString();
+    // The start folder is recorded as the call's text.
+    return take(QStringLiteral("folder"), { QStringLiteral("folder"), title, startDir }).toString();
 }
 
 QColor ScriptedPrompter::color(const QString &title, const QColor &)

@@ -14,7 +14,7 @@ public:
     struct Call {
         QString kind; // "message", "openFile", "saveFile", "folder", "color", "text", "number"
         QString title;
-        QString text; // message text, filter or label
+        QString text; // message text, filter, label, or the folder dialog's start folder
         Icon icon = Icon::None;
         Buttons buttons = Buttons::Ok;
     };
