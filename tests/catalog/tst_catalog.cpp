@@ -1,5 +1,7 @@
 // A new catalogue file on disk: its tables and first rows, and the identifier counters drawn
 // from it. (Refusing to overwrite an existing file is checked through the main window.)
+#include <limits>
+
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,11 +19,17 @@ using tolvane::test::ScriptedPrompter;
 
 namespace {
 
-using Counter = int (*)(jet::Database *, Prompter &);
+using Counter = Result<int> (*)(jet::Database &, Prompter &);
 
 QList<jet::Row> rowsOf(jet::Database &db, const QString &table)
 {
     return test::tableRows(&db, table);
+}
+
+// The value drawn, or -1 when the draw failed.
+int drawn(const Result<int> &value)
+{
+    return value ? value.value() : -1;
 }
 
 } // namespace
@@ -135,8 +143,8 @@ private Q_SLOTS:
         auto db = openDb(base);
         QVERIFY(db);
         ScriptedPrompter prompter;
-        QCOMPARE(next(db.get(), prompter), 1);
-        QCOMPARE(next(db.get(), prompter), 2);
+        QCOMPARE(drawn(next(*db, prompter)), 1);
+        QCOMPARE(drawn(next(*db, prompter)), 2);
         QVERIFY(prompter.calls().isEmpty());
 
         jet::Row expected { 0, 0, 0, 0, 0, 0, 0 };
@@ -144,7 +152,7 @@ private Q_SLOTS:
         QVERIFY(rowsOf(*db, catalog::kIdNoTable) == QList<jet::Row> { expected });
         db.reset();
         db = openDb(base);
-        QCOMPARE(next(db.get(), prompter), 3);
+        QCOMPARE(drawn(next(*db, prompter)), 3);
 
         QList<jet::RowId> ids;
         QVERIFY(db->scan(catalog::kIdNoTable, [&](jet::RowId id, const jet::Row &) {
@@ -153,7 +161,7 @@ private Q_SLOTS:
         }));
         for (const auto &id : ids)
             QVERIFY(db->deleteRow(catalog::kIdNoTable, id));
-        QCOMPARE(next(db.get(), prompter), -1);
+        QCOMPARE(next(*db, prompter).status().code(), Status::Code::Corruption);
         QCOMPARE(prompter.messages().size(), 1);
         const auto &m = prompter.lastMessage();
         QCOMPARE(m.title, QStringLiteral("Almaren Tolvane"));
@@ -163,11 +171,22 @@ private Q_SLOTS:
         QVERIFY(rowsOf(*db, catalog::kIdNoTable).isEmpty());
     }
 
-    void counterWithoutCatalogueFailsQuietly()
+    // A counter at its largest value is not wrapped round: the draw fails without a message and
+    // the row keeps its value.
+    void exhaustedCounterFailsQuietly()
     {
+        const QString base = newCatalog();
+        auto db = openDb(base);
+        QVERIFY(db);
+        auto idno = db->openTable(catalog::kIdNoTable);
+        QVERIFY(idno);
+        QVERIFY((*idno)->setField(QStringLiteral("pnID"), std::numeric_limits<int>::max()));
+        QVERIFY((*idno)->update());
+        idno->reset();
         ScriptedPrompter prompter;
-        QCOMPARE(catalog::NextPnID(nullptr, prompter), 0);
+        QCOMPARE(catalog::NextPnID(*db, prompter).status().code(), Status::Code::Corruption);
         QVERIFY(prompter.calls().isEmpty());
+        QCOMPARE(rowsOf(*db, catalog::kIdNoTable).at(0).at(0).toInt(), std::numeric_limits<int>::max());
     }
 };
 

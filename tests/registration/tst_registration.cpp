@@ -4,6 +4,7 @@
 
 #include "../browser/testfolders.h"
 #include "browser/filelist.h"
+#include "catalog/records.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
 #include "registration/bulkregistration.h"
@@ -11,6 +12,7 @@
 #include "support/scriptedprompter.h"
 
 using namespace tolvane;
+using namespace tolvane::catalog;
 using namespace tolvane::registration;
 using tolvane::test::ScriptedPrompter;
 
@@ -63,10 +65,14 @@ private:
 
     RegistrationOutcome run(ScriptedPrompter &prompter, const QString &folder, const QStringList &names)
     {
-        int ModeNo = 1;
-        const RegistrationOutcome out = RegisterShownFolder(m_db.get(), prompter, folder, names, ModeNo);
-        [&] { QCOMPARE(ModeNo, 2); }();
-        return out;
+        return RegisterShownFolder(*m_db, prompter, folder, names);
+    }
+
+    // FindFileAndFixDate as 1 (found), 0 (not found) or -1 (failed).
+    int findFile(const QString &name, int pnID, const QDateTime &date, int &fixes)
+    {
+        const Result<bool> found = FindFileAndFixDate(*m_db, name, pnID, date, fixes);
+        return found ? int(found.value()) : -1;
     }
 
     RegistrationOutcome runYes(ScriptedPrompter &prompter)
@@ -88,17 +94,38 @@ private slots:
 
     void cleanup() { m_db.reset(); }
 
-    void pathLookups()
+    // Folders by their exact path text, and the file a FILE_ATR record names.
+    void pathAndRecordLookups()
     {
-        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\Docs")), -1); // empty table
-        QVERIFY(AddPathName(m_db.get(), QStringLiteral("C:\\docs"), 3));
-        QVERIFY(AddPathName(m_db.get(), QStringLiteral("D:\\報告書\\O'Neil"), 4));
-        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\docs")), 3);
-        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\Docs")), -1); // exact text only
-        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("C:\\docs\\")), -1); // no separator trimming
-        QCOMPARE(GetPathID(m_db.get(), QStringLiteral("D:\\報告書\\O'Neil")), 4);
-        QCOMPARE(GetPathName(m_db.get(), 4), QStringLiteral("D:\\報告書\\O'Neil"));
-        QCOMPARE(GetPathName(m_db.get(), 99), QStringLiteral("NONE"));
+        QCOMPARE(GetPathID(*m_db, QStringLiteral("C:\\Docs")).status().code(), Status::Code::NotFound); // empty
+        QVERIFY(AddPathName(*m_db, QStringLiteral("C:\\docs"), 3));
+        QVERIFY(AddPathName(*m_db, QStringLiteral("D:\\報告書\\O'Neil"), 4));
+        QCOMPARE(*GetPathID(*m_db, QStringLiteral("C:\\docs")), 3);
+        // Exact text only: no case folding, no separator trimming.
+        QCOMPARE(GetPathID(*m_db, QStringLiteral("C:\\Docs")).status().code(), Status::Code::NotFound);
+        QCOMPARE(GetPathID(*m_db, QStringLiteral("C:\\docs\\")).status().code(), Status::Code::NotFound);
+        QCOMPARE(*GetPathID(*m_db, QStringLiteral("D:\\報告書\\O'Neil")), 4);
+        QCOMPARE(*GetPathName(*m_db, 4), QStringLiteral("D:\\報告書\\O'Neil"));
+        QCOMPARE(GetPathName(*m_db, 99).status().code(), Status::Code::NotFound);
+
+        jet::Row row = { QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"),
+            QDateTime(QDate(2022, 3, 4), QTime()), QString(), 3, 0, QString() };
+        QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
+        row[FName] = QStringLiteral("orphan.doc");
+        row[FPnID] = 8;
+        QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
+        auto rs = m_db->openTable(catalog::kFileAtrTable);
+        QVERIFY(rs);
+        const Result<RecordFile> file = TakeRecordFile(*m_db, **rs);
+        QVERIFY2(file, qPrintable(file.status().toString()));
+        QCOMPARE(file->folder, QStringLiteral("C:\\docs"));
+        QCOMPARE(file->name, QStringLiteral("O'Neil.doc"));
+        QCOMPARE(file->date, QStringLiteral("2022-03-04"));
+        // A record whose pnID names no folder: the catalogue is inconsistent.
+        (*rs)->moveNext();
+        QCOMPARE(TakeRecordFile(*m_db, **rs).status().code(), Status::Code::NotFound);
+        (*rs)->moveNext();
+        QCOMPARE(TakeRecordFile(*m_db, **rs).status().code(), Status::Code::InvalidArgument); // no record
     }
 
     void firstRegistration()
@@ -153,11 +180,11 @@ private slots:
 
         // The single-file lookup finds the apostrophe and Japanese names by value.
         int fixes = 0;
-        QVERIFY(FindFileAndFixDate(m_db.get(), QStringLiteral("O'Neil.doc"), 1, dayOf(kDay1), fixes));
-        QVERIFY(FindFileAndFixDate(m_db.get(), QStringLiteral("報告書　第1版.txt"), 1, dayOf(kDay1), fixes));
-        QVERIFY(!FindFileAndFixDate(m_db.get(), QStringLiteral("O'Neil.doc"), 2, dayOf(kDay1), fixes));
+        QCOMPARE(findFile(QStringLiteral("O'Neil.doc"), 1, dayOf(kDay1), fixes), 1);
+        QCOMPARE(findFile(QStringLiteral("報告書　第1版.txt"), 1, dayOf(kDay1), fixes), 1);
+        QCOMPARE(findFile(QStringLiteral("O'Neil.doc"), 2, dayOf(kDay1), fixes), 0);
         QCOMPARE(fixes, 0);
-        QVERIFY(FindFileAndFixDate(m_db.get(), QStringLiteral("plan.pdf"), 1, dayOf(kDay2), fixes));
+        QCOMPARE(findFile(QStringLiteral("plan.pdf"), 1, dayOf(kDay2), fixes), 1);
         QCOMPARE(fixes, 1);
     }
 
@@ -302,43 +329,17 @@ private slots:
             QVERIFY(test::writeFile(m_folder + QStringLiteral("/f%1.txt").arg(i), 1, kDay1));
         ScriptedPrompter prompter;
         prompter.planAnswer(Prompter::Answer::Yes);
-        int ModeNo = 2;
         int calls = 0;
-        const auto out
-            = RegisterShownFolder(m_db.get(), prompter, m_folder, listed(), ModeNo, [&](int done, int total) {
-                  ++calls;
-                  [&] { QVERIFY(done <= total); }();
-                  return done < 100;
-              });
+        const auto out = RegisterShownFolder(*m_db, prompter, m_folder, listed(), [&](int done, int total) {
+            ++calls;
+            [&] { QVERIFY(done <= total); }();
+            return done < 100;
+        });
         QCOMPARE(out.kind, RegistrationOutcome::Kind::Cancelled);
         QVERIFY(calls > 1);
         QCOMPARE(prompter.messages().size(), 1); // only the confirmation
         QVERIFY(test::tableRows(m_db.get(), catalog::kFileAtrTable).isEmpty());
         QVERIFY(test::tableRows(m_db.get(), catalog::kPathNameTable).isEmpty());
-    }
-
-    void takeRecordFile()
-    {
-        QVERIFY(AddPathName(m_db.get(), QStringLiteral("C:\\Docs"), 7));
-        jet::Row row = { QStringLiteral("朝霧　凪"), QStringLiteral("O'Neil.doc"),
-            QDateTime(QDate(2022, 3, 4), QTime()), QString(), 7, 0, QString() };
-        QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
-        row[FName] = QStringLiteral("orphan.doc");
-        row[FPnID] = 8;
-        QVERIFY(m_db->insertRow(catalog::kFileAtrTable, row));
-        auto rs = m_db->openTable(catalog::kFileAtrTable);
-        QVERIFY(rs);
-        browser::BrowserState state;
-        state.CurrentFolder = QStringLiteral("searched");
-        QVERIFY(TakeRecordFile(m_db.get(), **rs, true, state));
-        QCOMPARE(state.CurrentFolder, QStringLiteral("searched"));
-        QCOMPARE(state.CurrentFileName, QStringLiteral("O'Neil.doc"));
-        QCOMPARE(state.CurrentFileDate, QStringLiteral("2022-03-04"));
-        QVERIFY(TakeRecordFile(m_db.get(), **rs, false, state));
-        QCOMPARE(state.CurrentFolder, QStringLiteral("C:\\Docs"));
-        (*rs)->moveNext();
-        QVERIFY(!TakeRecordFile(m_db.get(), **rs, false, state));
-        QCOMPARE(state.CurrentFolder, QStringLiteral("NONE"));
     }
 };
 

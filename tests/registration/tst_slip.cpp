@@ -16,6 +16,7 @@
 #include <QTextEdit>
 
 #include "../browser/testfolders.h"
+#include "catalog/records.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
 #include "registration/history.h"
@@ -23,16 +24,22 @@
 #include "registration/slip.h"
 #include "registration/ui/calendarpicker.h"
 #include "registration/ui/historygrid.h"
+#include "registration/ui/registrationcontroller.h"
 #include "registration/ui/slipgrid.h"
+#include "search/ui/searchcontroller.h"
 #include "shell/ui/form1.h"
 #include "support/oracles.h"
 #include "support/scriptedprompter.h"
 #include "viewer/fontsizestore.h"
 #include "viewer/ui/pictureview.h"
+#include "viewer/ui/viewercontroller.h"
 
 using namespace tolvane;
+using namespace tolvane::catalog;
 using namespace tolvane::registration;
 using tolvane::shell::Form1;
+using tolvane::shell::LayoutState;
+using tolvane::shell::Mode;
 using tolvane::test::ScriptedPrompter;
 
 namespace {
@@ -98,7 +105,7 @@ private:
     // the others none.
     void fillCatalogue()
     {
-        QVERIFY(AddPathName(m_db.get(), m_docs, 1));
+        QVERIFY(AddPathName(*m_db, m_docs, 1));
         const auto add = [&](const char *cls, const char *name, const char *kStr, int hsID, const char *backC) {
             const jet::Row row { QString::fromUtf8(cls), QString::fromUtf8(name), kFileDay, QString::fromUtf8(kStr), 1,
                 hsID, QString::fromUtf8(backC) };
@@ -149,30 +156,66 @@ private:
         m_db = db.take();
     }
 
-    // The main window with the catalogue opened through its own command and a keyword-search
-    // result holding every file in name order.
+    // The main window, shown, with the catalogue opened through its own command and a keyword
+    // search for "%" run from the search menu: the result list holds every file.
     std::unique_ptr<Form1> openForm(ScriptedPrompter &prompter)
     {
         m_db.reset();
         auto form = std::make_unique<Form1>(prompter);
+        form->resize(1200, 760);
+        form->show();
         prompter.planOpenFile(m_catalogue);
         form->Toolbar_ButtonClick(QStringLiteral("DBopen"));
         if (!form->catalog().db())
             return nullptr;
-        auto rs = form->catalog().db()->select(jet::Query(catalog::kFileAtrTable).order(QStringLiteral("fName")));
-        if (!rs)
+        for (const char *key : { "Search", "DBKeyword" }) {
+            if (!form->toolbarKeys().contains(QString::fromLatin1(key)))
+                return nullptr;
+            form->Toolbar_ButtonClick(QString::fromLatin1(key));
+        }
+        auto *word = form->findChild<QLineEdit *>(QStringLiteral("Text1(0)"));
+        if (form->mode() != Mode::KeywordSearch || !word || word->isHidden())
             return nullptr;
-        form->SearchResultSet = rs.take();
-        form->ModeNo = 8; // keyword search
-        form->ResultCount = 3;
-        form->resize(1200, 760);
+        word->setText(QStringLiteral("%"));
+        form->Toolbar_ButtonClick(QStringLiteral("DurSeek"));
+        if (form->search().resultCount() != 3 || resultList(*form)->model()->rowCount() != 3)
+            return nullptr;
         return form;
     }
 
-    static void openRow(Form1 &form, int row)
+    static QTableView *view(const Form1 &form, const char *name)
     {
-        form.CurrentResultRow = row;
-        form.OpenResultRow();
+        return form.findChild<QTableView *>(QString::fromLatin1(name));
+    }
+    static QTableView *resultList(const Form1 &form) { return view(form, "fs"); }
+    static QWidget *widget(const Form1 &form, const char *name)
+    {
+        return form.findChild<QWidget *>(QString::fromLatin1(name));
+    }
+    static bool slipDirty(const Form1 &form) { return form.registration().slipGrid()->isDirty(); }
+    static bool historyDirty(const Form1 &form) { return form.registration().historyGrid()->isDirty(); }
+
+    // The grid row (1 for the first) of fileName in the result list; 0 when it is not listed.
+    static int resultRow(const Form1 &form, const QString &fileName)
+    {
+        const QAbstractItemModel *list = resultList(form)->model();
+        for (int r = 0; r < list->rowCount(); ++r)
+            if (list->index(r, 2).data().toString() == fileName)
+                return r + 1;
+        return 0;
+    }
+
+    // Clicks the row of fileName in the shown result list, as the user opens a record; returns
+    // its grid row (0 when the list is not shown or does not hold it).
+    static int openRecord(Form1 &form, const QString &fileName)
+    {
+        QTableView *fs = resultList(form);
+        const int row = resultRow(form, fileName);
+        if (!fs->isVisible() || row == 0)
+            return 0;
+        const QRect rect = fs->visualRect(fs->model()->index(row - 1, 2));
+        QTest::mouseClick(fs->viewport(), Qt::LeftButton, {}, rect.center());
+        return row;
     }
 
     // The line editor open in view (closed editors linger hidden until deleted).
@@ -213,7 +256,7 @@ private slots:
         QCOMPARE(colourNumberText(QStringLiteral("&HFFFFC0")), QStringLiteral("16777152"));
         QCOMPARE(colourNumberText(QStringLiteral("255")), QStringLiteral("255"));
         QCOMPARE(colourNumberText(QStringLiteral("blue")), QString());
-        auto choices = loadClassChoices(m_db.get());
+        auto choices = LoadClassItems(*m_db);
         QVERIFY(choices);
         QCOMPARE(classificationListText(*choices), QStringLiteral("|朝霧　凪|水無瀬　灯|霜月　柊|"));
         QCOMPARE(classificationListText({}), QStringLiteral("|"));
@@ -224,8 +267,7 @@ private slots:
         auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
         QVERIFY(rs && !rs->eof());
         const QString keywords = QStringLiteral("見積 O'Neil \"改訂\"");
-        QVERIFY(
-            SaveSlipFields(m_db.get(), *rs, { QStringLiteral("水無瀬　灯"), keywords, QStringLiteral("12648447") }));
+        QVERIFY(SaveSlipFields(*m_db, *rs, { QStringLiteral("水無瀬　灯"), keywords, QStringLiteral("12648447") }));
         reopen();
         const Stored s = storedFile(m_db.get(), QStringLiteral("memo.txt"));
         QCOMPARE(s.Class, QStringLiteral("水無瀬　灯"));
@@ -251,8 +293,7 @@ private slots:
     {
         auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
         QVERIFY(rs);
-        const Status s
-            = SaveSlipFields(m_db.get(), *rs, { QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {} });
+        const Status s = SaveSlipFields(*m_db, *rs, { QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {} });
         QVERIFY(!s);
         QCOMPARE(rs->field(QStringLiteral("Class")).toString(), QString());
         reopen();
@@ -267,9 +308,9 @@ private slots:
         QVERIFY(db);
         auto rs = fileRecord(db->get(), QStringLiteral("photo.png"));
         QVERIFY(rs);
-        QVERIFY(!SaveSlipFields(db->get(), *rs, { QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("z") }));
+        QVERIFY(!SaveSlipFields(**db, *rs, { QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("z") }));
         ScriptedPrompter prompter;
-        QVERIFY(!SaveHistory(db->get(), *rs, { { QStringLiteral("2010-01-05"), QStringLiteral("n") } }, prompter));
+        QVERIFY(!SaveHistory(**db, *rs, { { QStringLiteral("2010-01-05"), QStringLiteral("n") } }, prompter));
         QCOMPARE(rs->field(QStringLiteral("kStr")).toString(), QStringLiteral("写真"));
         QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 0);
     }
@@ -277,13 +318,13 @@ private slots:
     void firstHistorySaveDrawsAnHsID()
     {
         // Lines come back in date order (see below); no key or an unknown one has none.
-        QVERIFY(LoadHistory(m_db.get(), 0)->isEmpty());
-        QVERIFY(LoadHistory(m_db.get(), 77)->isEmpty());
+        QVERIFY(LoadHistory(*m_db, 0)->isEmpty());
+        QVERIFY(LoadHistory(*m_db, 77)->isEmpty());
         auto rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
         QVERIFY(rs);
         ScriptedPrompter prompter;
         Result<int> hsID
-            = SaveHistory(m_db.get(), *rs, { { QStringLiteral("2010-01-05"), QStringLiteral("撮影") } }, prompter);
+            = SaveHistory(*m_db, *rs, { { QStringLiteral("2010-01-05"), QStringLiteral("撮影") } }, prompter);
         QVERIFY2(hsID, qPrintable(hsID.status().toString()));
         QCOMPARE(*hsID, 6); // the counter stood at 5
         QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 6);
@@ -298,19 +339,19 @@ private slots:
         rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
         const QList<HistoryLine> two { { QStringLiteral("2012/7/1"), QStringLiteral("再撮影") },
             { QStringLiteral("2011-02-03"), QString() } };
-        QCOMPARE(*SaveHistory(m_db.get(), *rs, two, prompter), 6);
-        QCOMPARE(*LoadHistory(m_db.get(), 6),
+        QCOMPARE(*SaveHistory(*m_db, *rs, two, prompter), 6);
+        QCOMPARE(*LoadHistory(*m_db, 6),
             (QList<HistoryLine> { { QStringLiteral("2011-02-03"), QString() },
                 { QStringLiteral("2012-07-01"), QStringLiteral("再撮影") } }));
-        QCOMPARE(*SaveHistory(m_db.get(), *rs, {}, prompter), 6);
-        QVERIFY(LoadHistory(m_db.get(), 6)->isEmpty());
+        QCOMPARE(*SaveHistory(*m_db, *rs, {}, prompter), 6);
+        QVERIFY(LoadHistory(*m_db, 6)->isEmpty());
         QCOMPARE(counter(m_db.get(), "hsID"), 6);
         reopen();
         QCOMPARE(storedFile(m_db.get(), QStringLiteral("photo.png")).hsID, 6);
 
         // An empty line is kept, its date stored as null.
         rs = fileRecord(m_db.get(), QStringLiteral("photo.png"));
-        QVERIFY(SaveHistory(m_db.get(), *rs, { { QString(), QString() } }, prompter));
+        QVERIFY(SaveHistory(*m_db, *rs, { { QString(), QString() } }, prompter));
         QCOMPARE(storedLines(m_db.get(), 6), (QList<HistoryLine> { { QString(), QString() } }));
         QVERIFY(prompter.messages().isEmpty());
     }
@@ -332,7 +373,7 @@ private slots:
         QVERIFY(rs);
         ScriptedPrompter prompter;
         const QList<HistoryLine> lines { { QStringLiteral("2009-12-31"), QStringLiteral("ok") }, { date, note } };
-        QVERIFY(!SaveHistory(m_db.get(), *rs, lines, prompter));
+        QVERIFY(!SaveHistory(*m_db, *rs, lines, prompter));
         QCOMPARE(rs->field(QStringLiteral("hsID")).toInt(), 0);
         reopen();
         QCOMPARE(storedFile(m_db.get(), QStringLiteral("plan.p21")).hsID, 0);
@@ -352,21 +393,21 @@ private slots:
         QCOMPARE(*viewer::ReadFontSize(m_db.get()), 16);
     }
 
+    // The whole road through the window: a keyword search, a click on a row, the record's slip,
+    // history and file; back to the list, into another record, edited and written on return.
     void openedRecordShowsItsSlip()
     {
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
-        openRow(*form, 1); // memo.txt
-        QCOMPARE(form->OpenedRow, 1);
-        QCOMPARE(form->LayoutState, 2);
-        QCOMPARE(form->CurrentFileName, QStringLiteral("memo.txt"));
-        QCOMPARE(form->CurrentFolder, m_docs);
+        const int memoRow = openRecord(*form, QStringLiteral("memo.txt"));
+        QVERIFY(memoRow > 0);
+        QCOMPARE(form->layoutState(), LayoutState::RecordShown);
 
-        SlipGrid *slip = form->slipGrid();
-        QVERIFY(!form->fg2->isHidden());
-        QVERIFY(!form->vs->isHidden());
-        QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　1/3"));
+        SlipGrid *slip = form->registration().slipGrid();
+        QVERIFY(!view(*form, "fg2")->isHidden());
+        QVERIFY(!view(*form, "vs")->isHidden());
+        QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　%1/3").arg(memoRow));
         QVERIFY(slip->model()->item(0, 1)->font().bold());
         const QStringList labels { QStringLiteral("分類"), QStringLiteral("ファイル名"), QStringLiteral("更新年月日"),
             QStringLiteral("キーワード"), QStringLiteral("ファイル所在"), QStringLiteral("History"),
@@ -379,7 +420,7 @@ private slots:
         QCOMPARE(slip->cellText(5), QDir::toNativeSeparators(m_docs));
         QCOMPARE(slip->cellText(6), QStringLiteral("5"));
 
-        HistoryGrid *history = form->historyGrid();
+        HistoryGrid *history = form->registration().historyGrid();
         QCOMPARE(history->model()->item(0, 1)->text(), QStringLiteral("改訂履歴"));
         QCOMPARE(history->model()->item(1, 1)->text(), QStringLiteral("改訂日付"));
         QCOMPARE(history->model()->item(1, 2)->text(), QStringLiteral("記事"));
@@ -387,19 +428,35 @@ private slots:
             (QList<HistoryLine> { { QStringLiteral("2021-03-09"), QStringLiteral("初版") },
                 { QStringLiteral("2022-05-01"), QStringLiteral("第2版") } }));
 
-        // The text file is shown beside the slip, with the record display's buttons.
-        QVERIFY(!form->mData->isHidden());
+        // The text file, read from the record's folder, is shown beside the slip, with the record
+        // display's buttons.
+        auto *mData = form->findChild<QTextEdit *>(QStringLiteral("mData"));
+        QVERIFY(mData);
+        QVERIFY(!mData->isHidden());
+        QCOMPARE(mData->toPlainText(), QString(20, QLatin1Char('x')));
         for (const char *key : { "BackTo", "Prev", "Next", "AddLine", "DelLine", "apri" })
             QVERIFY2(form->toolbarKeys().contains(QString::fromLatin1(key)), key);
 
-        // Opening another record rebuilds both grids: nothing of memo.txt stays.
-        openRow(*form, 2); // photo.png, no history
-        QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　2/3"));
+        // Back to the list and into another record: both grids are rebuilt, nothing of memo.txt
+        // stays.
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        const int photoRow = openRecord(*form, QStringLiteral("photo.png")); // no history
+        QVERIFY(photoRow > 0);
+        QCOMPARE(form->layoutState(), LayoutState::RecordShown);
+        QCOMPARE(slip->cellText(0, 1), QStringLiteral("管理票　%1/3").arg(photoRow));
         QCOMPARE(slip->cellText(1), QStringLiteral("朝霧　凪"));
+        QCOMPARE(slip->cellText(2), QStringLiteral("photo.png"));
         QCOMPARE(slip->model()->item(1, 2)->background().color(), QColor(0xC0, 0xFF, 0xFF));
         QCOMPARE(history->lineCount(), 0);
-        QVERIFY(form->pictureView()->hasImage());
-        QVERIFY(!form->imk->isHidden());
+        QVERIFY(form->viewer().pictureView()->hasImage());
+        QVERIFY(!widget(*form, "imk")->isHidden());
+
+        // An edit is written when the record is left, and the whole list is back.
+        slip->editCell(4, QStringLiteral("風景 写真"));
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QCOMPARE(storedFile(form->catalog().db(), QStringLiteral("photo.png")).kStr, QStringLiteral("風景 写真"));
+        QVERIFY(!resultList(*form)->isHidden());
+        QCOMPARE(resultList(*form)->model()->rowCount(), 3);
         QVERIFY(prompter.messages().isEmpty());
     }
 
@@ -408,10 +465,9 @@ private slots:
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
-        form->show();
-        openRow(*form, 3); // plan.p21
-        QTableView *fg2 = form->fg2;
-        SlipGrid *slip = form->slipGrid();
+        QVERIFY(openRecord(*form, QStringLiteral("plan.p21")));
+        QTableView *fg2 = view(*form, "fg2");
+        SlipGrid *slip = form->registration().slipGrid();
 
         // A managed value is refused; labels and the title do nothing.
         QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 2, 2).center());
@@ -421,7 +477,7 @@ private slots:
         QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 2, 1).center());
         QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 4, 2).center());
         QCOMPARE(prompter.messages().size(), 1);
-        QVERIFY(!form->SlipDirty);
+        QVERIFY(!slipDirty(*form));
 
         // Keywords are typed; a classification is chosen from the drop-down.
         QVERIFY(slip->model()->item(4, 2)->isEditable());
@@ -432,9 +488,9 @@ private slots:
         QVERIFY(keywords);
         QCOMPARE(keywords->maxLength(), kKeywordsMaxLength); // what the record can store
         slip->finishEdit();
-        QVERIFY(!form->SlipDirty);
+        QVERIFY(!slipDirty(*form));
         slip->editCell(4, QStringLiteral("橋梁 図面"));
-        QVERIFY(form->SlipDirty);
+        QVERIFY(slipDirty(*form));
         fg2->setCurrentIndex(fg2->model()->index(1, 2));
         fg2->edit(fg2->model()->index(1, 2));
         auto *combo = fg2->findChild<QComboBox *>(QStringLiteral("fg2ClassList"));
@@ -457,7 +513,7 @@ private slots:
 
         // "BackTo" writes the slip back.
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
-        QVERIFY(!form->SlipDirty);
+        QVERIFY(!slipDirty(*form));
         const Stored s = storedFile(form->catalog().db(), QStringLiteral("plan.p21"));
         QCOMPARE(s.Class, QStringLiteral("水無瀬　灯"));
         QCOMPARE(s.kStr, QStringLiteral("橋梁 図面"));
@@ -469,10 +525,9 @@ private slots:
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
-        form->show();
-        openRow(*form, 1); // memo.txt
-        form->slipGrid()->editCell(4, QStringLiteral("閉じる前の記入"));
-        QVERIFY(form->SlipDirty);
+        QVERIFY(openRecord(*form, QStringLiteral("memo.txt")));
+        form->registration().slipGrid()->editCell(4, QStringLiteral("閉じる前の記入"));
+        QVERIFY(slipDirty(*form));
         form->close();
         auto db = jet::Database::open(m_catalogue);
         QVERIFY(db);
@@ -490,27 +545,27 @@ private slots:
         auto form = openForm(prompter);
         QVERIFY(form);
         QCOMPARE(form->catalog().CatalogMark, -11);
-        form->show();
-        openRow(*form, 1); // memo.txt
-        QTableView *fg2 = form->fg2;
+        QVERIFY(openRecord(*form, QStringLiteral("memo.txt")));
+        QTableView *fg2 = view(*form, "fg2");
         QTest::mouseClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 2, 2).center());
         QTest::mouseDClick(fg2->viewport(), Qt::LeftButton, {}, cellRect(fg2, 4, 2).center());
         QVERIFY(prompter.messages().isEmpty());
         QCOMPARE(fg2->editTriggers(), QAbstractItemView::NoEditTriggers);
-        form->slipGrid()->editCell(4, QStringLiteral("x"));
-        QCOMPARE(form->slipGrid()->cellText(4), QStringLiteral("メモ"));
-        QVERIFY(!form->SlipDirty);
+        form->registration().slipGrid()->editCell(4, QStringLiteral("x"));
+        QCOMPARE(form->registration().slipGrid()->cellText(4), QStringLiteral("メモ"));
+        QVERIFY(!slipDirty(*form));
     }
 
-    void historyEditingAndSavingOnStep()
+    void historyEditingAndSavingOnLeaving()
     {
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
-        form->show();
-        openRow(*form, 2); // photo.png: hsID 0
-        HistoryGrid *history = form->historyGrid();
-        QTableView *vs = form->vs;
+        QVERIFY(openRecord(*form, QStringLiteral("photo.png"))); // hsID 0
+        HistoryGrid *history = form->registration().historyGrid();
+        QTableView *vs = view(*form, "vs");
+        QWidget *calendar = widget(*form, "Calendar");
+        QVERIFY(calendar);
 
         // "DelLine" on an empty history does nothing.
         form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
@@ -518,38 +573,40 @@ private slots:
 
         form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
         QCOMPARE(history->lineCount(), 1);
-        QVERIFY(!form->HistoryDirty);
+        QVERIFY(!historyDirty(*form));
 
         // Entering the date cell shows the calendar; a picked day is written and hides it.
-        QVERIFY(form->Calendar->isHidden());
+        QVERIFY(calendar->isHidden());
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 1).center());
         QCOMPARE(history->HistoryRow, 2);
-        QVERIFY(!form->Calendar->isHidden());
-        form->calendarPicker()->pick(QDate(2010, 1, 5));
-        QVERIFY(form->Calendar->isHidden());
+        QVERIFY(!calendar->isHidden());
+        form->registration().calendarPicker()->pick(QDate(2010, 1, 5));
+        QVERIFY(calendar->isHidden());
         QCOMPARE(history->lines().first().date, QStringLiteral("2010-01-05"));
-        QVERIFY(form->HistoryDirty);
+        QVERIFY(historyDirty(*form));
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
-        QVERIFY(form->Calendar->isHidden());
+        QVERIFY(calendar->isHidden());
         history->editCell(2, 2, QStringLiteral("撮影"));
         // The calendar goes with the history grid.
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 1).center());
-        QVERIFY(!form->Calendar->isHidden());
+        QVERIFY(!calendar->isHidden());
         vs->hide();
-        QVERIFY(form->Calendar->isHidden());
+        QVERIFY(calendar->isHidden());
         vs->show();
 
-        // Stepping saves: the file gets a new hsID and its line.
-        form->SaveRecordIfDirty();
-        QVERIFY(!form->HistoryDirty);
+        // Nothing is written while the record is shown; leaving it saves: the file gets a new
+        // hsID and its line.
         jet::Database *db = form->catalog().db();
+        QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 0);
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QVERIFY(!historyDirty(*form));
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
         QCOMPARE(storedLines(db, 6), (QList<HistoryLine> { { QStringLiteral("2010-01-05"), QStringLiteral("撮影") } }));
 
         // Deleting: a press outside the lines asks for one; the question names line and date.
-        openRow(*form, 2);
+        QVERIFY(openRecord(*form, QStringLiteral("photo.png")));
         QCOMPARE(history->lineCount(), 1);
-        QCOMPARE(form->slipGrid()->cellText(6), QStringLiteral("6"));
+        QCOMPARE(form->registration().slipGrid()->cellText(6), QStringLiteral("6"));
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 1, 1).center());
         form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
         QCOMPARE(prompter.lastMessage().text, QStringLiteral("削除行を選択してください。"));
@@ -559,7 +616,7 @@ private slots:
         prompter.planAnswer(Prompter::Answer::No);
         form->Toolbar_ButtonClick(QStringLiteral("DelLine"));
         QCOMPARE(history->lineCount(), 1);
-        QVERIFY(!form->HistoryDirty);
+        QVERIFY(!historyDirty(*form));
 
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 2, 2).center());
         prompter.planAnswer(Prompter::Answer::Yes);
@@ -570,10 +627,12 @@ private slots:
         QCOMPARE(question.icon, Prompter::Icon::Question);
         QCOMPARE(question.buttons, Prompter::Buttons::YesNo);
         QCOMPARE(history->lineCount(), 0);
-        QVERIFY(form->HistoryDirty);
+        QVERIFY(historyDirty(*form));
 
-        // The history is written only by stepping; the file keeps its hsID without lines.
-        form->SaveRecordIfDirty();
+        // The history is written only when the record is left; the file keeps its hsID without
+        // lines.
+        QCOMPARE(storedLines(db, 6).size(), 1);
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
         QVERIFY(storedLines(db, 6).isEmpty());
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
     }
@@ -583,10 +642,9 @@ private slots:
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
-        form->show();
-        openRow(*form, 2); // photo.png: hsID 0
-        HistoryGrid *history = form->historyGrid();
-        QTableView *vs = form->vs;
+        QVERIFY(openRecord(*form, QStringLiteral("photo.png"))); // hsID 0
+        HistoryGrid *history = form->registration().historyGrid();
+        QTableView *vs = view(*form, "vs");
         form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
         for (const char *date : { "2010/1/5", "2010-01-05 09:30", "２０１０年１月５日", "20100105", "" })
             QVERIFY2(isHistoryDateText(QString::fromUtf8(date)), date);
@@ -604,9 +662,9 @@ private slots:
                 "改訂日付「昨日」は日付ではありません。　カレンダーから選ぶか、2009-12-31 の形で記入してください。"));
         QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
         QCOMPARE(history->lines().first().date, QString());
-        QVERIFY(!form->HistoryDirty);
+        QVERIFY(!historyDirty(*form));
         QCOMPARE(vs->currentIndex(), vs->model()->index(2, 1));
-        QVERIFY(!form->Calendar->isHidden());
+        QVERIFY(!widget(*form, "Calendar")->isHidden());
 
         // Typed into the cell's editor and ended with Enter: told once, after the editor closed.
         vs->edit(vs->model()->index(2, 1));
@@ -621,11 +679,11 @@ private slots:
         QVERIFY(prompter.lastMessage().text.startsWith(QStringLiteral("改訂日付「2010-1」")));
         QVERIFY(!openLineEditor(vs));
         QCOMPARE(history->lines().first().date, QString());
-        QVERIFY(!form->HistoryDirty);
+        QVERIFY(!historyDirty(*form));
 
         history->editCell(2, 1, QStringLiteral("2010/1/5"));
         history->editCell(2, 2, QStringLiteral("撮影"));
-        QVERIFY(form->HistoryDirty);
+        QVERIFY(historyDirty(*form));
 
         // Still being typed when the record is left: the record stays, nothing is written, and
         // the accepted date is back in the cell.
@@ -637,7 +695,7 @@ private slots:
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
         QCOMPARE(prompter.messages().size(), 3);
         QVERIFY(prompter.lastMessage().text.startsWith(QStringLiteral("改訂日付「2010-13-40」")));
-        QCOMPARE(form->LayoutState, 2);
+        QCOMPARE(form->layoutState(), LayoutState::RecordShown);
         QCOMPARE(history->lines().first().date, QStringLiteral("2010/1/5"));
         jet::Database *db = form->catalog().db();
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 0);
@@ -650,51 +708,11 @@ private slots:
         QCOMPARE(editor->maxLength(), kHistoryNoteMaxLength);
         editor->setText(QStringLiteral("撮影（晴天）"));
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
-        QVERIFY(form->LayoutState != 2);
+        QVERIFY(form->layoutState() != LayoutState::RecordShown);
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 6);
         QCOMPARE(storedLines(db, 6),
             (QList<HistoryLine> { { QStringLiteral("2010-01-05"), QStringLiteral("撮影（晴天）") } }));
         QCOMPARE(prompter.messages().size(), 3);
-    }
-
-    void keywordSearchRowOpensItsRecord()
-    {
-        // The whole road through the window: search, click a row, edit, go back.
-        ScriptedPrompter prompter;
-        m_db.reset();
-        Form1 form(prompter);
-        form.resize(1200, 760);
-        form.show();
-        prompter.planOpenFile(m_catalogue);
-        form.Toolbar_ButtonClick(QStringLiteral("DBopen"));
-        QVERIFY(form.catalog().db());
-        form.Toolbar_ButtonClick(QStringLiteral("DBKeyword"));
-        auto *word = form.findChild<QLineEdit *>(QStringLiteral("Text1(0)"));
-        QVERIFY(word);
-        word->setText(QStringLiteral("%"));
-        form.Toolbar_ButtonClick(QStringLiteral("DurSeek"));
-        QAbstractItemModel *list = form.fs->model();
-        QCOMPARE(list->rowCount(), 3);
-        int photoRow = -1;
-        for (int r = 0; r < list->rowCount(); ++r)
-            if (list->index(r, 2).data().toString() == QStringLiteral("photo.png"))
-                photoRow = r;
-        QVERIFY(photoRow >= 0);
-
-        const QRect rowRect = form.fs->visualRect(list->index(photoRow, 2));
-        QTest::mouseClick(form.fs->viewport(), Qt::LeftButton, {}, rowRect.center());
-        QCOMPARE(form.LayoutState, 2);
-        QCOMPARE(form.slipGrid()->cellText(0, 1), QStringLiteral("管理票　%1/3").arg(photoRow + 1));
-        QCOMPARE(form.slipGrid()->cellText(2), QStringLiteral("photo.png"));
-        QVERIFY(!form.imk->isHidden());
-        QVERIFY(form.pictureView()->hasImage());
-
-        form.slipGrid()->editCell(4, QStringLiteral("風景 写真"));
-        form.Toolbar_ButtonClick(QStringLiteral("BackTo"));
-        QCOMPARE(storedFile(form.catalog().db(), QStringLiteral("photo.png")).kStr, QStringLiteral("風景 写真"));
-        QVERIFY(!form.fs->isHidden());
-        QCOMPARE(form.fs->model()->rowCount(), 3);
-        QVERIFY(prompter.messages().isEmpty());
     }
 
     void screenshotOfAnOpenedRecord()
@@ -702,9 +720,8 @@ private slots:
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
-        form->show();
-        openRow(*form, 2);
-        form->historyGrid()->showLines({ { QStringLiteral("2010-01-05"), QStringLiteral("撮影") },
+        QVERIFY(openRecord(*form, QStringLiteral("photo.png")));
+        form->registration().historyGrid()->showLines({ { QStringLiteral("2010-01-05"), QStringLiteral("撮影") },
             { QStringLiteral("2012-07-01"), QStringLiteral("再撮影（色調補正）") } });
         QCoreApplication::processEvents();
         const QImage shot = form->grab().toImage();
@@ -718,9 +735,9 @@ private slots:
 
         // The same record with a new history line whose date is being picked.
         form->Toolbar_ButtonClick(QStringLiteral("AddLine"));
-        QTableView *vs = form->vs;
+        QTableView *vs = view(*form, "vs");
         QTest::mouseClick(vs->viewport(), Qt::LeftButton, {}, cellRect(vs, 4, 1).center());
-        QVERIFY(!form->Calendar->isHidden());
+        QVERIFY(!widget(*form, "Calendar")->isHidden());
         QCoreApplication::processEvents();
         QVERIFY(form->grab().toImage().save(dir + QStringLiteral("/record-calendar.png")));
     }
