@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFileInfo>
 
-
 namespace tolvane::browser {
 
 namespace {

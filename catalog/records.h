@@ -20,7 +20,16 @@ class Recordset;
 namespace tolvane::catalog {
 
 // Field positions of a FILE_ATR row.
-enum FileAtrField { FClass = 0, FName = 1, FDate = 2, FKStr = 3, FPnID = 4, FHsID = 5, FBackC = 6, FileAtrFieldCount = 7 };
+enum FileAtrField {
+    FClass = 0,
+    FName = 1,
+    FDate = 2,
+    FKStr = 3,
+    FPnID = 4,
+    FHsID = 5,
+    FBackC = 6,
+    FileAtrFieldCount = 7
+};
 // Field positions of a PATH_NAME row.
 enum PathNameField { PPnID = 0, PName = 1 };
 
@@ -45,8 +54,8 @@ QString fieldText(const QVariant &value);
 // The file a FILE_ATR record names.
 struct RecordFile {
     QString folder; // the record's folder, as PATH_NAME stores it
-    QString name;   // fName
-    QString date;   // fDate as "yyyy-mm-dd"; empty for null
+    QString name; // fName
+    QString date; // fDate as "yyyy-mm-dd"; empty for null
 };
 
 // The file of the current record of rs (a recordset with the FILE_ATR fields by name).

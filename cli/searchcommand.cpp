@@ -4,10 +4,10 @@
 
 #include <QDateTime>
 
+#include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
-#include "catalog/records.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -112,8 +112,7 @@ int runSearch(const QStringList &args)
             found = search::QueryByFolder(db, result, pnID ? pnID.value() : -1);
         else
             found = pnID.status();
-    }
-    else if (req.kind == QStringLiteral("name"))
+    } else if (req.kind == QStringLiteral("name"))
         found = search::QueryByFileName(db, result, value);
     else if (req.kind == QStringLiteral("class"))
         found = search::QueryByClass(db, result, value);

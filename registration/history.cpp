@@ -5,8 +5,8 @@
 
 #include "catalog/counters.h"
 #include "catalog/schema.h"
-#include "platform/jet/recordset.h"
 #include "catalog/transaction.h"
+#include "platform/jet/recordset.h"
 
 namespace tolvane::registration {
 

@@ -3,9 +3,9 @@
 #include <QFileInfo>
 #include <QHash>
 
-#include "platform/paths.h"
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
+#include "platform/paths.h"
 
 namespace tolvane::registration {
 
@@ -74,12 +74,12 @@ bool sameDate(const QVariant &stored, const QDateTime &day)
 
 } // namespace
 
-Result<bool> FindFileAndFixDate(jet::Database &db, const QString &name, int pnID, const QDateTime &date,
-    int &DateFixCount)
+Result<bool> FindFileAndFixDate(
+    jet::Database &db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount)
 {
     auto rs = db.select(jet::Query(kFileAtrTable)
-                             .where(jet::Condition::equal(QStringLiteral("fName"), name))
-                             .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
+                            .where(jet::Condition::equal(QStringLiteral("fName"), name))
+                            .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
     if (!rs)
         return rs.status();
     if ((*rs)->bof())
@@ -103,8 +103,8 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name)
     return names.contains(name);
 }
 
-Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names,
-    int &DateFixCount, const Progress &progress)
+Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
+    const Progress &progress)
 {
     auto existing = readFolderRows(db, pnID);
     if (!existing)

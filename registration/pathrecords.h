@@ -26,8 +26,8 @@ Status AddPathName(jet::Database &db, const QString &path, int pnID);
 // True when a FILE_ATR row with that name and pnID exists; its fDate is set to date when it
 // differs (DateFixCount counts the correction; an invalid date corrects nothing). False when no
 // row matches. Errors of the database.
-Result<bool> FindFileAndFixDate(jet::Database &db, const QString &name, int pnID, const QDateTime &date,
-    int &DateFixCount);
+Result<bool> FindFileAndFixDate(
+    jet::Database &db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount);
 
 // True when names (the file list's column 0) holds exactly that text.
 bool IsNameInFileList(const QStringList &names, const QString &name);
@@ -39,8 +39,8 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name);
 // the folder's rows once and matches the names in memory by their exact text.
 // Returns the number of rows added. Errors: Cancelled (stopped by progress), those of the
 // database; rows written before a failure stay written, so run it inside a transaction.
-Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names,
-    int &DateFixCount, const Progress &progress = {});
+Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
+    const Progress &progress = {});
 
 // Deletes every FILE_ATR row of pnID whose fName is not in names. Returns the number deleted.
 // Errors as AddNewFiles.

@@ -2,8 +2,8 @@
 
 #include "catalog/records.h"
 #include "catalog/schema.h"
-#include "platform/jet/recordset.h"
 #include "catalog/transaction.h"
+#include "platform/jet/recordset.h"
 
 namespace tolvane::registration {
 

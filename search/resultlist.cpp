@@ -1,7 +1,6 @@
 #include "search/resultlist.h"
 
 #include "catalog/records.h"
-
 #include "platform/bgrcolor.h"
 #include "platform/jet/recordset.h"
 

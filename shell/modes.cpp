@@ -1,7 +1,8 @@
 #include "shell/modes.h"
-#include "platform/utf8.h"
 
 #include <algorithm>
+
+#include "platform/utf8.h"
 
 namespace tolvane::shell {
 

@@ -21,9 +21,8 @@ enum class Mode : int {
     KeywordSearch = 8,
     FileSearch = 10,
 };
-inline constexpr Mode kModes[]
-    = { Mode::Start, Mode::FileShow, Mode::Record, Mode::FolderSearch, Mode::BinderFiles, Mode::PeriodSearch,
-          Mode::ClassSearch, Mode::KeywordSearch, Mode::FileSearch };
+inline constexpr Mode kModes[] = { Mode::Start, Mode::FileShow, Mode::Record, Mode::FolderSearch, Mode::BinderFiles,
+    Mode::PeriodSearch, Mode::ClassSearch, Mode::KeywordSearch, Mode::FileSearch };
 
 // The five catalogue searches' modes.
 bool isSearchMode(Mode mode);

@@ -1,6 +1,6 @@
 #include "shell/toolbarlayouts.h"
-#include "platform/utf8.h"
 
+#include "platform/utf8.h"
 #include "shell/modes.h"
 
 namespace tolvane::shell {

@@ -83,8 +83,7 @@ private:
 
 } // namespace
 
-HistoryGrid::HistoryGrid(
-    QTableView *view, CalendarPicker *calendar, Prompter &prompter, QObject *parent)
+HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &prompter, QObject *parent)
     : QObject(parent)
     , m_view(view)
     , m_model(new QStandardItemModel(0, 3, this))

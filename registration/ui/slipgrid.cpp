@@ -10,8 +10,8 @@
 #include <QStyledItemDelegate>
 #include <QTableView>
 
-#include "platform/bgrcolor.h"
 #include "platform/apptitle.h"
+#include "platform/bgrcolor.h"
 #include "registration/ui/slipeditors.h"
 
 namespace tolvane::registration {

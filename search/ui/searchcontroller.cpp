@@ -2,16 +2,16 @@
 
 #include <QLineEdit>
 
+#include "catalog/records.h"
+#include "platform/apptitle.h"
+#include "search/catalogqueries.h"
+#include "search/perioddate.h"
 #include "search/resultlist.h"
 #include "search/resultlistmodel.h"
+#include "search/searchtexts.h"
 #include "search/ui/autofitgrid.h"
 #include "search/ui/resultlistview.h"
 #include "search/ui/searchpanel.h"
-#include "platform/apptitle.h"
-#include "catalog/records.h"
-#include "search/catalogqueries.h"
-#include "search/perioddate.h"
-#include "search/searchtexts.h"
 
 namespace tolvane::search::ui {
 

@@ -1,5 +1,7 @@
 #include "shell/ui/form1.h"
 
+#include <algorithm>
+
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
@@ -18,8 +20,6 @@
 #include <QToolButton>
 #include <QTreeView>
 #include <QWidgetAction>
-
-#include <algorithm>
 
 #include "binders/ui/bindercontroller.h"
 #include "browser/ui/browsercontroller.h"
@@ -180,8 +180,8 @@ void Form1::connectControllers()
         [this](int, const QString &path) { SelectFolderNode(path); });
     connect(m_browser, &browser::ui::BrowserController::fileClicked, this, &Form1::OpenListedFile);
 
-    connect(m_search, &search::ui::SearchController::listPrepared, this,
-        [this] { BringPanelToFront(kPanelResultList); });
+    connect(
+        m_search, &search::ui::SearchController::listPrepared, this, [this] { BringPanelToFront(kPanelResultList); });
     connect(m_search, &search::ui::SearchController::recordRowClicked, this, &Form1::OpenResultRow);
     connect(m_search, &search::ui::SearchController::classPicked, this, &Form1::Combo1_Click);
 
@@ -900,7 +900,8 @@ bool Form1::ShowOpenedRecord()
         return false;
     const Result<catalog::RecordFile> file = catalog::TakeRecordFile(*db, *m_searchResultSet);
     if (!file) {
-        m_prompter.inform(appTitle(), QStringLiteral("Critical Error!! DB broken -> GetPath"), Prompter::Icon::Critical);
+        m_prompter.inform(
+            appTitle(), QStringLiteral("Critical Error!! DB broken -> GetPath"), Prompter::Icon::Critical);
         return false;
     }
     m_currentFolder = file->folder;
@@ -1386,8 +1387,7 @@ bool Form1::eventFilter(QObject *watched, QEvent *event)
 void Form1::picDragDropped(const QPoint &globalPos)
 {
     QWidget *target = nullptr;
-    for (QWidget *c : { fg2, vs, fg,
-             fr, fs, mData, imk }) {
+    for (QWidget *c : { fg2, vs, fg, fr, fs, mData, imk }) {
         if (c->isVisible() && c->rect().contains(c->mapFromGlobal(globalPos))) {
             target = c;
             break;

@@ -21,5 +21,4 @@ int DispPicTIF(PictureView *imk, const QString &folder, const QString &fileName,
 // Shows page (0-based) of a multi-page file already counted by DispPicTIF. False on failure.
 bool ShowPage(PictureView *imk, const QString &folder, const QString &fileName, int page);
 
-
 } // namespace tolvane::viewer
