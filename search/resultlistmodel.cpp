@@ -3,6 +3,8 @@
 #include <QBrush>
 #include <QDateTime>
 
+#include "catalog/records.h"
+
 namespace tolvane::search {
 
 ResultListModel::ResultListModel(QObject *parent)
@@ -12,20 +14,7 @@ ResultListModel::ResultListModel(QObject *parent)
 
 QString ResultListModel::displayText(const QVariant &value)
 {
-    if (!value.isValid() || value.isNull())
-        return {};
-    switch (value.typeId()) {
-    case QMetaType::QDateTime: {
-        const QDateTime dt = value.toDateTime();
-        if (dt.time() == QTime(0, 0))
-            return dt.toString(QStringLiteral("yyyy/MM/dd"));
-        return dt.toString(QStringLiteral("yyyy/MM/dd HH:mm:ss"));
-    }
-    case QMetaType::QDate:
-        return value.toDate().toString(QStringLiteral("yyyy/MM/dd"));
-    default:
-        return value.toString();
-    }
+    return catalog::fieldText(value);
 }
 
 void ResultListModel::setRows(int n)
