@@ -101,13 +101,13 @@ int main(int argc, char *argv[])
     const double list = double(t.nsecsElapsed()) / 1e6;
 
     YesPrompter prompter;
-    int ModeNo = 2;
+    jet::Database &catalogue = **db;
     t.restart();
-    auto first = registration::RegisterShownFolder(db->get(), prompter, folder, fr.names(), ModeNo);
+    auto first = registration::RegisterShownFolder(catalogue, prompter, folder, fr.names());
     const double reg = double(t.nsecsElapsed()) / 1e6;
     const QString firstMsg = prompter.last;
     t.restart();
-    auto again = registration::RegisterShownFolder(db->get(), prompter, folder, fr.names(), ModeNo);
+    auto again = registration::RegisterShownFolder(catalogue, prompter, folder, fr.names());
     const double sync = double(t.nsecsElapsed()) / 1e6;
 
     std::printf("files: %d\n", count);

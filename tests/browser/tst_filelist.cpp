@@ -1,12 +1,18 @@
 // The file list `fr` on real folders: rows, the size and date columns, the current file and
-// its highlight, and the view's row reporting.
+// its highlight, and the view's row reporting; the folder panel `fg` showing a real catalogue's
+// registered folders.
 #include <QHeaderView>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include "browser/filelist.h"
+#include "browser/ui/browsercontroller.h"
 #include "browser/ui/filelistview.h"
+#include "browser/ui/folderpanel.h"
+#include "catalog/schema.h"
+#include "platform/paths.h"
+#include "support/scriptedprompter.h"
 #include "testfolders.h"
 
 using namespace tolvane;
@@ -93,23 +99,50 @@ private slots:
                 QStringLiteral("a_b.txt"), QStringLiteral("b.txt"), QStringLiteral("c d.txt"),
                 QStringLiteral("O'Neil.doc"), QStringLiteral("報告書.doc") }));
 
-        BrowserState state;
-        state.CurrentFolder = dir;
-        for (int row : { 0, -1, 9 }) {
-            state.CurrentResultRow = row;
-            TakeCurrentFile(fr, state);
-            QCOMPARE(state.CurrentFileName, QString());
-        }
-        state.CurrentResultRow = 8;
-        TakeCurrentFile(fr, state);
-        QCOMPARE(state.CurrentFileName, QStringLiteral("報告書.doc"));
-        QCOMPARE(state.CurrentFileDate, QStringLiteral("2020-02-29"));
+        // The current file through the browser, clicked in its list as the user does.
+        test::ScriptedPrompter prompter;
+        QWidget frame;
+        frame.resize(600, 500);
+        BrowserController browsing(prompter, &frame);
+        browsing.InitControls();
+        browsing.ListFolderFiles(dir);
+        QTableView *list = browsing.fileList();
+        QCOMPARE(list, frame.findChild<QTableView *>(QStringLiteral("fr")));
+        list->setGeometry(frame.rect());
+        list->show();
+        frame.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&frame));
+        QCOMPARE(browsing.listedFolder(), dir);
+        QCOMPARE(browsing.names(), fr.names());
+        QCOMPARE(browsing.fileCount(), 8);
+        QSignalSpy clicked(&browsing, &BrowserController::fileClicked);
+        auto clickRow = [&](int gridRow) {
+            const QRect r = list->visualRect(list->model()->index(gridRow - 1, 0));
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, r.center());
+        };
+
+        // A click below the last file takes no file.
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(5, list->viewport()->height() - 3));
+        QCOMPARE(browsing.currentRow(), -1);
+        QCOMPARE(clicked.size(), 0);
+        browsing.ShowListedFile(browsing.previousRow());
+        QCOMPARE(browsing.currentFileName(), QString());
+        QCOMPARE(browsing.currentFileDate(), QString());
+
+        clickRow(8);
+        QCOMPARE(clicked.size(), 1);
+        QCOMPARE(browsing.currentRow(), 8);
+        browsing.ShowListedFile(browsing.previousRow());
+        QCOMPARE(browsing.currentFileName(), QStringLiteral("報告書.doc"));
+        QCOMPARE(browsing.currentFileDate(), QStringLiteral("2020-02-29"));
         // The date is asked of the disk again, not read from the list.
         QVERIFY(test::setModified(dir + QStringLiteral("/O'Neil.doc"), QDateTime(QDate(2019, 1, 2), QTime(1, 2))));
-        state.CurrentResultRow = 7;
-        TakeCurrentFile(fr, state);
-        QCOMPARE(state.CurrentFileDate, QStringLiteral("2019-01-02"));
-        QCOMPARE(state.currentFilePath(), dir + QStringLiteral("/O'Neil.doc"));
+        QVERIFY(browsing.StepFolderFile(false));
+        QCOMPARE(browsing.currentRow(), 7);
+        QCOMPARE(browsing.currentFileName(), QStringLiteral("O'Neil.doc"));
+        QCOMPARE(browsing.currentFileDate(), QStringLiteral("2019-01-02"));
+        QCOMPARE(joinPath(browsing.listedFolder(), browsing.currentFileName()), dir + QStringLiteral("/O'Neil.doc"));
+        QVERIFY(prompter.calls().isEmpty());
     }
 
     void highlight()
@@ -119,7 +152,6 @@ private slots:
             QVERIFY(test::writeFile(dir + QStringLiteral("/f%1").arg(i), 1));
         FileListModel fr;
         ListFolderFiles(fr, dir);
-        BrowserState state;
         auto back = [&](int gridRow) {
             return fr.data(fr.index(gridRow - 1, 2), Qt::BackgroundRole).value<QBrush>().color();
         };
@@ -127,18 +159,14 @@ private slots:
             return fr.data(fr.index(gridRow - 1, 0), Qt::ForegroundRole).value<QBrush>().color();
         };
 
-        state.PreviousResultRow = 0;
-        state.CurrentResultRow = 2;
-        PutGreen_frList(fr, state);
+        PutGreen_frList(fr, 0, 2);
         QCOMPARE(back(2), QColor(0, 192, 0));
         QCOMPARE(text(2), QColor(255, 255, 255));
-        state.PreviousResultRow = 2;
-        state.CurrentResultRow = 4;
-        PutGreen_frList(fr, state);
+        PutGreen_frList(fr, 2, 4);
         QCOMPARE(back(2), QColor(255, 255, 255));
         QCOMPARE(text(2), QColor(0, 0, 0));
         QCOMPARE(back(4), QColor(0, 192, 0));
-        PutWhite_frList(fr, state);
+        PutWhite_frList(fr, 4);
         QCOMPARE(back(4), QColor(255, 255, 255));
         QCOMPARE(text(4), QColor(0, 0, 0));
         // A relisting starts without colours.
@@ -171,6 +199,59 @@ private slots:
         QCOMPARE(clicked.size(), 1);
         QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, QPoint(5, view.viewport()->height() - 3));
         QCOMPARE(pressed.at(1).at(0).toInt(), -1);
+    }
+
+    void folderPanel()
+    {
+        auto db = test::newCatalogue(m_tmp.path());
+        QVERIFY(db);
+        int id = 0;
+        for (const char *p : { "C:\\Docs\\2024", "C:\\Docs", "D:\\O'Neil", "C:\\Docs2", "C:\\Docs\\2024\\写真" })
+            QVERIFY(db->insertRow(catalog::kPathNameTable, { ++id, QString::fromUtf8(p) }));
+        FolderPanel fg;
+        QCOMPARE(fg.objectName(), QStringLiteral("fg"));
+        fg.fillRegisteredFolders(db.get());
+        // Depth first: a registered folder inside another sits under it; every node is the full path.
+        QCOMPARE(fg.folderPaths(),
+            QStringList({ QStringLiteral("C:\\Docs"), QStringLiteral("C:\\Docs\\2024"),
+                QStringLiteral("C:\\Docs\\2024\\写真"), QStringLiteral("C:\\Docs2"), QStringLiteral("D:\\O'Neil") }));
+        QCOMPARE(fg.currentRow(), -1);
+
+        QSignalSpy chosen(&fg, &FolderPanel::folderChosen);
+        fg.setCurrentRow(4);
+        QCOMPARE(chosen.size(), 1);
+        QCOMPARE(chosen.at(0).at(1).toString(), QStringLiteral("D:\\O'Neil"));
+        QVERIFY(fg.isOpenPicture(4));
+        fg.setCurrentRow(1);
+        QVERIFY(!fg.isOpenPicture(4));
+        QVERIFY(fg.isOpenPicture(1));
+        fg.setCurrentRow(1); // the same node again: no change, still open
+        QCOMPARE(chosen.size(), 2);
+        QVERIFY(fg.isOpenPicture(1));
+
+        QVERIFY(fg.markFolder(QStringLiteral("C:\\Docs2")));
+        QCOMPARE(chosen.size(), 2);
+        QVERIFY(fg.isOpenPicture(3));
+        QVERIFY(!fg.isOpenPicture(1));
+        QVERIFY(!fg.markFolder(QStringLiteral("c:\\docs2")));
+
+        // Left folds and Right unfolds the current node; neither chooses another folder.
+        fg.setCurrentRow(0);
+        const int before = int(chosen.size());
+        const QModelIndex docs = fg.currentIndex();
+        QVERIFY(fg.isExpanded(docs));
+        QTest::keyClick(&fg, Qt::Key_Left);
+        QTest::keyClick(&fg, Qt::Key_Left);
+        QVERIFY(!fg.isExpanded(docs));
+        QCOMPARE(fg.currentRow(), 0);
+        QTest::keyClick(&fg, Qt::Key_Right);
+        QTest::keyClick(&fg, Qt::Key_Right);
+        QVERIFY(fg.isExpanded(docs));
+        QCOMPARE(fg.currentRow(), 0);
+        QCOMPARE(chosen.size(), before);
+
+        fg.clearFolders();
+        QCOMPARE(fg.folderCount(), 0);
     }
 
     void largeFolder()

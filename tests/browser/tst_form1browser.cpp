@@ -3,6 +3,7 @@
 // and the folder search over the registered folders of fg.
 #include <QApplication>
 #include <QProgressDialog>
+#include <QSignalSpy>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -11,9 +12,11 @@
 
 #include "../shell/form1harness.h"
 #include "browser/filelistmodel.h"
-#include "search/resultlistmodel.h"
+#include "browser/ui/browsercontroller.h"
 #include "browser/ui/folderpanel.h"
 #include "catalog/schema.h"
+#include "search/resultlistmodel.h"
+#include "search/ui/searchcontroller.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
@@ -25,16 +28,31 @@ using tolvane::test::ScriptedPrompter;
 
 namespace {
 
+QTableView *grid(shell::Form1 &w, const char *name)
+{
+    return w.findChild<QTableView *>(QString::fromLatin1(name));
+}
+
 browser::FileListModel *files(shell::Form1 &w)
 {
-    return qobject_cast<browser::FileListModel *>(w.fr->model());
+    return qobject_cast<browser::FileListModel *>(grid(w, "fr")->model());
 }
 
 void clickFileRow(shell::Form1 &w, int gridRow)
 {
     QCoreApplication::processEvents();
-    const QRect r = w.fr->visualRect(w.fr->model()->index(gridRow - 1, 0));
-    QTest::mouseClick(w.fr->viewport(), Qt::LeftButton, {}, r.center());
+    QTableView *fr = grid(w, "fr");
+    const QRect r = fr->visualRect(fr->model()->index(gridRow - 1, 0));
+    QTest::mouseClick(fr->viewport(), Qt::LeftButton, {}, r.center());
+}
+
+// The start folder of the last folder dialog (the folder chosen last).
+QString lastFolderDialogStart(const test::ScriptedPrompter &prompter)
+{
+    for (qsizetype i = prompter.calls().size() - 1; i >= 0; --i)
+        if (prompter.calls().at(i).kind == QLatin1String("folder"))
+            return prompter.calls().at(i).text;
+    return QStringLiteral("(no folder dialog)");
 }
 
 bool isGreen(shell::Form1 &w, int gridRow)
@@ -76,44 +94,51 @@ private slots:
         QVERIFY(clickTool(w, "StartShowFile"));
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "View"));
-        QCOMPARE(w.CurrentFolder, m_docs);
-        QCOMPARE(w.LastChosenFolder, m_docs);
+        const browser::ui::BrowserController &browsing = w.browser();
+        QCOMPARE(browsing.listedFolder(), m_docs);
         QCOMPARE(files(w)->names(),
             QStringList({ QStringLiteral("a.txt"), QStringLiteral("b.txt"), QStringLiteral("c.txt") }));
-        QCOMPARE(w.fr->model()->data(w.fr->model()->index(0, 1)).toString(), QStringLiteral("2"));
-        // The first file is shown and marked.
-        QCOMPARE(w.CurrentResultRow, 1);
-        QCOMPARE(w.CurrentFileName, QStringLiteral("a.txt"));
-        QCOMPARE(w.CurrentFileDate, QStringLiteral("2024-02-03"));
-        QCOMPARE(w.LayoutState, int(shell::Layout::FolderFileShown));
+        QCOMPARE(browsing.names(), files(w)->names());
+        QCOMPARE(files(w)->data(files(w)->index(0, 1)).toString(), QStringLiteral("2"));
+        // The first file is shown and marked, its folder in the status bar.
+        QCOMPARE(browsing.currentRow(), 1);
+        QCOMPARE(browsing.currentFileName(), QStringLiteral("a.txt"));
+        QCOMPARE(browsing.currentFileDate(), QStringLiteral("2024-02-03"));
+        QCOMPARE(w.layoutState(), shell::LayoutState::FolderFileShown);
         QVERIFY(isGreen(w, 1));
         QCOMPARE(w.statusPanelText(1), QStringLiteral("ファイル表示モード"));
+        QCOMPARE(w.statusPanelText(2), m_docs);
 
         clickFileRow(w, 3);
-        QCOMPARE(w.CurrentFileName, QStringLiteral("c.txt"));
+        QCOMPARE(browsing.currentFileName(), QStringLiteral("c.txt"));
         QVERIFY(isGreen(w, 3));
         QVERIFY(!isGreen(w, 1));
         QVERIFY(clickTool(w, "Next"));
         QCOMPARE(h.prompter.lastMessage().text, QStringLiteral("最後のファイルに到達しました。"));
         QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
         QVERIFY(clickTool(w, "Prev"));
-        QCOMPARE(w.CurrentFileName, QStringLiteral("b.txt"));
+        QCOMPARE(browsing.currentFileName(), QStringLiteral("b.txt"));
         QVERIFY(isGreen(w, 2));
         QVERIFY(!isGreen(w, 3));
         QVERIFY(clickTool(w, "Prev"));
         QVERIFY(clickTool(w, "Prev"));
-        QCOMPARE(w.CurrentFileName, QStringLiteral("a.txt"));
+        QCOMPARE(browsing.currentFileName(), QStringLiteral("a.txt"));
         QCOMPARE(h.prompter.lastMessage().text, QStringLiteral("最初のファイルに到達しました。"));
 
-        // Back to the folder screen: the list is emptied; a cancelled choice keeps the folder
-        // chosen last, and "Canceled" is the current folder until the next choice.
+        // Back to the folder screen: the list is emptied; a cancelled choice lists nothing and
+        // keeps the folder chosen last, where the next dialog starts.
         QVERIFY(clickTool(w, "BackTo"));
         QCOMPARE(files(w)->rows(), 1);
         h.prompter.planFolder(QString());
         QVERIFY(clickTool(w, "View"));
+        QCOMPARE(lastFolderDialogStart(h.prompter), m_docs);
         QCOMPARE(files(w)->rows(), 1);
-        QCOMPARE(w.CurrentFolder, QStringLiteral("Canceled"));
-        QCOMPARE(w.LastChosenFolder, m_docs);
+        QCOMPARE(browsing.fileCount(), 0);
+        QCOMPARE(w.layoutState(), shell::LayoutState::Lists);
+        h.prompter.planFolder(QString());
+        QVERIFY(clickTool(w, "View"));
+        QCOMPARE(lastFolderDialogStart(h.prompter), m_docs);
+        QCOMPARE(files(w)->rows(), 1);
     }
 
     void registerAndSearchFolders()
@@ -126,7 +151,7 @@ private slots:
 
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "DBrec"));
-        QCOMPARE(w.ModeNo, int(shell::Mode::Record));
+        QCOMPARE(w.mode(), shell::Mode::Record);
         QCOMPARE(files(w)->rows(), 4);
         h.prompter.planAnswer(Prompter::Answer::Yes);
         QVERIFY(clickTool(w, "RecAll"));
@@ -150,25 +175,32 @@ private slots:
         // The folder search lists the registered folders in fg, the chosen one open.
         h.prompter.planFolder(m_docs);
         w.EnterFolderSearchMode();
-        auto *panel = qobject_cast<browser::ui::FolderPanel *>(w.fg);
+        auto *panel = w.findChild<browser::ui::FolderPanel *>(QStringLiteral("fg"));
         QVERIFY(panel);
+        QVERIFY(panel->isVisible());
         QCOMPARE(panel->folderPaths(), QStringList({ m_docs, sub }));
         QVERIFY(panel->isOpenPicture(0));
-        auto *results = qobject_cast<browser::ResultListModel *>(w.fs->model());
+        QTableView *fs = grid(w, "fs");
+        auto *results = qobject_cast<search::ResultListModel *>(fs->model());
         QVERIFY(results);
         QCOMPARE(results->rows(), 4);
+        QCOMPARE(w.search().resultCount(), 3);
 
         // Choosing the other node searches that folder.
+        QSignalSpy chosen(&w.browser(), &browser::ui::BrowserController::folderChosen);
         panel->setCurrentRow(1);
-        QCOMPARE(w.FolderPanelRow, 1);
+        QCOMPARE(chosen.size(), 1);
+        QCOMPARE(chosen.at(0).at(0).toInt(), 1);
+        QCOMPARE(chosen.at(0).at(1).toString(), sub);
+        QCOMPARE(panel->currentRow(), 1);
         QVERIFY(panel->isOpenPicture(1));
         QVERIFY(!panel->isOpenPicture(0));
         QCOMPARE(results->rows(), 2);
         QCOMPARE(results->text(1, 2), QStringLiteral("O'Neil.doc"));
         QCOMPARE(results->text(0, 2), QStringLiteral("ファイル名"));
-        QVERIFY(w.fs->isColumnHidden(5));
+        QVERIFY(fs->isColumnHidden(5));
         w.mOptCol_Click();
-        QVERIFY(!w.fs->isColumnHidden(5));
+        QVERIFY(!fs->isColumnHidden(5));
     }
 
     void cancelledRegistrationLeavesCatalogue()

@@ -1,21 +1,18 @@
-// The result list `fs` filled from a real catalogue, its columns and colours, and the folder
-// panel `fg` showing the catalogue's registered folders.
-#include <QSignalSpy>
+// The result list `fs` filled from a real catalogue, its columns and colours.
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "catalog/schema.h"
 #include "platform/bgrcolor.h"
+#include "platform/jet/recordset.h"
 #include "search/resultlist.h"
 #include "search/ui/autofitgrid.h"
-#include "browser/ui/folderpanel.h"
 #include "search/ui/resultlistview.h"
-#include "catalog/schema.h"
-#include "platform/jet/recordset.h"
-#include "testfolders.h"
+#include "searchcatalogue.h"
 
 using namespace tolvane;
-using namespace tolvane::browser;
-using tolvane::browser::ui::ResultListView;
+using namespace tolvane::search;
+using tolvane::search::ui::ResultListView;
 
 class TestResultList : public QObject {
     Q_OBJECT
@@ -33,8 +30,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY(m_tmp.isValid());
-        m_db = test::newCatalogue(m_tmp.path());
-        QVERIFY(m_db);
+        test::SearchCatalogue catalogue;
+        QVERIFY(catalogue.create(m_tmp.path() + QStringLiteral("/cat.mdb")));
+        m_db = catalogue.release();
         const QDateTime d1(QDate(2023, 5, 6), QTime());
         const QDateTime d2(QDate(2024, 7, 8), QTime(13, 14, 15));
         const QList<jet::Row> rows = {
@@ -183,58 +181,6 @@ private slots:
         QCOMPARE(colorFromBgrText(text), color);
         if (color.isValid())
             QCOMPARE(colorFromBgrText(bgrText(color)), color);
-    }
-
-    void folderPanel()
-    {
-        for (const char *p : { "C:\\Docs\\2024", "C:\\Docs", "D:\\O'Neil", "C:\\Docs2", "C:\\Docs\\2024\\写真" }) {
-            static int id = 0;
-            QVERIFY(m_db->insertRow(catalog::kPathNameTable, { ++id, QString::fromUtf8(p) }));
-        }
-        ui::FolderPanel fg;
-        QCOMPARE(fg.objectName(), QStringLiteral("fg"));
-        fg.fillRegisteredFolders(m_db.get());
-        // Depth first: a registered folder inside another sits under it; every node is the full path.
-        QCOMPARE(fg.folderPaths(),
-            QStringList({ QStringLiteral("C:\\Docs"), QStringLiteral("C:\\Docs\\2024"),
-                QStringLiteral("C:\\Docs\\2024\\写真"), QStringLiteral("C:\\Docs2"), QStringLiteral("D:\\O'Neil") }));
-        QCOMPARE(fg.currentRow(), -1);
-
-        QSignalSpy chosen(&fg, &ui::FolderPanel::folderChosen);
-        fg.setCurrentRow(4);
-        QCOMPARE(chosen.size(), 1);
-        QCOMPARE(chosen.at(0).at(1).toString(), QStringLiteral("D:\\O'Neil"));
-        QVERIFY(fg.isOpenPicture(4));
-        fg.setCurrentRow(1);
-        QVERIFY(!fg.isOpenPicture(4));
-        QVERIFY(fg.isOpenPicture(1));
-        fg.setCurrentRow(1); // the same node again: no change, still open
-        QCOMPARE(chosen.size(), 2);
-        QVERIFY(fg.isOpenPicture(1));
-
-        QVERIFY(fg.markFolder(QStringLiteral("C:\\Docs2")));
-        QCOMPARE(chosen.size(), 2);
-        QVERIFY(fg.isOpenPicture(3));
-        QVERIFY(!fg.isOpenPicture(1));
-        QVERIFY(!fg.markFolder(QStringLiteral("c:\\docs2")));
-
-        // Left folds and Right unfolds the current node; neither chooses another folder.
-        fg.setCurrentRow(0);
-        const int before = int(chosen.size());
-        const QModelIndex docs = fg.currentIndex();
-        QVERIFY(fg.isExpanded(docs));
-        QTest::keyClick(&fg, Qt::Key_Left);
-        QTest::keyClick(&fg, Qt::Key_Left);
-        QVERIFY(!fg.isExpanded(docs));
-        QCOMPARE(fg.currentRow(), 0);
-        QTest::keyClick(&fg, Qt::Key_Right);
-        QTest::keyClick(&fg, Qt::Key_Right);
-        QVERIFY(fg.isExpanded(docs));
-        QCOMPARE(fg.currentRow(), 0);
-        QCOMPARE(chosen.size(), before);
-
-        fg.clearFolders();
-        QCOMPARE(fg.folderCount(), 0);
     }
 };
 
