@@ -13,10 +13,13 @@
 #include <QTest>
 #include <QToolBar>
 #include <QToolButton>
+#include <QTreeView>
 
 #include "../shell/form1harness.h"
+#include "registration/slip.h"
 #include "search/resultlistmodel.h"
 #include "search/searchtexts.h"
+#include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
 #include "searchcatalogue.h"
 #include "shell/modes.h"
@@ -38,7 +41,33 @@ const QString kMinase = QStringLiteral(u"水無瀬\u3000灯");
 struct Harness : test::Form1Harness {
     QLineEdit *text1(int i) const { return w->findChild<QLineEdit *>(QStringLiteral("Text1(%1)").arg(i)); }
     QComboBox *combo1() const { return w->findChild<QComboBox *>(u"Combo1"_s); }
-    browser::ResultListModel *fs() const { return qobject_cast<browser::ResultListModel *>(w->fs->model()); }
+    QTableView *fsView() const { return w->findChild<QTableView *>(u"fs"_s); }
+    search::ResultListModel *fs() const { return qobject_cast<search::ResultListModel *>(fsView()->model()); }
+    QTreeView *fg() const { return w->findChild<QTreeView *>(u"fg"_s); }
+    QString slipCell(int row, int col) const
+    {
+        const QTableView *fg2 = w->findChild<QTableView *>(u"fg2"_s);
+        return fg2->model()->index(row, col).data().toString();
+    }
+    // A click on the data row of the list (0 = the first), as the user makes it.
+    void clickRow(int row)
+    {
+        QTableView *list = fsView();
+        QTest::mouseClick(
+            list->viewport(), Qt::LeftButton, {}, list->visualRect(list->model()->index(row, 2)).center());
+    }
+    // A click on the node of folder in the folder panel.
+    bool clickFolder(const QString &folder)
+    {
+        QTreeView *panel = fg();
+        const QModelIndexList hits = panel->model()->match(
+            panel->model()->index(0, 0), Qt::DisplayRole, folder, 1, Qt::MatchExactly | Qt::MatchRecursive);
+        if (hits.isEmpty() || !panel->isVisible())
+            return false;
+        panel->scrollTo(hits.first());
+        QTest::mouseClick(panel->viewport(), Qt::LeftButton, {}, panel->visualRect(hits.first()).center());
+        return panel->currentIndex() == hits.first();
+    }
     QStringList listed() const
     {
         QStringList names;
@@ -54,7 +83,7 @@ struct Harness : test::Form1Harness {
         c->setCurrentIndex(i);
         emit c->activated(i);
     }
-    int px(int twips) const { return search::ui::twipsToPixels(w->Toolbar, twips); }
+    int px(int twips) const { return search::ui::twipsToPixels(w->findChild<QToolBar *>(u"Toolbar"_s), twips); }
 };
 
 } // namespace
@@ -111,7 +140,7 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     Harness h;
     QVERIFY(openCatalogue(h));
     QVERIFY(h.click(u"DBKeyword"_s));
-    QCOMPARE(h.w->ModeNo, shell::Mode::KeywordSearch);
+    QCOMPARE(h.w->mode(), shell::Mode::KeywordSearch);
     QVERIFY(h.text1(0)->isVisible());
     QVERIFY(!h.text1(1)->isVisible());
     QVERIFY(!h.combo1()->isVisible());
@@ -126,7 +155,7 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QCOMPARE(h.listed(),
         (QStringList { u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s, u"O'Brien.txt"_s, u"[draft].txt"_s,
             u"a_c.txt"_s, u"memo.txt"_s }));
-    QCOMPARE(h.w->ResultCount, 7);
+    QCOMPARE(h.w->search().resultCount(), 7);
     QCOMPARE(h.w->statusPanelText(2), kResultHint);
     QVERIFY(h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
     QVERIFY(h.combo1()->isVisible());
@@ -139,15 +168,14 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
 
     h.pick(kShimotsuki);
     QCOMPARE(h.listed(), (QStringList { u"O'Brien.txt"_s, u"a_c.txt"_s }));
-    QCOMPARE(h.w->ResultCount, 2);
-    QVERIFY(h.w->fs->isColumnHidden(5));
+    QCOMPARE(h.w->search().resultCount(), 2);
+    QVERIFY(h.fsView()->isColumnHidden(5));
 
     // Open the second row, then come back: the narrowed list and the word are there again.
-    QTableView *fs = h.w->fs;
-    const QRect cell = fs->visualRect(fs->model()->index(1, 2));
-    QTest::mouseClick(fs->viewport(), Qt::LeftButton, {}, cell.center());
-    QCOMPARE(h.w->OpenedRow, 2);
-    QCOMPARE(h.w->CurrentFileName, u"a_c.txt"_s);
+    h.clickRow(1);
+    QCOMPARE(h.w->layoutState(), shell::LayoutState::RecordShown);
+    QCOMPARE(h.slipCell(registration::SlipRow::Title, 1), QStringLiteral(u"管理票\u30002/2"));
+    QCOMPARE(h.slipCell(registration::SlipRow::FileName, 2), u"a_c.txt"_s);
     QVERIFY(!h.text1(0)->isVisible());
     QVERIFY(h.w->toolbarKeys().contains(u"BackTo"_s));
     QVERIFY(h.click(u"BackTo"_s));
@@ -160,14 +188,14 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
 
     // Undo the narrowing on the still-open result.
     h.pick(search::kNoNarrowingItem);
-    QCOMPARE(h.w->ResultCount, 7);
+    QCOMPARE(h.w->search().resultCount(), 7);
     QVERIFY(h.prompter.messages().isEmpty());
 
     // A narrowing that leaves nothing: the notice, an empty list, and from then on every pick,
     // the no-narrowing item included, does nothing until a new search.
     h.text1(0)->setText(u"ab%"_s);
     QVERIFY(h.click(u"DurSeek"_s));
-    QCOMPARE(h.w->ResultCount, 3);
+    QCOMPARE(h.w->search().resultCount(), 3);
     h.pick(kShimotsuki);
     QCOMPARE(h.prompter.messages().size(), 1);
     QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
@@ -182,7 +210,7 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QCOMPARE(h.fs()->rows(), 1);
     QCOMPARE(h.prompter.messages().size(), 1);
     QVERIFY(h.click(u"DurSeek"_s));
-    QCOMPARE(h.w->ResultCount, 3);
+    QCOMPARE(h.w->search().resultCount(), 3);
 }
 
 void TestForm1Search::periodSearch()
@@ -190,7 +218,7 @@ void TestForm1Search::periodSearch()
     Harness h;
     QVERIFY(openCatalogue(h));
     QVERIFY(h.click(u"DBDate"_s));
-    QCOMPARE(h.w->ModeNo, shell::Mode::PeriodSearch);
+    QCOMPARE(h.w->mode(), shell::Mode::PeriodSearch);
     QCOMPARE(h.text1(0)->text(), search::kStartDateText);
     QCOMPARE(h.text1(1)->text(), search::kUntilText);
     QCOMPARE(h.text1(0)->x(), h.px(2200));
@@ -220,9 +248,8 @@ void TestForm1Search::periodSearch()
 
     // Open the file of row 2 and come back: both dates are written back.
     h.text1(0)->setText(u"--"_s);
-    QTableView *fs = h.w->fs;
-    QTest::mouseClick(fs->viewport(), Qt::LeftButton, {}, fs->visualRect(fs->model()->index(1, 2)).center());
-    QCOMPARE(h.w->CurrentFileName, u"O'Brien.txt"_s);
+    h.clickRow(1);
+    QCOMPARE(h.slipCell(registration::SlipRow::FileName, 2), u"O'Brien.txt"_s);
     QVERIFY(h.click(u"BackTo"_s));
     QCOMPARE(h.text1(0)->text(), u"2009/12/31"_s);
     QCOMPARE(h.text1(1)->text(), u"2009/12/31"_s);
@@ -267,9 +294,9 @@ void TestForm1Search::folderSearch()
     QVERIFY(openCatalogue(h));
     h.prompter.planFolder(m_photos);
     QVERIFY(h.click(u"DBsearch"_s));
-    QCOMPARE(h.w->ModeNo, shell::Mode::FolderSearch);
+    QCOMPARE(h.w->mode(), shell::Mode::FolderSearch);
     QCOMPARE(h.listed(), (QStringList { u"O'Brien.txt"_s, u"[draft].txt"_s, u"a_c.txt"_s, u"memo.txt"_s }));
-    QCOMPARE(h.w->CurrentFolder, m_photos);
+    QCOMPARE(h.fg()->currentIndex().data().toString(), m_photos);
     QCOMPARE(h.combo1()->x(), h.px(3700));
     QVERIFY(h.combo1()->isVisible());
     QVERIFY(!h.text1(0)->isVisible());
@@ -278,14 +305,16 @@ void TestForm1Search::folderSearch()
     h.pick(kMinase);
     QCOMPARE(h.listed(), QStringList { u"memo.txt"_s });
 
-    // A folder without registered files picked in the folder panel: one explanatory row.
+    // A folder the catalogue does not know (the panel lists only known ones): one
+    // explanatory row.
     const QString other = QDir::toNativeSeparators(m_dir.path());
-    h.w->RunFolderPanelSearch(other);
+    h.w->search().RunFolderPanelSearch(other);
     QCOMPARE(h.fs()->rows(), 2);
     QCOMPARE(h.fs()->text(1, 1),
         QStringLiteral(u"フォルダ：") + other + QStringLiteral(u"\u3000内のファイル情報は登録されていません。 "));
-    h.w->RunFolderPanelSearch(m_docs);
-    QCOMPARE(h.w->ResultCount, 4);
+    QVERIFY(h.clickFolder(m_docs));
+    QCOMPARE(h.listed(), (QStringList { u"report.doc"_s, u"plan_a.pdf"_s, u"planXa.pdf"_s, u"scan.tif"_s }));
+    QCOMPARE(h.w->search().resultCount(), 4);
     QVERIFY(h.prompter.messages().isEmpty());
 }
 

@@ -1,26 +1,34 @@
-// The viewer in the real main window (offscreen): which control comes to the front for each
-// kind of file, what it shows, the viewer buttons and when they are rebuilt, the text size of
-// file text and notices, and the "apri" command.
+// The viewer in the real main window (offscreen), browsing a real folder in the file display
+// with a catalogue open: which control comes to the front for each kind of file, what it
+// shows, the viewer buttons and when they are rebuilt (a click in the file list always rebuilds
+// them, "Prev"/"Next" only when the kind changes), the paging of a multi-page picture, the
+// text size of file text and notices, and the "apri" button.
 #include <array>
 
 #include <QAction>
+#include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QStandardPaths>
 #include <QStringEncoder>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextEdit>
 
-#include "shell/toolbarlayouts.h"
+#include "../search/searchcatalogue.h"
+#include "../shell/form1harness.h"
+#include "browser/ui/browsercontroller.h"
+#include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
 #include "viewer/ui/pictureview.h"
+#include "viewer/ui/viewercontroller.h"
 
 using namespace tolvane;
 using tolvane::shell::Form1;
-using tolvane::test::ScriptedPrompter;
 
 namespace {
 
@@ -79,11 +87,17 @@ class TestViewerWindow : public QObject {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_tmp;
-    std::unique_ptr<ScriptedPrompter> m_prompter;
-    std::unique_ptr<Form1> m_form;
+    QTemporaryDir m_tmp; // the folder browsed
+    QTemporaryDir m_catDir;
+    int m_catalogues = 0;
+    std::unique_ptr<test::Form1Harness> m_h;
 
-    QString folder() const { return m_tmp.path(); }
+    QString folder() const { return QDir::toNativeSeparators(m_tmp.path()); }
+    Form1 &form() const { return *m_h->w; }
+    test::ScriptedPrompter &prompter() const { return m_h->prompter; }
+    QTextEdit *mData() const { return form().findChild<QTextEdit *>(QStringLiteral("mData")); }
+    viewer::PictureView *imk() const { return form().findChild<viewer::PictureView *>(QStringLiteral("imk")); }
+    QString shown() const { return form().browser().currentFileName(); }
 
     void writeBytes(const QString &name, const QByteArray &bytes)
     {
@@ -99,23 +113,68 @@ private:
         QVERIFY(image.save(m_tmp.filePath(name), format));
     }
 
-    void show(const QString &name)
+    // A click on the file's row in the file list fr, as the user makes it.
+    bool show(const QString &name)
     {
-        m_form->CurrentFolder = folder();
-        m_form->CurrentFileName = name;
-        m_form->DispFR();
+        auto *fr = form().findChild<QTableView *>(QStringLiteral("fr"));
+        const int row = form().browser().names().indexOf(name);
+        if (!fr || !fr->isVisible() || row < 0) {
+            qWarning("%s is not listed to click", qPrintable(name));
+            return false;
+        }
+        const QModelIndex cell = fr->model()->index(row, 0);
+        fr->scrollTo(cell);
+        QTest::mouseClick(fr->viewport(), Qt::LeftButton, {}, fr->visualRect(cell).center());
+        return shown() == name;
+    }
+
+    // A click on a toolbar button ("Next", "Gprev", "apri"...), only when it is there to click.
+    bool press(const char *key) { return m_h->click(QString::fromLatin1(key)); }
+
+    bool has(const char *key) const { return form().toolbarKeys().contains(QString::fromLatin1(key)); }
+
+    // The viewer button set on the toolbar, told by the button only that set has: 0 none,
+    // 1 text ("apri"), 2 picture ("excel"), 3 multi-page ("Gnext"), 4 drawing ("sxf"); -1 mixed.
+    int viewerButtons() const
+    {
+        int kind = 0;
+        int sets = 0;
+        for (const auto &[key, k] : { std::pair { "apri", 1 }, { "excel", 2 }, { "Gnext", 3 }, { "sxf", 4 } }) {
+            if (has(key)) {
+                kind = k;
+                ++sets;
+            }
+        }
+        return sets > 1 ? -1 : kind;
+    }
+
+    bool enabled(const char *key) const
+    {
+        QAction *a = form().toolAction(QString::fromLatin1(key));
+        return a && a->isEnabled();
+    }
+
+    // Options > text size, as the user picks it (the menu is open with a catalogue).
+    void setTextSize(int points)
+    {
+        QVERIFY(form().menuItem(QStringLiteral("mOpt"))->isEnabled());
+        QAction *item = form().menuItem(QStringLiteral("m%1").arg(points));
+        QVERIFY(item && item->isEnabled());
+        item->trigger();
+        QCOMPARE(form().textFontSize(), points);
     }
 
     bool inFront(const char *name) const
     {
-        auto *w = m_form->findChild<QWidget *>(QString::fromLatin1(name));
+        auto *w = form().findChild<QWidget *>(QString::fromLatin1(name));
         return w && !w->isHidden();
     }
 
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_tmp.isValid());
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_tmp.isValid() && m_catDir.isValid());
         writePicture(QStringLiteral("photo.png"), "PNG");
         writePicture(QStringLiteral("photo2.jpg"), "JPG", Qt::darkRed);
         writePicture(QStringLiteral("scan.TIF"), "TIFF");
@@ -129,143 +188,168 @@ private slots:
         writeBytes(QStringLiteral("photo.Jpg"), "whatever");
         writeBytes(QStringLiteral("README"), "read me");
         writeBytes(QStringLiteral("scan3.tiff"), multiPageTiff({ 30, 120, 220 }));
+        writeBytes(QStringLiteral("archive.zip"), "PK\x05\x06");
+        for (const char *name : { "report.pdf", "book.xlsx", "letter.doc", "report.pptx", "report.ppt" })
+            writeBytes(QString::fromLatin1(name), "not a document");
     }
 
+    // A fresh window with a fresh catalogue open, in the file display of the folder: its first
+    // file (archive.zip) shown.
     void init()
     {
-        m_prompter = std::make_unique<ScriptedPrompter>();
-        m_form = std::make_unique<Form1>(*m_prompter);
-        m_form->ModeNo = 3; // a search list: the record display's buttons
-        m_form->LayoutState = 2;
+        const QString catalogue = m_catDir.filePath(QStringLiteral("viewer%1.mdb").arg(++m_catalogues));
+        {
+            test::SearchCatalogue cat;
+            QVERIFY(cat.create(catalogue));
+        }
+        m_h = std::make_unique<test::Form1Harness>();
+        prompter().planOpenFile(catalogue);
+        QVERIFY(m_h->click(QStringLiteral("DBopen")));
+        QVERIFY(form().catalog().isOpen());
+        QVERIFY(m_h->click(QStringLiteral("BackToStart")));
+        QVERIFY(m_h->click(QStringLiteral("StartShowFile")));
+        prompter().planFolder(folder());
+        QVERIFY(m_h->click(QStringLiteral("View")));
+        QCOMPARE(form().mode(), shell::Mode::FileShow);
+        QCOMPARE(form().browser().listedFolder(), folder());
+        QCOMPARE(shown(), QStringLiteral("archive.zip"));
+        prompter().clear();
     }
 
-    void cleanup()
-    {
-        m_form.reset();
-        m_prompter.reset();
-    }
+    void cleanup() { m_h.reset(); }
 
     void pictureIsShownFittedInTheFront()
     {
-        show(QStringLiteral("photo.png"));
+        QVERIFY(show(QStringLiteral("photo.png")));
         QVERIFY(inFront("imk"));
         QVERIFY(!inFront("mData"));
-        viewer::PictureView *imk = m_form->pictureView();
-        QVERIFY(imk->hasImage());
-        QCOMPARE(imk->image().size(), QSize(160, 90));
-        imk->resize(400, 400);
+        viewer::PictureView *view = imk();
+        QCOMPARE(view, form().viewer().pictureView());
+        QVERIFY(view->hasImage());
+        QCOMPARE(view->image().size(), QSize(160, 90));
+        view->resize(400, 400);
         // Fitted: the whole width used, the aspect ratio kept, centred vertically.
-        QCOMPARE(imk->pictureRect(), QRect(0, 87, 400, 225));
-        QCOMPARE(m_form->ViewerToolbarKind, 2);
-        QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("excel")));
-        QVERIFY(m_prompter->messages().isEmpty());
+        QCOMPARE(view->pictureRect(), QRect(0, 87, 400, 225));
+        QCOMPARE(viewerButtons(), 2);
+        QVERIFY(has("excel"));
+        QVERIFY(prompter().messages().isEmpty());
     }
 
     void viewerButtonsAreRebuiltOnlyWhenTheKindChanges()
     {
-        show(QStringLiteral("photo.png"));
-        m_form->setToolEnabled(QStringLiteral("excel"), false);
-        show(QStringLiteral("photo2.jpg")); // same kind: the toolbar stays as it is
-        QVERIFY(!m_form->toolAction(QStringLiteral("excel"))->isEnabled());
-        QCOMPARE(m_form->pictureView()->image().pixelColor(0, 0), QColor(Qt::darkRed));
+        QVERIFY(show(QStringLiteral("photo.png")));
+        form().toolAction(QStringLiteral("excel"))->setEnabled(false);
+        QVERIFY(press("Next")); // same kind: the toolbar stays as it is
+        QCOMPARE(shown(), QStringLiteral("photo2.jpg"));
+        QVERIFY(!enabled("excel"));
+        QCOMPARE(imk()->image().pixelColor(0, 0), QColor(Qt::darkRed));
 
-        show(QStringLiteral("memo.txt")); // text after a picture: rebuilt with "apri"
-        QCOMPARE(m_form->ViewerToolbarKind, 1);
-        QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("apri")));
-        QVERIFY(!m_form->toolbarKeys().contains(QStringLiteral("excel")));
+        QVERIFY(press("Prev"));
+        QVERIFY(press("Prev")); // unknown after a picture: no viewer buttons
+        QCOMPARE(shown(), QStringLiteral("photo.Jpg"));
+        QCOMPARE(viewerButtons(), 0);
+        for (const char *key : { "apri", "excel", "sxf" })
+            QVERIFY(!has(key));
+        QVERIFY(press("Prev")); // text: rebuilt with "apri"
+        QCOMPARE(shown(), QStringLiteral("memo.txt"));
+        QCOMPARE(viewerButtons(), 1);
+        QVERIFY(has("apri"));
+        QVERIFY(!has("excel"));
+        QVERIFY(press("Next"));
+        QVERIFY(press("Next")); // a picture after the unknown: rebuilt, "excel" enabled again
+        QCOMPARE(shown(), QStringLiteral("photo.png"));
+        QCOMPARE(viewerButtons(), 2);
+        QVERIFY(enabled("excel"));
 
-        show(QStringLiteral("photo.Jpg")); // unknown: no viewer buttons
-        QCOMPARE(m_form->ViewerToolbarKind, 0);
-        for (const QString &key : { QStringLiteral("apri"), QStringLiteral("excel"), QStringLiteral("sxf") })
-            QVERIFY(!m_form->toolbarKeys().contains(key));
-        show(QStringLiteral("memo.txt")); // and back to "apri"
-        QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("apri")));
-
-        show(QStringLiteral("photo.png"));
-        m_form->setToolEnabled(QStringLiteral("excel"), false);
-        m_form->ViewerToolbarKind = 0; // what the list handlers do before showing a file
-        show(QStringLiteral("photo2.jpg"));
-        QVERIFY(m_form->toolAction(QStringLiteral("excel"))->isEnabled());
+        // A click in the list rebuilds them whatever the kind.
+        form().toolAction(QStringLiteral("excel"))->setEnabled(false);
+        QVERIFY(show(QStringLiteral("photo2.jpg")));
+        QVERIFY(enabled("excel"));
+        QVERIFY(prompter().messages().isEmpty());
     }
 
     void singlePageTiff()
     {
-        show(QStringLiteral("scan.TIF"));
+        QVERIFY(show(QStringLiteral("scan3.tiff")));
+        QVERIFY(press("Prev"));
+        QCOMPARE(shown(), QStringLiteral("scan.TIF"));
         QVERIFY(inFront("imk"));
-        QVERIFY(m_form->pictureView()->hasImage());
-        QCOMPARE(m_form->ViewerToolbarKind, 3);
-        QCOMPARE(m_form->PageCount, 1);
-        QVERIFY(!m_form->toolAction(QStringLiteral("Gprev"))->isEnabled());
-        QVERIFY(!m_form->toolAction(QStringLiteral("Gnext"))->isEnabled());
-        QCOMPARE(m_form->statusPanelText(2),
+        QVERIFY(imk()->hasImage());
+        QCOMPARE(viewerButtons(), 3);
+        QCOMPARE(form().viewer().pageCount(), 1);
+        QVERIFY(!enabled("Gprev"));
+        QVERIFY(!enabled("Gnext"));
+        QCOMPARE(form().statusPanelText(2),
             QStringLiteral("「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー　　"));
     }
 
     void multiPageTiffPaging()
     {
-        show(QStringLiteral("scan3.tiff"));
-        QCOMPARE(m_form->PageCount, 3);
-        QCOMPARE(m_form->CurrentPage, 0);
-        QVERIFY(m_form->toolAction(QStringLiteral("Gprev"))->isEnabled());
-        QVERIFY(m_form->toolAction(QStringLiteral("Gnext"))->isEnabled());
-        QCOMPARE(m_form->statusPanelText(2), QStringLiteral("マルチページ：　1/3"));
-        const auto grey = [&] { return qGray(m_form->pictureView()->image().pixel(5, 5)); };
+        QVERIFY(show(QStringLiteral("scan.TIF")));
+        QVERIFY(press("Next"));
+        QCOMPARE(shown(), QStringLiteral("scan3.tiff"));
+        QCOMPARE(form().viewer().pageCount(), 3);
+        QCOMPARE(form().viewer().currentPage(), 0);
+        QVERIFY(enabled("Gprev"));
+        QVERIFY(enabled("Gnext"));
+        QCOMPARE(form().statusPanelText(2), QStringLiteral("マルチページ：　1/3"));
+        const auto grey = [&] { return qGray(imk()->image().pixel(5, 5)); };
         QCOMPARE(grey(), 30);
-        m_form->Toolbar_ButtonClick(QStringLiteral("Gnext"));
-        QCOMPARE(m_form->statusPanelText(2), QStringLiteral("マルチページ：　2/3"));
+        QVERIFY(press("Gnext"));
+        QCOMPARE(form().statusPanelText(2), QStringLiteral("マルチページ：　2/3"));
         QCOMPARE(grey(), 120);
-        m_form->Toolbar_ButtonClick(QStringLiteral("Gprev"));
-        m_form->Toolbar_ButtonClick(QStringLiteral("Gprev")); // wraps to the last page
-        QCOMPARE(m_form->statusPanelText(2), QStringLiteral("マルチページ：　3/3"));
+        QVERIFY(press("Gprev"));
+        QVERIFY(press("Gprev")); // wraps to the last page
+        QCOMPARE(form().statusPanelText(2), QStringLiteral("マルチページ：　3/3"));
         QCOMPARE(grey(), 220);
-        m_form->Toolbar_ButtonClick(QStringLiteral("Gnext"));
-        QCOMPARE(m_form->CurrentPage, 0);
+        QVERIFY(press("Gnext"));
+        QCOMPARE(form().viewer().currentPage(), 0);
     }
 
     void brokenPictureIsReported()
     {
-        show(QStringLiteral("broken.jpg"));
-        QCOMPARE(m_prompter->messages().size(), 1);
-        const auto msg = m_prompter->lastMessage();
+        QVERIFY(show(QStringLiteral("broken.jpg")));
+        QCOMPARE(prompter().messages().size(), 1);
+        const auto msg = prompter().lastMessage();
         QCOMPARE(msg.title, QStringLiteral("Almaren Tolvane"));
         QCOMPARE(msg.text, QStringLiteral("broken.jpg を読込みに失敗しました。"));
         QCOMPARE(msg.icon, Prompter::Icon::Warning);
         QVERIFY(inFront("imk"));
-        QVERIFY(!m_form->pictureView()->hasImage());
+        QVERIFY(!imk()->hasImage());
     }
 
     void noticesAreAtSize12()
     {
-        m_form->TextFontSize = 16;
-        show(QStringLiteral("photo.Jpg"));
+        setTextSize(16);
+        QVERIFY(show(QStringLiteral("photo.Jpg")));
         QVERIFY(inFront("mData"));
         QVERIFY(!inFront("imk"));
-        const QStringList lines = m_form->mData->toPlainText().split(QLatin1Char('\n'));
+        const QStringList lines = mData()->toPlainText().split(QLatin1Char('\n'));
         QCOMPARE(lines.size(), 6);
         QCOMPARE(lines[3], QStringLiteral(" photo.Jpg"));
         QCOMPARE(lines[5], QStringLiteral("表示できないファイル形式です。"));
-        QCOMPARE(sizeAt(m_form->mData, 5), 12.0);
+        QCOMPARE(sizeAt(mData(), 5), 12.0);
 
-        show(QStringLiteral("bridge.p21"));
-        QCOMPARE(m_form->ViewerToolbarKind, 4);
-        QVERIFY(m_form->toolbarKeys().contains(QStringLiteral("sxf")));
-        QVERIFY(m_form->mData->toPlainText().contains(QStringLiteral("「図面表示」ボタンをクリックしてください。　")));
-        QCOMPARE(sizeAt(m_form->mData, 5), 12.0);
+        QVERIFY(show(QStringLiteral("bridge.p21")));
+        QCOMPARE(viewerButtons(), 4);
+        QVERIFY(has("sxf"));
+        QVERIFY(mData()->toPlainText().contains(QStringLiteral("「図面表示」ボタンをクリックしてください。　")));
+        QCOMPARE(sizeAt(mData(), 5), 12.0);
     }
 
     void fileTextTakesTheTextSize()
     {
-        m_form->TextFontSize = 14;
-        show(QStringLiteral("memo.txt"));
+        setTextSize(14);
+        QVERIFY(show(QStringLiteral("memo.txt")));
         QVERIFY(inFront("mData"));
-        QCOMPARE(m_form->mData->toPlainText(), QStringLiteral("管理票のメモです。\n二行目"));
-        QCOMPARE(sizeAt(m_form->mData, 0), 14.0);
-        QCOMPARE(sizeAt(m_form->mData, 10), 14.0);
+        QCOMPARE(mData()->toPlainText(), QStringLiteral("管理票のメモです。\n二行目"));
+        QCOMPARE(sizeAt(mData(), 0), 14.0);
+        QCOMPARE(sizeAt(mData(), 10), 14.0);
 
-        show(QStringLiteral("letter.rtf"));
-        QCOMPARE(m_form->mData->toPlainText(), QStringLiteral("日本\nbold\n"));
-        QCOMPARE(sizeAt(m_form->mData, 0), 14.0);
-        QTextCursor c(m_form->mData->document());
+        QVERIFY(show(QStringLiteral("letter.rtf")));
+        QCOMPARE(mData()->toPlainText(), QStringLiteral("日本\nbold\n"));
+        QCOMPARE(sizeAt(mData(), 0), 14.0);
+        QTextCursor c(mData()->document());
         c.setPosition(4);
         c.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor);
         QCOMPARE(c.charFormat().fontWeight(), int(QFont::Bold));
@@ -273,11 +357,11 @@ private slots:
 
     void searchTextBoxFollowsTheExtension()
     {
-        auto *text1 = m_form->findChild<QWidget *>(QStringLiteral("Text1(0)"));
+        auto *text1 = form().findChild<QWidget *>(QStringLiteral("Text1(0)"));
         QVERIFY(text1);
         const auto check = [&](const char *name, bool hidden) {
             text1->show();
-            show(QString::fromLatin1(name));
+            QVERIFY(show(QString::fromLatin1(name)));
             QCOMPARE(text1->isHidden(), hidden);
         };
         check("photo.png", true);
@@ -289,37 +373,37 @@ private slots:
     void openInApplication()
     {
         QStringList opened;
-        m_form->FileOpener = [&](const QString &path) {
+        form().viewer().setFileOpener([&](const QString &path) {
             opened.append(path);
             return true;
-        };
-        m_form->CurrentFolder = folder();
+        });
         for (const char *name : { "memo.txt", "report.pdf", "book.xlsx", "letter.doc" }) {
-            m_form->CurrentFileName = QString::fromLatin1(name);
-            m_form->OpenInApplication();
+            QVERIFY(show(QString::fromLatin1(name)));
+            QVERIFY(press("apri"));
         }
         QCOMPARE(opened.size(), 4);
-        QCOMPARE(opened.first(), m_tmp.filePath(QStringLiteral("memo.txt")));
+        QCOMPARE(opened.first(), folder() + QDir::separator() + QStringLiteral("memo.txt"));
 
-        m_form->CurrentFileName = QStringLiteral("report.pptx");
-        m_form->OpenInApplication();
-        QVERIFY(m_prompter->messages().isEmpty());
+        QVERIFY(show(QStringLiteral("report.pptx")));
+        QVERIFY(press("apri"));
+        QVERIFY(prompter().messages().isEmpty());
 
-        m_form->CurrentFileName = QStringLiteral("report.ppt");
-        m_form->Toolbar_ButtonClick(QStringLiteral("apri"));
-        QCOMPARE(m_prompter->messages().size(), 1);
-        QCOMPARE(m_prompter->lastMessage().text, QStringLiteral("ppt　ー＞アプリケーションソフトを起動できません。"));
-        QCOMPARE(m_prompter->lastMessage().icon, Prompter::Icon::Warning);
+        QVERIFY(show(QStringLiteral("report.ppt")));
+        QVERIFY(press("apri"));
+        QCOMPARE(prompter().messages().size(), 1);
+        QCOMPARE(prompter().lastMessage().text, QStringLiteral("ppt　ー＞アプリケーションソフトを起動できません。"));
+        QCOMPARE(prompter().lastMessage().icon, Prompter::Icon::Warning);
         QCOMPARE(opened.size(), 4);
     }
 
-    void clearPicTxtEmptiesBoth()
+    void leavingTheFileEmptiesBothPanes()
     {
-        show(QStringLiteral("photo.png"));
-        m_form->mData->setPlainText(QStringLiteral("x"));
-        m_form->ClearPicTxt();
-        QVERIFY(!m_form->pictureView()->hasImage());
-        QVERIFY(m_form->mData->toPlainText().isEmpty());
+        QVERIFY(show(QStringLiteral("memo.txt")));
+        QVERIFY(show(QStringLiteral("photo.png")));
+        QVERIFY(!mData()->toPlainText().isEmpty()); // the hidden text pane keeps the last text
+        QVERIFY(m_h->click(QStringLiteral("BackTo")));
+        QVERIFY(!imk()->hasImage());
+        QVERIFY(mData()->toPlainText().isEmpty());
     }
 };
 
