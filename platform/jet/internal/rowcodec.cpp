@@ -1,5 +1,6 @@
 #include "platform/jet/internal/rowcodec.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -7,10 +8,15 @@
 #include <QUuid>
 
 #include "platform/jet/internal/bytes.h"
+#include "platform/jet/internal/datapage.h"
 
 namespace tolvane::jet::internal {
 
 namespace {
+
+// Compressed text: at least this many characters (shorter gains nothing), at most this many.
+constexpr qsizetype kMinCompressed = 3;
+constexpr qsizetype kMaxCompressed = 1024;
 
 Status badRow(const QString &what)
 {
@@ -38,17 +44,17 @@ Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
         if (pg >= store->pageCount() || hops > 100000)
             return badRow(QStringLiteral("long value pointer out of range"));
         const uchar *page = store->page(pg);
-        int s = 0, e = 0;
-        if (page[0] != kPageData || !rowExtent(page, row, &s, &e))
+        const std::optional<RowExtent> e = page[0] == kPageData ? rowExtent(page, row) : std::nullopt;
+        if (!e)
             return badRow(QStringLiteral("long value row missing"));
         if (single) {
-            out.append(reinterpret_cast<const char *>(page + s), std::min<qint64>(total, e - s));
+            out.append(reinterpret_cast<const char *>(page + e->start), std::min<qint64>(total, e->length()));
             break;
         }
-        if (e - s < 4)
+        if (e->length() < 4)
             return badRow(QStringLiteral("long value chain row too short"));
-        ptr = u32(page + s);
-        out.append(reinterpret_cast<const char *>(page + s + 4), e - s - 4);
+        ptr = u32(page + e->start);
+        out.append(reinterpret_cast<const char *>(page + e->start + 4), e->length() - 4);
     }
     if (out.size() > total)
         out.truncate(qsizetype(total));
@@ -171,27 +177,27 @@ QString decodeText(const uchar *p, int n)
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(p), n / 2);
 }
 
+QByteArray utf16le(const QString &s)
+{
+    QByteArray out(2 * s.size(), Qt::Uninitialized);
+    for (qsizetype i = 0; i < s.size(); ++i)
+        put16(bytesAt(out, 2 * i), s.at(i).unicode());
+    return out;
+}
+
 QByteArray encodeText(const QString &s, bool compressible)
 {
-    const int n = int(s.size());
-    bool compress = compressible && n >= 3 && n <= 1024;
-    for (int i = 0; compress && i < n; ++i) {
-        const char16_t c = s.at(i).unicode();
-        compress = c >= 0x01 && c <= 0xFF;
-    }
+    const qsizetype n = s.size();
+    const bool compress = compressible && n >= kMinCompressed && n <= kMaxCompressed
+        && std::all_of(s.cbegin(), s.cend(), [](QChar c) { return c.unicode() >= 0x01 && c.unicode() <= 0xFF; });
+    if (!compress)
+        return utf16le(s);
     QByteArray out;
-    if (compress) {
-        out.reserve(n + 2);
-        out.append(char(0xFF));
-        out.append(char(0xFE));
-        for (QChar c : s)
-            out.append(char(c.unicode()));
-        return out;
-    }
-    out.resize(2 * n);
-    uchar *d = reinterpret_cast<uchar *>(out.data());
-    for (int i = 0; i < n; ++i)
-        put16(d + 2 * i, s.at(i).unicode());
+    out.reserve(n + 2);
+    out.append(char(0xFF));
+    out.append(char(0xFE));
+    for (QChar c : s)
+        out.append(char(c.unicode()));
     return out;
 }
 
@@ -428,34 +434,30 @@ QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
         }
     }
 
-    QByteArray row;
-    row.reserve(std::max(minLength, 64));
-    uchar b2[2];
-    put16(b2, quint16(ncols));
-    row.append(reinterpret_cast<const char *>(b2), 2);
-    row.append(fixed);
+    // Column count, fixed area, variable data, padding, then the trailer: end of the variable
+    // data, their offsets last to first, their count, and the null mask.
+    ByteWriter row;
+    row.data().reserve(std::max(minLength, 64));
+    row.u16(quint32(ncols));
+    row.bytes(fixed);
     QList<int> offsets;
     for (const QByteArray &v : var) {
-        offsets.append(int(row.size()));
-        row.append(v);
+        offsets.append(row.size());
+        row.bytes(v);
     }
-    const int eod = int(row.size());
+    const int eod = row.size();
     const int trailer = t.varSlots > 0 ? 2 * (t.varSlots + 2) : 0;
     const int pad = minLength - (eod + trailer + maskLen);
     if (pad > 0)
-        row.append(QByteArray(pad, '\0'));
+        row.zeros(pad);
     if (t.varSlots > 0) {
-        put16(b2, quint16(eod));
-        row.append(reinterpret_cast<const char *>(b2), 2);
-        for (int i = int(offsets.size()) - 1; i >= 0; --i) {
-            put16(b2, quint16(offsets.at(i)));
-            row.append(reinterpret_cast<const char *>(b2), 2);
-        }
-        put16(b2, quint16(offsets.size()));
-        row.append(reinterpret_cast<const char *>(b2), 2);
+        row.u16(quint32(eod));
+        for (qsizetype i = offsets.size() - 1; i >= 0; --i)
+            row.u16(quint32(offsets.at(i)));
+        row.u16(quint32(offsets.size()));
     }
-    row.append(mask);
-    return row;
+    row.bytes(mask);
+    return row.data();
 }
 
 } // namespace tolvane::jet::internal

@@ -20,9 +20,11 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
 // that size, for rewriting a row inside a larger extent.
 QByteArray encodeRow(const TableDef &t, const Row &values, int minLength = 0);
 
-// Text as stored: compressed (FF FE + one byte per character) when allowed and worthwhile,
-// otherwise UTF-16LE.
+// Text as stored: compressed (FF FE + one byte per character) when the column allows it and
+// the text has 3 to 1024 characters, all in U+0001..U+00FF; otherwise UTF-16LE.
 QByteArray encodeText(const QString &s, bool compressible);
+// UTF-16LE: uncompressed text, and names in table definitions.
+QByteArray utf16le(const QString &s);
 // Stored text back to a string: UTF-16LE, or the compressed form with 00 bytes switching
 // between one-byte and two-byte segments.
 QString decodeText(const uchar *p, int n);
