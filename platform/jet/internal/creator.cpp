@@ -238,9 +238,14 @@ struct IndexEntry {
     RowLocation at;
 };
 
+struct Leaf {
+    QByteArray page;
+    int distinctKeys = 0;
+};
+
 // One index leaf holding every entry: header, entry-end bitmask, entries in key order.
-// Returns the page and the number of distinct keys, or nothing when the entries overflow it.
-std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int *distinct)
+// Nothing when the entries overflow it.
+std::optional<Leaf> buildLeaf(int tdefPage, QList<IndexEntry> entries)
 {
     std::sort(entries.begin(), entries.end(), [](const IndexEntry &a, const IndexEntry &b) {
         if (a.key != b.key) {
@@ -256,7 +261,7 @@ std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int
     page[1] = char(0x01);
     put32(bytesAt(page, 4), quint32(tdefPage));
     int pos = 0;
-    *distinct = 0;
+    int distinct = 0;
     const QByteArray *previous = nullptr;
     for (const IndexEntry &e : entries) {
         QByteArray entry = e.key;
@@ -270,11 +275,11 @@ std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int
         pos += int(entry.size());
         page[kLeafMaskStart + pos / 8] = char(uchar(page[kLeafMaskStart + pos / 8]) | (1u << (pos % 8)));
         if (!previous || *previous != e.key)
-            ++*distinct;
+            ++distinct;
         previous = &e.key;
     }
     put16(bytesAt(page, 2), quint16(kPageSize - kLeafEntriesStart - pos));
-    return page;
+    return Leaf { page, distinct };
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -851,10 +856,11 @@ QList<RowLocation> placeRows(Table &t, const QList<QByteArray> &rows, QList<QByt
 bool writeLeaf(Table &t, int index, const QList<IndexEntry> &entries, QList<QByteArray> &pages)
 {
     RealIndex &ix = t.indexes[index];
-    std::optional<QByteArray> leaf = buildLeaf(t.tdefPages.first(), entries, &ix.distinctKeys);
+    const std::optional<Leaf> leaf = buildLeaf(t.tdefPages.first(), entries);
     if (!leaf)
         return false;
-    pages[ix.rootPage] = *leaf;
+    pages[ix.rootPage] = leaf->page;
+    ix.distinctKeys = leaf->distinctKeys;
     return true;
 }
 

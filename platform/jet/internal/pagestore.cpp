@@ -73,7 +73,7 @@ Result<std::unique_ptr<PageStore>> PageStore::open(FileAccess &files, const QStr
     }
     if (Status s = store->recoverJournal(writable); !s)
         return s;
-    if (store->m_data.isEmpty() || store->m_data.size() % kPageBytes != 0)
+    if (store->m_data.isEmpty() || store->m_data.size() % kPageSize != 0)
         return Status::corruption(QStringLiteral("%1 is not a Jet database (size %2 is not a whole number of pages)")
                                       .arg(QDir::toNativeSeparators(path))
                                       .arg(store->m_data.size()));
@@ -96,19 +96,19 @@ Result<std::optional<PageStore::Journal>> PageStore::readJournal() const
     const uchar *p = bytesAt(j, 0);
     const quint64 fileSize = u64(p + 8);
     const quint32 count = u32(p + 16);
-    const qint64 expected = kJournalHeader + qint64(count) * (4 + kPageBytes) + 8;
+    const qint64 expected = kJournalHeader + qint64(count) * (4 + kPageSize) + 8;
     Fnv1a sum;
     sum.add(QByteArrayView(j).first(std::min<qint64>(expected - 8, j.size())));
-    if (j.size() != expected || fileSize % kPageBytes != 0 || u64(p + expected - 8) != sum.value())
+    if (j.size() != expected || fileSize % kPageSize != 0 || u64(p + expected - 8) != sum.value())
         return std::optional<Journal>();
     Journal journal;
     journal.fileSize = qint64(fileSize);
     for (quint32 i = 0; i < count; ++i) {
-        const qsizetype at = kJournalHeader + qsizetype(i) * (4 + kPageBytes);
+        const qsizetype at = kJournalHeader + qsizetype(i) * (4 + kPageSize);
         const quint32 pg = u32(p + at);
-        if ((qint64(pg) + 1) * kPageBytes > journal.fileSize)
+        if ((qint64(pg) + 1) * kPageSize > journal.fileSize)
             return Status::corruption(QStringLiteral("journal names page %1 beyond the file").arg(pg));
-        journal.pages.append({ pg, j.mid(at + 4, kPageBytes) });
+        journal.pages.append({ pg, j.mid(at + 4, kPageSize) });
     }
     return std::optional<Journal>(std::move(journal));
 }
@@ -128,7 +128,7 @@ Status PageStore::recoverJournal(bool writeBack)
     const Journal &j = **journal;
     m_data.resize(qsizetype(std::max<qint64>(j.fileSize, m_data.size())));
     for (const auto &[pg, image] : j.pages)
-        std::memcpy(m_data.data() + qint64(pg) * kPageBytes, image.constData(), kPageBytes);
+        std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), kPageSize);
     m_data.resize(qsizetype(j.fileSize));
     return writeBack ? restoreFile(j) : Status::ok();
 }
@@ -140,7 +140,7 @@ Status PageStore::restoreFile(const Journal &journal)
         if (!f)
             return f.status();
         for (const auto &[pg, image] : journal.pages) {
-            if (Status s = (*f)->write(qint64(pg) * kPageBytes, image); !s)
+            if (Status s = (*f)->write(qint64(pg) * kPageSize, image); !s)
                 return s;
         }
         if (Status s = (*f)->resize(journal.fileSize); !s)
@@ -173,18 +173,18 @@ bool PageStore::changedOnDisk() const
 
 uchar *PageStore::mutablePage(quint32 n)
 {
-    const char *src = m_data.constData() + qint64(n) * kPageBytes;
+    const char *src = m_data.constData() + qint64(n) * kPageSize;
     if (n < m_committedPages && !m_original.contains(n))
-        m_original.insert(n, QByteArray(src, kPageBytes));
+        m_original.insert(n, QByteArray(src, kPageSize));
     if (m_savepoint && n < m_savepointPages && !m_savepointImages.contains(n))
-        m_savepointImages.insert(n, QByteArray(src, kPageBytes));
-    return reinterpret_cast<uchar *>(m_data.data()) + qint64(n) * kPageBytes;
+        m_savepointImages.insert(n, QByteArray(src, kPageSize));
+    return reinterpret_cast<uchar *>(m_data.data()) + qint64(n) * kPageSize;
 }
 
 quint32 PageStore::appendPage()
 {
     const quint32 n = pageCount();
-    m_data.append(QByteArray(kPageBytes, '\0'));
+    m_data.append(QByteArray(kPageSize, '\0'));
     return n;
 }
 
@@ -206,16 +206,16 @@ void PageStore::rollbackToSavepoint()
     if (!m_savepoint)
         return;
     for (auto it = m_savepointImages.cbegin(); it != m_savepointImages.cend(); ++it)
-        std::memcpy(m_data.data() + qint64(it.key()) * kPageBytes, it.value().constData(), kPageBytes);
-    m_data.resize(qsizetype(m_savepointPages) * kPageBytes);
+        std::memcpy(m_data.data() + qint64(it.key()) * kPageSize, it.value().constData(), kPageSize);
+    m_data.resize(qsizetype(m_savepointPages) * kPageSize);
     releaseSavepoint();
 }
 
 void PageStore::rollback()
 {
     for (auto it = m_original.cbegin(); it != m_original.cend(); ++it)
-        std::memcpy(m_data.data() + qint64(it.key()) * kPageBytes, it.value().constData(), kPageBytes);
-    m_data.resize(qsizetype(m_committedPages) * kPageBytes);
+        std::memcpy(m_data.data() + qint64(it.key()) * kPageSize, it.value().constData(), kPageSize);
+    m_data.resize(qsizetype(m_committedPages) * kPageSize);
     m_original.clear();
     releaseSavepoint();
 }
@@ -237,7 +237,7 @@ Status PageStore::writeJournal(const QList<quint32> &changed)
     };
     ByteWriter header;
     header.bytes(QByteArrayView(kJournalMagic, 8));
-    header.u64(quint64(m_committedPages) * kPageBytes);
+    header.u64(quint64(m_committedPages) * kPageSize);
     header.u32(quint32(changed.size()));
     if (Status s = append(header.data()); !s)
         return s;
@@ -266,8 +266,8 @@ Status PageStore::writePages(const QList<quint32> &changed)
     for (quint32 pg = m_committedPages; pg < pageCount(); ++pg)
         toWrite.append(pg);
     for (quint32 pg : toWrite) {
-        const QByteArrayView image(m_data.constData() + qint64(pg) * kPageBytes, kPageBytes);
-        if (Status s = (*f)->write(qint64(pg) * kPageBytes, image); !s)
+        const QByteArrayView image(m_data.constData() + qint64(pg) * kPageSize, kPageSize);
+        if (Status s = (*f)->write(qint64(pg) * kPageSize, image); !s)
             return s;
     }
     if (Status s = (*f)->resize(m_data.size()); !s)
@@ -300,7 +300,7 @@ Status PageStore::commit()
     if (!s) {
         // The file may be half-written: it is put back from the committed images now, or, when
         // that fails too, from the journal at the next open.
-        Journal committed { qint64(m_committedPages) * kPageBytes, {} };
+        Journal committed { qint64(m_committedPages) * kPageSize, {} };
         for (quint32 pg : changed)
             committed.pages.append({ pg, m_original.value(pg) });
         restoreFile(committed);

@@ -19,6 +19,7 @@
 #include <QList>
 #include <QString>
 
+#include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/fileaccess.h"
 #include "platform/status.h"
 
@@ -35,11 +36,11 @@ public:
     static QString journalPath(const QString &path) { return path + QStringLiteral("-journal"); }
 
     const QString &path() const { return m_path; }
-    quint32 pageCount() const { return quint32(m_data.size() / kPageBytes); }
+    quint32 pageCount() const { return quint32(m_data.size() / kPageSize); }
     // Requires: n < pageCount(). The pointer is valid until the next appendPage().
     const uchar *page(quint32 n) const
     {
-        return reinterpret_cast<const uchar *>(m_data.constData()) + qint64(n) * kPageBytes;
+        return reinterpret_cast<const uchar *>(m_data.constData()) + qint64(n) * kPageSize;
     }
     // Marks page n changed (remembering its committed image) and returns it for writing.
     // Requires: n < pageCount(). The pointer is valid until the next appendPage().
@@ -69,7 +70,6 @@ public:
     bool changedOnDisk() const;
 
 private:
-    static constexpr int kPageBytes = 4096;
     // The committed state a journal holds: the file's size and the images of changed pages.
     struct Journal {
         qint64 fileSize = 0;

@@ -25,7 +25,7 @@ Status badRow(const QString &what)
 
 // A long value (memo/OLE): a 12-byte header with the length and flags, then the data inline,
 // or a pointer to one row on a long-value page, or a chain of such rows.
-Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
+Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore &store)
 {
     if (n < 12)
         return badRow(QStringLiteral("long value header too short"));
@@ -33,17 +33,15 @@ Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
     const qint64 total = head & 0x3FFFFFFF;
     if (head & 0x80000000u)
         return QByteArray(reinterpret_cast<const char *>(p + 12), std::min<qint64>(total, n - 12));
-    if (!store)
-        return badRow(QStringLiteral("long value outside the row"));
     quint32 ptr = u32(p + 4);
     QByteArray out;
     const bool single = head & 0x40000000u;
     for (int hops = 0; ptr != 0 && out.size() < total; ++hops) {
         const quint32 pg = ptr >> 8;
         const int row = int(ptr & 0xFF);
-        if (pg >= store->pageCount() || hops > 100000)
+        if (pg >= store.pageCount() || hops > 100000)
             return badRow(QStringLiteral("long value pointer out of range"));
-        const uchar *page = store->page(pg);
+        const uchar *page = store.page(pg);
         const std::optional<RowExtent> e = page[0] == kPageData ? rowExtent(page, row) : std::nullopt;
         if (!e)
             return badRow(QStringLiteral("long value row missing"));
@@ -61,53 +59,24 @@ Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
     return out;
 }
 
-QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store, Status *err)
+// Values that hold no pointers: any bytes decode to something (null when too short).
+QVariant decodeScalar(ColumnType type, const uchar *p, int n)
 {
-    switch (ColumnType(type)) {
+    switch (type) {
     case ColumnType::Byte:
         return n >= 1 ? QVariant(int(p[0])) : QVariant();
     case ColumnType::Integer:
         return n >= 2 ? QVariant(int(i16(p))) : QVariant();
     case ColumnType::Long:
         return n >= 4 ? QVariant(int(i32(p))) : QVariant();
-    case ColumnType::Money: {
-        if (n < 8)
-            return {};
-        const qint64 v = qint64(quint64(u32(p)) | (quint64(u32(p + 4)) << 32));
-        return double(v) / 10000.0;
-    }
+    case ColumnType::Money:
+        return n >= 8 ? QVariant(double(qint64(u64(p))) / 10000.0) : QVariant();
     case ColumnType::Float:
         return n >= 4 ? QVariant(double(f32(p))) : QVariant();
     case ColumnType::Double:
         return n >= 8 ? QVariant(f64(p)) : QVariant();
-    case ColumnType::DateTime: {
-        if (n < 8)
-            return {};
-        const double d = f64(p);
-        if (!std::isfinite(d)) {
-            *err = badRow(QStringLiteral("date is not a number"));
-            return {};
-        }
-        return fromOleDate(d);
-    }
     case ColumnType::Text:
         return decodeText(p, n);
-    case ColumnType::Memo: {
-        Result<QByteArray> b = readLongValue(p, n, store);
-        if (!b) {
-            *err = b.status();
-            return {};
-        }
-        return decodeText(reinterpret_cast<const uchar *>(b->constData()), int(b->size()));
-    }
-    case ColumnType::Ole: {
-        Result<QByteArray> b = readLongValue(p, n, store);
-        if (!b) {
-            *err = b.status();
-            return {};
-        }
-        return b.take();
-    }
     case ColumnType::Guid:
         if (n < 16)
             return {};
@@ -121,10 +90,33 @@ QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store,
             v = v * 4294967296.0 + double(u32(p + 1 + 4 * i));
         return (p[0] & 0x80) ? -v : v;
     }
-    case ColumnType::Boolean:
-    case ColumnType::Binary:
     default:
         return QByteArray(reinterpret_cast<const char *>(p), n);
+    }
+}
+
+Result<QVariant> decodeValue(quint8 type, const uchar *p, int n, const PageStore &store)
+{
+    switch (ColumnType(type)) {
+    case ColumnType::DateTime: {
+        if (n < 8)
+            return QVariant();
+        const double d = f64(p);
+        if (!std::isfinite(d))
+            return badRow(QStringLiteral("date is not a number"));
+        return QVariant(fromOleDate(d));
+    }
+    case ColumnType::Memo:
+    case ColumnType::Ole: {
+        Result<QByteArray> b = readLongValue(p, n, store);
+        if (!b)
+            return b.status();
+        if (ColumnType(type) == ColumnType::Ole)
+            return QVariant(b.take());
+        return QVariant(decodeText(bytesAt(*b, 0), int(b->size())));
+    }
+    default:
+        return decodeScalar(ColumnType(type), p, n);
     }
 }
 
@@ -201,7 +193,7 @@ QByteArray encodeText(const QString &s, bool compressible)
     return out;
 }
 
-Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore *store)
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store)
 {
     if (length < 3)
         return badRow(QStringLiteral("row of %1 bytes").arg(length));
@@ -231,7 +223,6 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
 
     Row values;
     values.reserve(t.columns.size());
-    Status err;
     for (const ColumnDef &c : t.columns) {
         const bool present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
         if (c.type == quint8(ColumnType::Boolean)) {
@@ -249,7 +240,10 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
             const int pos = 2 + c.fixedOffset;
             if (pos + size > dataEnd)
                 return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
-            values.append(decodeValue(c.type, row + pos, size, store, &err));
+            Result<QVariant> v = decodeValue(c.type, row + pos, size, store);
+            if (!v)
+                return v.status();
+            values.append(v.take());
         } else {
             if (c.varIndex >= nvar) {
                 values.append(QVariant());
@@ -259,10 +253,11 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
             const int end = c.varIndex + 1 < nvar ? u16(offsets - 2 * (c.varIndex + 1)) : eod;
             if (start < 2 || start > end || end > dataEnd)
                 return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
-            values.append(decodeValue(c.type, row + start, end - start, store, &err));
+            Result<QVariant> v = decodeValue(c.type, row + start, end - start, store);
+            if (!v)
+                return v.status();
+            values.append(v.take());
         }
-        if (!err)
-            return err;
     }
     return values;
 }

@@ -7,9 +7,9 @@
 
 namespace tolvane::jet::internal {
 
-// Decodes one row (the bytes of its extent). Long values are read through store (may be null
-// when the table has none). Corruption when offsets do not fit the extent.
-Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore *store);
+// Decodes one row (the bytes of its extent); long values are read from their pages in store.
+// Corruption when offsets do not fit the extent or a long value cannot be followed.
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store);
 
 // Checks and converts values for the table's columns (count, types, Text(n) limits in UTF-16
 // units, Long range). InvalidArgument on the first bad value; NotSupported for column types

@@ -102,7 +102,7 @@ Status TableRows::scan(const TableDef &t, const Visit &visit) const
             if (!at)
                 return at.status();
             Result<Row> row
-                = decodeRow(t, m_store.page(at->data.page) + at->extent.start, at->extent.length(), &m_store);
+                = decodeRow(t, m_store.page(at->data.page) + at->extent.start, at->extent.length(), m_store);
             if (!row)
                 return Status::corruption(
                     QStringLiteral("page %1 slot %2: %3").arg(p).arg(r).arg(row.status().message()));
@@ -118,7 +118,7 @@ Result<Row> TableRows::read(const TableDef &t, RowId id) const
     Result<Located> at = locate(t, id);
     if (!at)
         return at.status();
-    return decodeRow(t, m_store.page(at->data.page) + at->extent.start, at->extent.length(), &m_store);
+    return decodeRow(t, m_store.page(at->data.page) + at->extent.start, at->extent.length(), m_store);
 }
 
 Result<PhysicalStats> TableRows::stats(const TableDef &t) const
