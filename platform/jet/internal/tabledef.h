@@ -11,7 +11,7 @@
 
 namespace tolvane::jet::internal {
 
-// A usage map: the row that holds it (docs/jet4-engine.md, "Usage maps").
+// A usage map: the row that holds it (docs/jet4-engine.md, "Usage maps" under "Writing").
 struct MapRef {
     quint32 page = 0;
     int row = 0;

@@ -1,7 +1,7 @@
 // UsageMaps: the usage maps of a Jet 4 file (which pages a table owns, which of them have free
 // space, and in the global map which pages of the file are free) and the allocation of pages.
-// Map forms: docs/jet4-engine.md, "Usage maps". Works on a PageStore that must outlive it;
-// not thread-safe.
+// Map forms and rules: docs/jet4-engine.md ("Rows", "Usage maps"). Works on a PageStore that
+// must outlive it; not thread-safe.
 #pragma once
 
 #include <QList>
