@@ -216,7 +216,7 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
         ids.append(h.id);
         rows.append(std::move(h.row));
     }
-    return std::make_unique<Recordset>(this, info->name, names, indexes, ids, rows);
+    return std::make_unique<Recordset>(*this, info->name, names, indexes, ids, rows);
 }
 
 Result<QList<QPair<QVariant, int>>> Database::groupCount(

@@ -33,8 +33,10 @@ public:
     // Advisory byte-range locks between processes, with try semantics: true when the lock is
     // now held, false when another process holds a conflicting one. Several shared locks may
     // cover the same bytes; an exclusive one excludes every other lock. Requires: the file is
-    // open for writing when kind is Exclusive. A process holds at most one lock per range;
-    // locks end with unlock() or when the file is closed.
+    // open for writing when kind is Exclusive, and a process locks a range through one file
+    // only (systems differ on whether two files of one process conflict). Locks end with
+    // unlock() or when the file is closed; on POSIX systems also when the process closes any
+    // other file on the same disk file.
     enum class LockKind { Shared, Exclusive };
     virtual Result<bool> tryLock(LockKind kind, qint64 offset, qint64 length) = 0;
     virtual Status unlock(qint64 offset, qint64 length) = 0;
