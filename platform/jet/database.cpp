@@ -2,34 +2,46 @@
 
 #include <algorithm>
 
-#include <QDir>
-#include <QFileInfo>
-
 #include "platform/jet/internal/creator.h"
+#include "platform/jet/internal/diskfileaccess.h"
 #include "platform/jet/internal/engine.h"
 #include "platform/jet/recordset.h"
 
 namespace tolvane::jet {
 
-Database::Database(std::unique_ptr<Engine> engine)
-    : m_engine(std::move(engine))
+Database::Database(std::unique_ptr<internal::FileAccess> ownFiles, std::unique_ptr<Engine> engine)
+    : m_ownFiles(std::move(ownFiles))
+    , m_engine(std::move(engine))
 {
 }
 Database::~Database() = default;
 
 Result<std::unique_ptr<Database>> Database::open(const QString &path, OpenMode mode)
 {
-    Result<std::unique_ptr<Engine>> e = Engine::open(path, mode == OpenMode::ReadOnly);
+    auto disk = std::make_unique<internal::DiskFileAccess>();
+    Result<std::unique_ptr<Engine>> e = Engine::open(*disk, path, mode == OpenMode::ReadOnly);
     if (!e)
         return e.status();
-    return std::unique_ptr<Database>(new Database(e.take()));
+    return std::unique_ptr<Database>(new Database(std::move(disk), e.take()));
+}
+
+Result<std::unique_ptr<Database>> Database::open(internal::FileAccess &files, const QString &path, OpenMode mode)
+{
+    Result<std::unique_ptr<Engine>> e = Engine::open(files, path, mode == OpenMode::ReadOnly);
+    if (!e)
+        return e.status();
+    return std::unique_ptr<Database>(new Database(nullptr, e.take()));
 }
 
 Status Database::create(const QString &path, const QList<TableSpec> &tables)
 {
-    if (QFileInfo::exists(path))
-        return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
-    return internal::createDatabaseFile(path, tables);
+    internal::DiskFileAccess disk;
+    return create(disk, path, tables);
+}
+
+Status Database::create(internal::FileAccess &files, const QString &path, const QList<TableSpec> &tables)
+{
+    return internal::createDatabaseFile(files, path, tables);
 }
 
 QString Database::path() const
@@ -204,7 +216,7 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
         ids.append(h.id);
         rows.append(std::move(h.row));
     }
-    return std::make_unique<Recordset>(this, info->name, names, indexes, ids, rows);
+    return std::make_unique<Recordset>(*this, info->name, names, indexes, ids, rows);
 }
 
 Result<QList<QPair<QVariant, int>>> Database::groupCount(

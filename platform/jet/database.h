@@ -14,6 +14,9 @@ namespace tolvane::jet {
 
 class Recordset;
 class Engine; // internal
+namespace internal {
+class FileAccess;
+}
 
 class Database {
 public:
@@ -25,11 +28,16 @@ public:
     // In ReadWrite mode a file whose "<name>.ldb" lock file exists, or that cannot be written,
     // is opened read-only: isReadOnly() is then true and readOnlyReason() says why.
     static Result<std::unique_ptr<Database>> open(const QString &path, OpenMode mode = OpenMode::ReadWrite);
+    // The same with every file operation going through files (internal/fileaccess.h), which
+    // must outlive the Database. open(path, mode) uses the disk.
+    static Result<std::unique_ptr<Database>> open(
+        internal::FileAccess &files, const QString &path, OpenMode mode = OpenMode::ReadWrite);
 
     // Creates a brand-new file at path holding the given (empty) user tables, in that order.
     // Never overwrites: InvalidArgument when path already exists. The file appears complete or
     // not at all.
     static Status create(const QString &path, const QList<TableSpec> &tables);
+    static Status create(internal::FileAccess &files, const QString &path, const QList<TableSpec> &tables);
 
     ~Database();
     Database(const Database &) = delete;
@@ -79,7 +87,8 @@ public:
         const QString &table, const QString &column, const QList<Condition> &conditions = {});
 
 private:
-    explicit Database(std::unique_ptr<Engine> engine);
+    Database(std::unique_ptr<internal::FileAccess> ownFiles, std::unique_ptr<Engine> engine);
+    std::unique_ptr<internal::FileAccess> m_ownFiles; // the disk, when the caller gave none
     std::unique_ptr<Engine> m_engine;
     friend class Recordset;
 };

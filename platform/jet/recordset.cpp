@@ -5,7 +5,7 @@
 namespace tolvane::jet {
 
 Recordset::Recordset(
-    Database *db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows)
+    Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows)
     : m_db(db)
     , m_table(std::move(table))
     , m_columns(std::move(columns))
@@ -173,13 +173,13 @@ Status Recordset::update()
 {
     if (!m_editing)
         return Status::invalidArgument(QStringLiteral("nothing to update"));
-    Result<TableInfo> info = m_db->tableInfo(m_table);
+    Result<TableInfo> info = m_db.tableInfo(m_table);
     if (!info)
         return info.status();
     // Columns outside this recordset keep their stored values (null for a new row).
     Row full(info->columns.size());
     if (!m_adding) {
-        Result<Row> stored = m_db->readRow(m_table, m_ids.at(m_cur));
+        Result<Row> stored = m_db.readRow(m_table, m_ids.at(m_cur));
         if (!stored)
             return stored.status();
         full = stored.take();
@@ -187,10 +187,10 @@ Status Recordset::update()
     for (int i = 0; i < m_tableColumns.size(); ++i)
         full[m_tableColumns.at(i)] = m_buffer.at(i);
     if (m_adding) {
-        Result<RowId> id = m_db->insertRow(m_table, full);
+        Result<RowId> id = m_db.insertRow(m_table, full);
         if (!id)
             return id.status();
-        Result<Row> stored = m_db->readRow(m_table, *id);
+        Result<Row> stored = m_db.readRow(m_table, *id);
         Row shown = m_buffer;
         if (stored)
             for (int i = 0; i < m_tableColumns.size(); ++i)
@@ -203,9 +203,9 @@ Status Recordset::update()
         ++m_visibleCount;
         m_cur = int(m_rows.size()) - 1;
     } else {
-        if (Status s = m_db->updateRow(m_table, m_ids.at(m_cur), full); !s)
+        if (Status s = m_db.updateRow(m_table, m_ids.at(m_cur), full); !s)
             return s;
-        Result<Row> stored = m_db->readRow(m_table, m_ids.at(m_cur));
+        Result<Row> stored = m_db.readRow(m_table, m_ids.at(m_cur));
         Row shown = m_buffer;
         if (stored)
             for (int i = 0; i < m_tableColumns.size(); ++i)
@@ -230,7 +230,7 @@ Status Recordset::deleteCurrent()
     cancelUpdate();
     if (m_cur < 0 || m_cur >= m_rows.size() || m_deleted.at(m_cur))
         return Status::invalidArgument(QStringLiteral("no current row"));
-    if (Status s = m_db->deleteRow(m_table, m_ids.at(m_cur)); !s)
+    if (Status s = m_db.deleteRow(m_table, m_ids.at(m_cur)); !s)
         return s;
     m_deleted[m_cur] = true;
     if (m_visible.at(m_cur)) {

@@ -15,7 +15,7 @@ class Database;
 class Recordset {
 public:
     Recordset(
-        Database *db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows);
+        Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows);
 
     const QString &table() const { return m_table; }
     const QStringList &columnNames() const { return m_columns; }
@@ -64,7 +64,7 @@ private:
     void recomputeVisible();
     int firstVisibleFrom(int i, int step) const;
 
-    Database *m_db;
+    Database &m_db;
     QString m_table;
     QStringList m_columns;
     QList<int> m_tableColumns; // index of each field in the table's column order

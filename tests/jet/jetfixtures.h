@@ -1,8 +1,10 @@
-// Shared helpers of the engine tests: writable copies of reference files, and a comparison of
-// what the engine reads with what jet-check, mdbtools and mdb-reader see in the same file.
+// Shared helpers of the engine tests: writable copies of reference files, a view of a file's
+// structure through the engine's own units, and a comparison of what the engine reads with what
+// jet-check, mdbtools and mdb-reader see in the same file.
 #pragma once
 
 #include <algorithm>
+#include <optional>
 #include <tuple>
 
 #include <QDateTime>
@@ -11,6 +13,8 @@
 #include <QJsonObject>
 
 #include "platform/jet/database.h"
+#include "platform/jet/internal/catalogue.h"
+#include "platform/jet/internal/diskfileaccess.h"
 #include "support/oracles.h"
 
 namespace tolvane::test {
@@ -47,6 +51,39 @@ inline QList<jet::Row> scanAll(jet::Database &db, const QString &table)
     });
     return rows;
 }
+
+// A file as the engine's units read it (its pages, usage maps, table definitions and slots),
+// for tests that look below the rows. Read-only; a hot journal is applied in memory only.
+class StoredFile {
+public:
+    explicit StoredFile(const QString &path)
+    {
+        auto store = jet::internal::PageStore::open(m_disk, path, false);
+        if (!store)
+            qFatal("cannot read %s: %s", qPrintable(path), qPrintable(store.status().toString()));
+        m_store = store.take();
+        m_maps.emplace(*m_store);
+        m_rows.emplace(*m_store, *m_maps);
+        auto catalogue = jet::internal::Catalogue::load(*m_store, *m_rows);
+        if (!catalogue)
+            qFatal("cannot read %s: %s", qPrintable(path), qPrintable(catalogue.status().toString()));
+        m_catalogue = catalogue.take();
+    }
+
+    const jet::internal::PageStore &store() const { return *m_store; }
+    const jet::internal::UsageMaps &maps() const { return *m_maps; }
+    // Requires: the table exists.
+    const jet::internal::TableDef &def(const QString &table) const { return m_catalogue.find(table)->def; }
+    jet::internal::PhysicalStats stats(const QString &table) const { return *m_rows->stats(def(table)); }
+    QList<quint32> pages(jet::internal::MapRef map) const { return *m_maps->pages(map); }
+
+private:
+    jet::internal::DiskFileAccess m_disk;
+    std::unique_ptr<jet::internal::PageStore> m_store;
+    std::optional<jet::internal::UsageMaps> m_maps;
+    std::optional<jet::internal::TableRows> m_rows;
+    jet::internal::Catalogue m_catalogue;
+};
 
 // mdbtools prints a surrogate pair as two question marks.
 inline QString asMdbTools(QString s)

@@ -1,24 +1,50 @@
-// Helper of the transaction tests: writes transactions into a catalogue until it is killed.
+// Helper of the transaction tests: a second process, killed by the test.
 // Usage: jetkillhelper FILE ROWS_PER_TRANSACTION
-// Each transaction inserts ROWS rows carrying its sequence number (one more than the largest
-// already stored) and makes one earlier row grow, so that it moves. After each commit it
-// prints "committed <seq>".
+//   Writes transactions into a catalogue until it is killed. Each transaction inserts ROWS rows
+//   carrying its sequence number (one more than the largest already stored) and makes one
+//   earlier row grow, so that it moves. After each commit it prints "committed <seq>".
+// Usage: jetkillhelper --lock FILE
+//   Locks bytes 0-99 of FILE exclusively and 100-199 shared, prints "locked" and waits.
 #include <cstdio>
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QRandomGenerator>
+#include <QThread>
 
 #include "platform/jet/database.h"
+#include "platform/jet/internal/diskfileaccess.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
+
+namespace {
+
+int holdLocks(const QString &path)
+{
+    internal::DiskFileAccess disk;
+    auto file = disk.open(path, internal::FileAccess::OpenMode::ReadWrite);
+    if (!file)
+        return 1;
+    Result<bool> exclusive = (*file)->tryLock(internal::File::LockKind::Exclusive, 0, 100);
+    Result<bool> shared = (*file)->tryLock(internal::File::LockKind::Shared, 100, 100);
+    if (!exclusive || !*exclusive || !shared || !*shared)
+        return 1;
+    std::printf("locked\n");
+    std::fflush(stdout);
+    for (;;)
+        QThread::sleep(60);
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     if (argc < 3)
         return 2;
+    if (QString::fromLocal8Bit(argv[1]) == u"--lock")
+        return holdLocks(QString::fromLocal8Bit(argv[2]));
     const QString path = QString::fromLocal8Bit(argv[1]);
     const int perTxn = QString::fromLocal8Bit(argv[2]).toInt();
     auto db = Database::open(path);

@@ -9,9 +9,9 @@
 #include <QTest>
 
 #include "catalog/schema.h"
+#include "failingfileaccess.h"
 #include "jetfixtures.h"
 #include "platform/jet/database.h"
-#include "platform/jet/internal/creator.h"
 
 using namespace tolvane;
 using namespace Qt::StringLiterals;
@@ -19,7 +19,10 @@ using jet::ColumnSpec;
 using jet::ColumnType;
 using jet::TableSpec;
 
+using Fault = test::FailingFileAccess::Fault;
+
 Q_DECLARE_METATYPE(QList<jet::TableSpec>)
+Q_DECLARE_METATYPE(Fault)
 
 namespace {
 
@@ -138,6 +141,8 @@ private slots:
     void unusualShapesReadByEveryReader();
     void nameIndexKeysMatchAnAccessMadeFile();
     void neverOverwritesAnExistingFile();
+    void diskFaultsLeaveNoFile_data();
+    void diskFaultsLeaveNoFile();
     void refusesWhatItCannotWrite_data();
     void refusesWhatItCannotWrite();
     void rowsWrittenByTheEngineReadTheSameEverywhere();
@@ -169,7 +174,7 @@ void TstJetCreate::catalogueTablesReadByEveryReader()
     const QString path = dir.filePath(u"カタログ 2024.mdb"_s);
     const QList<TableSpec> tables = catalog::catalogTables();
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-    const Status s = jet::internal::createDatabaseFile(path, tables);
+    const Status s = jet::Database::create(path, tables);
     QVERIFY2(s.isOk(), qPrintable(s.toString()));
     const QDateTime after = QDateTime::currentDateTime().addSecs(1);
 
@@ -243,7 +248,7 @@ void TstJetCreate::unusualShapesReadByEveryReader()
     QFETCH(QList<TableSpec>, tables);
     QTemporaryDir dir;
     const QString path = dir.filePath(u"shape.mdb"_s);
-    const Status s = jet::internal::createDatabaseFile(path, tables);
+    const Status s = jet::Database::create(path, tables);
     QVERIFY2(s.isOk(), qPrintable(s.toString()));
     expectReadersSeeEmptyTables(path, tables);
 }
@@ -256,7 +261,7 @@ void TstJetCreate::nameIndexKeysMatchAnAccessMadeFile()
     const QString path = dir.filePath(u"same-names.mdb"_s);
     const QList<TableSpec> tables = { { u"Items"_s, { longCol(u"ItemId"_s) } }, { u"ManyRows"_s, { longCol(u"N"_s) } },
         { u"Compressed"_s, { longCol(u"Id"_s) } } };
-    QVERIFY(jet::internal::createDatabaseFile(path, tables).isOk());
+    QVERIFY(jet::Database::create(path, tables).isOk());
 
     constexpr int kNameIndexRoot = 7;
     const QList<QByteArray> ours = leafKeys(test::fileBytes(path), kNameIndexRoot);
@@ -275,15 +280,15 @@ void TstJetCreate::neverOverwritesAnExistingFile()
         QVERIFY(f.open(QIODevice::WriteOnly));
         f.write("not a database");
     }
-    Status s = jet::internal::createDatabaseFile(path, catalog::catalogTables());
+    Status s = jet::Database::create(path, catalog::catalogTables());
     QCOMPARE(s.code(), Status::Code::InvalidArgument);
     QCOMPARE(test::fileBytes(path), QByteArray("not a database"));
 
     // A second creation over a file this code made fails the same way and keeps the first.
     const QString made = dir.filePath(u"made.mdb"_s);
-    QVERIFY(jet::internal::createDatabaseFile(made, { { u"First"_s, { longCol(u"a"_s) } } }).isOk());
+    QVERIFY(jet::Database::create(made, { { u"First"_s, { longCol(u"a"_s) } } }).isOk());
     const QByteArray first = test::fileBytes(made);
-    s = jet::internal::createDatabaseFile(made, { { u"Second"_s, { longCol(u"b"_s) } } });
+    s = jet::Database::create(made, { { u"Second"_s, { longCol(u"b"_s) } } });
     QCOMPARE(s.code(), Status::Code::InvalidArgument);
     QCOMPARE(test::fileBytes(made), first);
     QCOMPARE(test::mdbTables(made), QStringList { u"First"_s });
@@ -292,8 +297,33 @@ void TstJetCreate::neverOverwritesAnExistingFile()
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name),
         (QStringList { u"catalogue.mdb"_s, u"made.mdb"_s }));
 
-    s = jet::internal::createDatabaseFile(dir.filePath(u"no/such/folder/x.mdb"_s), catalog::catalogTables());
+    s = jet::Database::create(dir.filePath(u"no/such/folder/x.mdb"_s), catalog::catalogTables());
     QCOMPARE(s.code(), Status::Code::NotFound);
+}
+
+void TstJetCreate::diskFaultsLeaveNoFile_data()
+{
+    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<int>("at");
+    QTest::newRow("disk full") << Fault::DiskFull << 10;
+    QTest::newRow("short write") << Fault::ShortWrite << 10;
+    QTest::newRow("sync fails") << Fault::FailedSync << 1;
+    QTest::newRow("crash") << Fault::Crash << 10;
+}
+
+void TstJetCreate::diskFaultsLeaveNoFile()
+{
+    QFETCH(Fault, fault);
+    QFETCH(int, at);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"catalogue.mdb"_s);
+    test::FailingFileAccess files;
+    files.arm(fault, at);
+    QCOMPARE(jet::Database::create(files, path, catalog::catalogTables()).code(), Status::Code::IOError);
+    QVERIFY(!QFile::exists(path));
+    // A live process removes its temporary file; a dead one leaves it, hidden.
+    const QStringList left = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden);
+    QCOMPARE(left.size(), fault == Fault::Crash ? 1 : 0);
 }
 
 void TstJetCreate::refusesWhatItCannotWrite_data()
@@ -333,7 +363,7 @@ void TstJetCreate::refusesWhatItCannotWrite()
 {
     QFETCH(QList<TableSpec>, tables);
     QTemporaryDir dir;
-    const Status s = jet::internal::createDatabaseFile(dir.filePath(u"refused.mdb"_s), tables);
+    const Status s = jet::Database::create(dir.filePath(u"refused.mdb"_s), tables);
     QCOMPARE(s.code(), Status::Code::InvalidArgument);
     QVERIFY(!s.message().isEmpty());
     QVERIFY(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).isEmpty());
@@ -343,7 +373,7 @@ void TstJetCreate::rowsWrittenByTheEngineReadTheSameEverywhere()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(u"filled.mdb"_s);
-    QVERIFY(jet::internal::createDatabaseFile(path, catalog::catalogTables()).isOk());
+    QVERIFY(jet::Database::create(path, catalog::catalogTables()).isOk());
 
     const QDateTime when(QDate(2024, 2, 29), QTime(23, 59, 58));
     const QList<jet::Row> fileRows = {
@@ -375,7 +405,7 @@ void TstJetCreate::tablesGrowPastManyPages()
     QTemporaryDir dir;
     const QString path = dir.filePath(u"grown.mdb"_s);
     const QList<TableSpec> tables = manyTables(40);
-    QVERIFY(jet::internal::createDatabaseFile(path, tables).isOk());
+    QVERIFY(jet::Database::create(path, tables).isOk());
     {
         auto db = jet::Database::open(path);
         QVERIFY2(db, qPrintable(db.status().toString()));
@@ -396,7 +426,7 @@ void TstJetCreate::fileGrowsPastTheFirstUsageMapWindow()
     // them, and every reader must still find every row.
     QTemporaryDir dir;
     const QString path = dir.filePath(u"large.mdb"_s);
-    QVERIFY(jet::internal::createDatabaseFile(path, catalog::catalogTables()).isOk());
+    QVERIFY(jet::Database::create(path, catalog::catalogTables()).isOk());
     {
         auto db = jet::Database::open(path);
         QVERIFY2(db, qPrintable(db.status().toString()));

@@ -1,17 +1,22 @@
-// Transactions: commit and rollback, the journal that makes a commit atomic, and a writer
-// killed at random moments always leaving the file as it was before or after a transaction.
+// Transactions: commit and rollback, the journal that makes a commit atomic under every fault
+// the disk can show, a writer killed at random moments, and locks between processes. The file
+// is always left as it was before or after a transaction.
+#include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "failingfileaccess.h"
 #include "jetfixtures.h"
-#include "platform/jet/internal/engine.h"
 #include "platform/jet/internal/pagestore.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
 using namespace Qt::StringLiterals;
+using Fault = test::FailingFileAccess::Fault;
+
+Q_DECLARE_METATYPE(Fault)
 
 namespace {
 
@@ -32,24 +37,88 @@ QMap<int, int> sequences(Database &db)
     return seqs;
 }
 
+// One transaction touching many pages: rows added on the last page and on new ones, rows that
+// grow and move, rows deleted.
+void changeLog(Database &db)
+{
+    QList<RowId> ids;
+    db.scan(u"Log"_s, [&](RowId id, const Row &) {
+        ids << id;
+        return true;
+    });
+    QVERIFY(db.beginTransaction());
+    for (int i = 0; i < 150; ++i)
+        QVERIFY(db.insertRow(u"Log"_s, Row { 2, i, u"second"_s, QVariant() }));
+    for (int i = 0; i < 30; ++i) {
+        Row r = *db.readRow(u"Log"_s, ids[7 * i]);
+        r[2] = QString(120, u'x');
+        QVERIFY(db.updateRow(u"Log"_s, ids[7 * i], r));
+    }
+    for (int i = 0; i < 10; ++i)
+        QVERIFY(db.deleteRow(u"Log"_s, ids[250 + i]));
+}
+
 } // namespace
 
 class TstJetTransaction : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void commitAndRollback();
-    void interruptedCommitIsRolledBackAtOpen_data();
-    void interruptedCommitIsRolledBackAtOpen();
-    void tornJournalIsIgnored();
+    void faultDuringCommit_data();
+    void faultDuringCommit();
     void killedWriterLeavesWholeTransactions();
     void twoConnectionsSeeEachOthersCommits();
+    void locksExcludeOtherProcesses();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_path;
+    // The file before changeLog(), its rows before and after, and what its commit writes.
+    QTemporaryDir m_baseDir;
+    QString m_base;
+    QList<Row> m_oldRows;
+    QList<Row> m_newRows;
+    int m_commitWrites = 0;
+    int m_journalWrites = 0;
+    int m_firstAppend = 0;
 };
+
+void TstJetTransaction::initTestCase()
+{
+    m_base = m_baseDir.filePath(u"base.mdb"_s);
+    QVERIFY(Database::create(m_base, kLogTable));
+    {
+        auto db = Database::open(m_base);
+        QVERIFY((*db)->beginTransaction());
+        for (int i = 0; i < 300; ++i)
+            QVERIFY((*db)->insertRow(u"Log"_s, Row { 1, i, u"first"_s, QVariant() }));
+        QVERIFY((*db)->commit());
+        m_oldRows = test::scanAll(**db, u"Log"_s);
+    }
+    // A commit without faults, to know its writes and its outcome.
+    const QString path = m_baseDir.filePath(u"changed.mdb"_s);
+    QVERIFY(test::copyFile(m_base, path));
+    test::FailingFileAccess files;
+    auto db = Database::open(files, path);
+    changeLog(**db);
+    files.disarm();
+    QVERIFY((*db)->commit());
+    m_newRows = test::scanAll(**db, u"Log"_s);
+    const qint64 baseSize = QFileInfo(m_base).size();
+    const QList<test::FailingFileAccess::Write> &writes = files.writes();
+    m_commitWrites = int(writes.size());
+    for (int i = 0; i < m_commitWrites; ++i) {
+        if (writes[i].path != path)
+            ++m_journalWrites;
+        else if (!m_firstAppend && writes[i].offset >= baseSize)
+            m_firstAppend = i + 1;
+    }
+    // Several pages journaled, changed and appended: the faults below land in every phase.
+    QVERIFY(m_journalWrites >= 5 && m_firstAppend > m_journalWrites + 2 && m_firstAppend < m_commitWrites);
+}
 
 void TstJetTransaction::init()
 {
@@ -86,76 +155,65 @@ void TstJetTransaction::commitAndRollback()
     JET_VERIFY_ORACLES(m_path);
 }
 
-void TstJetTransaction::interruptedCommitIsRolledBackAtOpen_data()
+void TstJetTransaction::faultDuringCommit_data()
 {
-    QTest::addColumn<int>("pagesWritten");
-    QTest::newRow("journal only") << 0;
-    QTest::newRow("one page written") << 1;
-    QTest::newRow("most pages written") << 6;
+    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<int>("at");
+    QTest::newRow("no fault") << Fault::None << 0;
+    QTest::newRow("disk full at the journal") << Fault::DiskFull << 1;
+    QTest::newRow("disk full at the first appended page") << Fault::DiskFull << m_firstAppend;
+    QTest::newRow("short write in the journal") << Fault::ShortWrite << 2;
+    QTest::newRow("short write of a page") << Fault::ShortWrite << m_journalWrites + 1;
+    QTest::newRow("journal sync fails") << Fault::FailedSync << 1;
+    QTest::newRow("file sync fails") << Fault::FailedSync << 2;
+    for (int n = 1; n <= m_commitWrites; ++n)
+        QTest::addRow("crash after write %d of %d", n, m_commitWrites) << Fault::Crash << n;
 }
 
-void TstJetTransaction::interruptedCommitIsRolledBackAtOpen()
+void TstJetTransaction::faultDuringCommit()
 {
-    QFETCH(int, pagesWritten);
+    QFETCH(Fault, fault);
+    QFETCH(int, at);
+    QVERIFY(test::copyFile(m_base, m_path));
+    const QString journal = internal::PageStore::journalPath(m_path);
+    test::FailingFileAccess files;
+    Status committed;
     {
-        auto db = Database::open(m_path);
-        for (int i = 0; i < 300; ++i)
-            QVERIFY((*db)->insertRow(u"Log"_s, Row { 1, i, u"first"_s, QVariant() }));
+        auto db = Database::open(files, m_path);
+        QVERIFY(db);
+        changeLog(**db);
+        files.arm(fault, at);
+        committed = (*db)->commit();
+        if (fault != Fault::Crash) {
+            // The connection carries on, once the disk works again, with what the file holds.
+            files.disarm();
+            QCOMPARE(test::scanAll(**db, u"Log"_s), committed ? m_newRows : m_oldRows);
+        }
     }
-    const QByteArray before = fileBytes(m_path);
-    {
-        auto engine = Engine::open(m_path, false);
-        QVERIFY(engine);
-        QVERIFY((*engine)->beginTransaction());
-        QList<RowId> ids;
-        (*engine)->scan(u"Log"_s, [&](RowId id, const Row &) {
-            ids << id;
-            return true;
-        });
-        for (int i = 0; i < 2000; ++i)
-            QVERIFY((*engine)->insertRow(u"Log"_s, Row { 2, i, u"second"_s, QVariant() }));
-        for (int i = 0; i < 100; ++i)
-            QVERIFY((*engine)->updateRow(u"Log"_s, ids[i], Row { 1, i, QString(120, u'x'), QVariant() }));
-        (*engine)->storeForTesting().setCrashAfterPagesForTesting(pagesWritten);
-        QCOMPARE((*engine)->commit().code(), Status::Code::IOError);
+    QCOMPARE(committed.isOk(), fault == Fault::None);
+    const QList<Row> &expected = committed ? m_newRows : m_oldRows;
+    if (fault == Fault::Crash) {
+        // The file is not touched before the journal is complete, and once it is, the journal
+        // stays until the file is whole again.
+        if (at <= m_journalWrites)
+            QCOMPARE(fileBytes(m_path), fileBytes(m_base));
+        else
+            QVERIFY(QFile::exists(journal));
     }
-    QVERIFY(QFile::exists(internal::PageStore::journalPath(m_path)));
-    QVERIFY(fileBytes(m_path) != before || pagesWritten == 0);
-
-    // A read-only open sees the old state without touching the file.
-    {
+    if (QFile::exists(journal)) {
+        // A read-only open sees the rolled-back state without touching the file.
         auto ro = Database::open(m_path, Database::OpenMode::ReadOnly);
         QVERIFY(ro);
-        QCOMPARE(sequences(**ro), (QMap<int, int> { { 1, 300 } }));
-        QVERIFY(QFile::exists(internal::PageStore::journalPath(m_path)));
+        QCOMPARE(test::scanAll(**ro, u"Log"_s), expected);
+        QVERIFY(QFile::exists(journal));
     }
     auto db = Database::open(m_path);
-    QVERIFY(db);
-    QVERIFY(!QFile::exists(internal::PageStore::journalPath(m_path)));
-    QCOMPARE(fileBytes(m_path), before);
-    QCOMPARE(sequences(**db), (QMap<int, int> { { 1, 300 } }));
-    db->reset();
-    JET_VERIFY_ORACLES(m_path);
-}
-
-void TstJetTransaction::tornJournalIsIgnored()
-{
-    {
-        auto db = Database::open(m_path);
-        QVERIFY((*db)->insertRow(u"Log"_s, Row { 1, 1, u"kept"_s, QVariant() }));
-    }
-    const QByteArray before = fileBytes(m_path);
-    // A journal cut short while being written: the file was never touched after it.
-    const QString journal = internal::PageStore::journalPath(m_path);
-    QFile j(journal);
-    QVERIFY(j.open(QIODevice::WriteOnly));
-    j.write(QByteArray("TolvJnl1") + QByteArray(4096 + 40, '\x07'));
-    j.close();
-    auto db = Database::open(m_path);
-    QVERIFY(db);
+    QVERIFY2(db, qPrintable(db.status().toString()));
+    QCOMPARE(test::scanAll(**db, u"Log"_s), expected);
     QVERIFY(!QFile::exists(journal));
-    QCOMPARE(fileBytes(m_path), before);
-    QCOMPARE(sequences(**db), (QMap<int, int> { { 1, 1 } }));
+    db->reset();
+    const test::OracleResult check = test::jetCheck(m_path, true);
+    QVERIFY2(check.ok, qPrintable(check.output));
 }
 
 void TstJetTransaction::killedWriterLeavesWholeTransactions()
@@ -218,6 +276,31 @@ void TstJetTransaction::twoConnectionsSeeEachOthersCommits()
     b->reset();
     auto c = Database::open(m_path);
     QCOMPARE(sequences(**c), (QMap<int, int> { { 1, 1 }, { 2, 1 }, { 3, 1 } }));
+}
+
+void TstJetTransaction::locksExcludeOtherProcesses()
+{
+    // The helper holds bytes 0-99 exclusively and 100-199 shared until it is killed.
+    QProcess holder;
+    holder.start(QStringLiteral(JET_KILL_HELPER), { u"--lock"_s, m_path });
+    QVERIFY(holder.waitForReadyRead(30000));
+    QCOMPARE(holder.readAllStandardOutput().trimmed(), QByteArray("locked"));
+    internal::DiskFileAccess disk;
+    auto file = disk.open(m_path, internal::FileAccess::OpenMode::ReadWrite);
+    QVERIFY(file);
+    using Kind = internal::File::LockKind;
+    auto lock = [&](Kind kind, qint64 offset) {
+        Result<bool> taken = (*file)->tryLock(kind, offset, 10);
+        return taken.isOk() && *taken;
+    };
+    QVERIFY(!lock(Kind::Shared, 50));
+    QVERIFY(lock(Kind::Shared, 150));
+    QVERIFY(!lock(Kind::Exclusive, 160));
+    QVERIFY(lock(Kind::Exclusive, 300));
+    QVERIFY((*file)->unlock(300, 10));
+    holder.kill();
+    QVERIFY(holder.waitForFinished());
+    QVERIFY(lock(Kind::Exclusive, 50));
 }
 
 QTEST_GUILESS_MAIN(TstJetTransaction)

@@ -7,8 +7,7 @@
 #include <QTest>
 
 #include "jetfixtures.h"
-#include "platform/jet/internal/bytes.h"
-#include "platform/jet/internal/engine.h"
+#include "platform/jet/internal/datapage.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
@@ -20,39 +19,34 @@ using test::local;
 
 using test::fileBytes;
 
-// Type byte of a table's usage map row (0 inline, 1 reference).
-int mapType(Engine &e, const QString &table, bool owned)
+// Type byte of a table's owned-pages map row (0 inline, 1 reference).
+int ownedMapType(const QString &path, const QString &table)
 {
-    const internal::PageStore &store = e.storeForTesting();
-    const internal::TableDef def = *internal::parseTableDef(store, e.tdefPage(table));
-    const internal::MapRef ref = owned ? def.ownedMap : def.freeMap;
-    int s = 0, end = 0;
-    if (!internal::rowExtent(store.page(ref.page), ref.row, &s, &end))
-        return -1;
-    return store.page(ref.page)[s];
+    const test::StoredFile file(path);
+    const internal::MapRef ref = file.def(table).ownedMap;
+    const auto row = internal::rowExtent(file.store().page(ref.page), ref.row);
+    return row ? file.store().page(ref.page)[row->start] : -1;
 }
 
 // Rewrites a table's owned-pages map in the inline form Access uses for small tables (the file
 // stays consistent: its bitmap pages are given back to the global map).
 bool makeOwnedMapInline(const QString &path, const QString &table)
 {
-    QByteArray data;
+    QByteArray data = fileBytes(path);
     {
-        auto engine = Engine::open(path, true);
-        if (!engine)
+        const test::StoredFile file(path);
+        const internal::MapRef map = file.def(table).ownedMap;
+        const QList<quint32> owned = file.pages(map);
+        uchar *page = reinterpret_cast<uchar *>(data.data()) + map.page * 4096;
+        const auto row = internal::rowExtent(page, map.row);
+        if (!row || row->length() != 69 || page[row->start] != 1)
             return false;
-        const internal::PageStore &store = (*engine)->storeForTesting();
-        const internal::TableDef def = *internal::parseTableDef(store, (*engine)->tdefPage(table));
-        const QList<quint32> owned = *(*engine)->mapPages(def.ownedMap);
-        data = QByteArray(reinterpret_cast<const char *>(store.page(0)), qsizetype(store.pageCount()) * 4096);
-        uchar *page = reinterpret_cast<uchar *>(data.data()) + def.ownedMap.page * 4096;
-        int s = 0, e = 0;
-        if (!internal::rowExtent(page, def.ownedMap.row, &s, &e) || e - s != 69 || page[s] != 1)
-            return false;
+        const int s = row->start;
         uchar *global = reinterpret_cast<uchar *>(data.data()) + 4096;
-        int gs = 0, ge = 0;
-        if (!internal::rowExtent(global, 0, &gs, &ge) || global[gs] != 0 || internal::u32(global + gs + 1) != 0)
+        const auto globalRow = internal::rowExtent(global, 0);
+        if (!globalRow || global[globalRow->start] != 0 || internal::u32(global + globalRow->start + 1) != 0)
             return false;
+        const int gs = globalRow->start;
         for (int i = 0; i < 17; ++i) {
             const quint32 bitmap = internal::u32(page + s + 1 + 4 * i);
             if (bitmap != 0 && bitmap < 512)
@@ -75,9 +69,10 @@ bool makeGlobalMapReference(const QString &path)
     QByteArray data = fileBytes(path);
     const quint32 pages = quint32(data.size() / 4096);
     uchar *global = reinterpret_cast<uchar *>(data.data()) + 4096;
-    int s = 0, e = 0;
-    if (!internal::rowExtent(global, 0, &s, &e) || e - s != 69 || global[s] != 0)
+    const auto row = internal::rowExtent(global, 0);
+    if (!row || row->length() != 69 || global[row->start] != 0)
         return false;
+    const int s = row->start;
     const quint32 start = internal::u32(global + s + 1);
     QByteArray bitmap(4096, '\0');
     uchar *b = reinterpret_cast<uchar *>(bitmap.data());
@@ -276,9 +271,7 @@ void TstJetWrite::refusedTablesAndFiles()
     const QString path = freshCopy();
     // A memo column in a copy of Items: its type byte is patched in the table definition.
     {
-        auto engine = Engine::open(path, true);
-        QVERIFY(engine);
-        const quint32 tdef = (*engine)->tdefPage(u"Items"_s);
+        const quint32 tdef = test::StoredFile(path).def(u"Items"_s).tdefPage;
         QByteArray data = fileBytes(path);
         uchar *page = reinterpret_cast<uchar *>(data.data()) + tdef * 4096;
         const int ncols = internal::u16(page + 45);
@@ -345,11 +338,11 @@ void TstJetWrite::pagesFillToTheirLimits()
     QCOMPARE((*db)->tableInfo(u"Items"_s)->rowCount, 708);
     QCOMPARE((*db)->tableInfo(u"Compressed"_s)->rowCount, 6 + 100 + 15);
 
-    auto engine = Engine::open(path, true);
-    const Engine::PhysicalStats items = *(*engine)->physicalStats(u"Items"_s);
+    const test::StoredFile file(path);
+    const internal::PhysicalStats items = file.stats(u"Items"_s);
     QVERIFY(items.dataPages >= 3);
     QCOMPARE(items.rowHeaders, 708);
-    const Engine::PhysicalStats big = *(*engine)->physicalStats(u"Compressed"_s);
+    const internal::PhysicalStats big = file.stats(u"Compressed"_s);
     QVERIFY(big.dataPages >= 100 / 8);
     JET_VERIFY_ORACLES(path);
 }
@@ -360,10 +353,7 @@ void TstJetWrite::tableOutgrowsItsMapWindow()
     // slides and the table's inline map becomes a reference map.
     const QString path = freshCopy();
     QVERIFY(makeOwnedMapInline(path, u"Compressed"_s));
-    {
-        auto engine = Engine::open(path, true);
-        QCOMPARE(mapType(**engine, u"Compressed"_s, true), 0);
-    }
+    QCOMPARE(ownedMapType(path, u"Compressed"_s), 0);
     const test::OracleResult check = test::jetCheck(path);
     QVERIFY2(check.ok, qPrintable(check.output));
     auto db = Database::open(path);
@@ -379,10 +369,10 @@ void TstJetWrite::tableOutgrowsItsMapWindow()
     QCOMPARE(test::scanAll(**db, u"Compressed"_s).size(), 6 + 4900 + 20);
     db->reset();
 
-    auto engine = Engine::open(path, true);
-    QVERIFY((*engine)->storeForTesting().pageCount() > 700);
-    QCOMPARE(mapType(**engine, u"Compressed"_s, true), 1);
-    QVERIFY((*engine)->physicalStats(u"Compressed"_s)->dataPages > 512);
+    const test::StoredFile file(path);
+    QVERIFY(file.store().pageCount() > 700);
+    QCOMPARE(ownedMapType(path, u"Compressed"_s), 1);
+    QVERIFY(file.stats(u"Compressed"_s).dataPages > 512);
     JET_VERIFY_ORACLES(path);
 }
 
@@ -425,8 +415,7 @@ void TstJetWrite::growShrinkMoveDelete()
         QVERIFY((*db)->deleteRow(u"Items"_s, ids[i]));
     QCOMPARE((*db)->tableInfo(u"Items"_s)->rowCount, 8 + 40 - 1 - 9);
 
-    auto engine = Engine::open(path, true);
-    const Engine::PhysicalStats st = *(*engine)->physicalStats(u"Items"_s);
+    const internal::PhysicalStats st = test::StoredFile(path).stats(u"Items"_s);
     QCOMPARE(st.rowHeaders, 8 + 40 - 1 - 9);
     QVERIFY(st.overflowPointers >= 18);
     QCOMPARE(st.overflowTargets, st.overflowPointers); // abandoned targets are flagged deleted
@@ -447,12 +436,12 @@ void TstJetWrite::globalMapInReferenceForm()
         QVERIFY((*db)->insertRow(u"ManyRows"_s, Row { 1000 + i, u"広"_s.repeated(100), local(2001, 1, 1) }));
     QVERIFY((*db)->commit());
     db->reset();
-    auto engine = Engine::open(path, true);
-    QVERIFY((*engine)->storeForTesting().pageCount() > 600);
-    QCOMPARE(mapType(**engine, u"ManyRows"_s, true), 1);
+    const test::StoredFile file(path);
+    QVERIFY(file.store().pageCount() > 600);
+    QCOMPARE(ownedMapType(path, u"ManyRows"_s), 1);
     // Every page added is marked in use, and the pages past the end are free.
-    const quint32 pages = (*engine)->storeForTesting().pageCount();
-    const QList<quint32> free = *(*engine)->mapPages(internal::MapRef { 1, 0 });
+    const quint32 pages = file.store().pageCount();
+    const QList<quint32> free = file.pages(internal::UsageMaps::kGlobal);
     QVERIFY(free.contains(pages));
     QVERIFY(std::none_of(free.cbegin(), free.cend(), [pages](quint32 p) { return p >= 46 && p < pages; }));
     JET_VERIFY_ORACLES(path);

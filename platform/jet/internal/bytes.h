@@ -1,11 +1,12 @@
-// Little-endian field access on page buffers, and the page-level constants of the Jet 4 format
-// (docs/jet4-engine.md). Header-only; pure functions.
+// Little-endian field access on page buffers and byte assembly, and the page-level constants of
+// the Jet 4 format (docs/jet4-engine.md). Header-only; pure functions.
 #pragma once
 
 #include <cstring>
 #include <utility>
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QtGlobal>
 
 namespace tolvane::jet::internal {
@@ -45,6 +46,10 @@ inline quint32 u32(const uchar *p)
 {
     return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16) | (quint32(p[3]) << 24);
 }
+inline quint64 u64(const uchar *p)
+{
+    return quint64(u32(p)) | (quint64(u32(p + 4)) << 32);
+}
 inline qint32 i32(const uchar *p)
 {
     return qint32(u32(p));
@@ -56,9 +61,7 @@ inline qint16 i16(const uchar *p)
 inline double f64(const uchar *p)
 {
     double d;
-    quint64 v = 0;
-    for (int i = 7; i >= 0; --i)
-        v = (v << 8) | p[i];
+    const quint64 v = u64(p);
     std::memcpy(&d, &v, sizeof d);
     return d;
 }
@@ -86,12 +89,16 @@ inline void put32(uchar *p, quint32 v)
     put16(p, quint16(v));
     put16(p + 2, quint16(v >> 16));
 }
+inline void put64(uchar *p, quint64 v)
+{
+    put32(p, quint32(v));
+    put32(p + 4, quint32(v >> 32));
+}
 inline void putF64(uchar *p, double d)
 {
     quint64 v;
     std::memcpy(&v, &d, sizeof v);
-    for (int i = 0; i < 8; ++i)
-        p[i] = uchar(v >> (8 * i));
+    put64(p, v);
 }
 inline void putF32(uchar *p, float f)
 {
@@ -100,34 +107,49 @@ inline void putF32(uchar *p, float f)
     put32(p, v);
 }
 
-// Extent of row slot `row` on a data page: [start, end). Row i ends where row i-1 starts; row 0
-// ends at the page end. False when the slot or its offsets do not fit the page.
-inline bool rowExtent(const uchar *page, int row, int *start, int *end, quint16 *flags = nullptr)
+// The bytes of a buffer from offset, for the put functions above.
+inline uchar *bytesAt(QByteArray &buffer, qsizetype offset)
 {
-    const int rows = u16(page + kDataRowCount);
-    if (row < 0 || row >= rows || kDataRowTable + 2 * rows > kPageSize)
-        return false;
-    const quint16 slot = u16(page + kDataRowTable + 2 * row);
-    const int s = slot & kRowOffsetMask;
-    int e = row == 0 ? kPageSize : (u16(page + kDataRowTable + 2 * (row - 1)) & kRowOffsetMask);
-    if (e < s) {
-        // An earlier slot parked at the page end (a zero-length deleted row): the row ends at
-        // the nearest earlier row start above it.
-        e = kPageSize;
-        for (int j = 0; j < row; ++j) {
-            const int o = u16(page + kDataRowTable + 2 * j) & kRowOffsetMask;
-            if (o >= s && o < e)
-                e = o;
-        }
-    }
-    if (flags)
-        *flags = slot & quint16(~kRowOffsetMask);
-    if (e > kPageSize || s > e || s < kDataRowTable + 2 * rows)
-        return false;
-    *start = s;
-    *end = e;
-    return true;
+    return reinterpret_cast<uchar *>(buffer.data()) + offset;
 }
+inline const uchar *bytesAt(const QByteArray &buffer, qsizetype offset)
+{
+    return reinterpret_cast<const uchar *>(buffer.constData()) + offset;
+}
+
+// Little-endian assembly of a growing byte sequence (rows, table definitions, journal headers).
+class ByteWriter {
+public:
+    void u8(quint32 v) { m_data.append(char(v & 0xFF)); }
+    void u16(quint32 v)
+    {
+        u8(v);
+        u8(v >> 8);
+    }
+    void u24(quint32 v)
+    {
+        u16(v);
+        u8(v >> 16);
+    }
+    void u32(quint32 v)
+    {
+        u16(v);
+        u16(v >> 16);
+    }
+    void u64(quint64 v)
+    {
+        u32(quint32(v));
+        u32(quint32(v >> 32));
+    }
+    void zeros(qsizetype n) { m_data.append(n, '\0'); }
+    void bytes(QByteArrayView b) { m_data.append(b); }
+    int size() const { return int(m_data.size()); }
+    QByteArray &data() { return m_data; }
+    const QByteArray &data() const { return m_data; }
+
+private:
+    QByteArray m_data;
+};
 
 // The 128 header bytes from 0x18 are XORed with the RC4 keystream of this key.
 inline QByteArray headerMask()

@@ -20,34 +20,25 @@
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QMap>
 #include <QRandomGenerator>
 #include <QSet>
 
 #include "platform/jet/internal/bytes.h"
-
-#if defined(Q_OS_UNIX)
-#include <cerrno>
-#include <fcntl.h>
-#include <unistd.h>
-#elif defined(Q_OS_WIN)
-#include <io.h>
-#endif
+#include "platform/jet/internal/datapage.h"
+#include "platform/jet/internal/rowcodec.h"
+#include "platform/jet/internal/tabledef.h"
 
 namespace tolvane::jet::internal {
 
 namespace {
 
-constexpr int kPageBytes = 4096;
-constexpr int kDataHeader = 14; // data page header before the row offset table
 constexpr int kMapRowBytes = 69; // inline usage map: type, start page, 64 bitmap bytes
 constexpr int kMapBitmapBytes = 64;
-constexpr int kMaxRowsOnPage = 255;
 constexpr int kLeafEntriesStart = 480;
 constexpr int kLeafMaskStart = 27;
-constexpr int kTdefContinuation = kPageBytes - 8; // stream bytes carried by a continuation page
+constexpr int kTdefContinuation = kPageSize - 8; // stream bytes carried by a continuation page
 constexpr int kMaxNameLength = 64;
 constexpr int kMaxColumns = 255;
 constexpr quint32 kTdefMagic = 1625;
@@ -61,18 +52,16 @@ constexpr qint32 kRelationshipsId = 0x0F000003;
 constexpr qint32 kMSysDbId = 0x10000000;
 constexpr qint32 kSystemFlags = qint32(0x80000000u);
 
-// Column type codes as stored in a tdef.
-enum : quint8 {
-    kBool = 0x01,
-    kByte = 0x02,
-    kInt = 0x03,
-    kLong = 0x04,
-    kDate = 0x08,
-    kBinary = 0x09,
-    kText = 0x0A,
-    kOle = 0x0B,
-    kMemo = 0x0C,
-};
+// Column types of the tables a new file holds.
+constexpr ColumnType kBool = ColumnType::Boolean;
+constexpr ColumnType kByte = ColumnType::Byte;
+constexpr ColumnType kInt = ColumnType::Integer;
+constexpr ColumnType kLong = ColumnType::Long;
+constexpr ColumnType kDate = ColumnType::DateTime;
+constexpr ColumnType kBinary = ColumnType::Binary;
+constexpr ColumnType kText = ColumnType::Text;
+constexpr ColumnType kOle = ColumnType::Ole;
+constexpr ColumnType kMemo = ColumnType::Memo;
 
 // Column flags as Jet writes them: 0x01 fixed length, 0x02 may be null, 0x10 always set, and
 // 0x20 on the security-id columns.
@@ -87,75 +76,6 @@ constexpr quint8 kIndexUnique = 0x01;
 constexpr quint8 kIndexIgnoreNulls = 0x02;
 constexpr quint8 kIndexRequired = 0x08;
 constexpr quint8 kIndexAlwaysSet = 0x80;
-
-// ---------------------------------------------------------------------------------------------
-// Little-endian byte assembly.
-
-class Bytes {
-public:
-    void u8(quint32 v) { m_data.append(char(v & 0xFF)); }
-    void u16(quint32 v)
-    {
-        u8(v);
-        u8(v >> 8);
-    }
-    void u24(quint32 v)
-    {
-        u16(v);
-        u8(v >> 16);
-    }
-    void u32(quint32 v)
-    {
-        u16(v);
-        u16(v >> 16);
-    }
-    void f64(double d)
-    {
-        quint64 v;
-        std::memcpy(&v, &d, sizeof v);
-        u32(quint32(v));
-        u32(quint32(v >> 32));
-    }
-    void zeros(int n) { m_data.append(QByteArray(n, '\0')); }
-    void bytes(const QByteArray &b) { m_data.append(b); }
-    int size() const { return int(m_data.size()); }
-    const QByteArray &data() const { return m_data; }
-    QByteArray &data() { return m_data; }
-
-private:
-    QByteArray m_data;
-};
-
-void setU16(QByteArray &b, int at, quint32 v)
-{
-    b[at] = char(v & 0xFF);
-    b[at + 1] = char((v >> 8) & 0xFF);
-}
-
-void setU32(QByteArray &b, int at, quint32 v)
-{
-    setU16(b, at, v & 0xFFFF);
-    setU16(b, at + 2, v >> 16);
-}
-
-void setF64(QByteArray &b, int at, double d)
-{
-    quint64 v;
-    std::memcpy(&v, &d, sizeof v);
-    setU32(b, at, quint32(v));
-    setU32(b, at + 4, quint32(v >> 32));
-}
-
-QByteArray utf16le(const QString &s)
-{
-    QByteArray out;
-    out.reserve(s.size() * 2);
-    for (QChar c : s) {
-        out.append(char(c.unicode() & 0xFF));
-        out.append(char(c.unicode() >> 8));
-    }
-    return out;
-}
 
 // ---------------------------------------------------------------------------------------------
 // Names and the General (legacy) sort codes of the characters a table name may hold.
@@ -318,9 +238,14 @@ struct IndexEntry {
     RowLocation at;
 };
 
+struct Leaf {
+    QByteArray page;
+    int distinctKeys = 0;
+};
+
 // One index leaf holding every entry: header, entry-end bitmask, entries in key order.
-// Returns the page and the number of distinct keys, or nothing when the entries overflow it.
-std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int *distinct)
+// Nothing when the entries overflow it.
+std::optional<Leaf> buildLeaf(int tdefPage, QList<IndexEntry> entries)
 {
     std::sort(entries.begin(), entries.end(), [](const IndexEntry &a, const IndexEntry &b) {
         if (a.key != b.key) {
@@ -331,12 +256,12 @@ std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int
             return a.at.page < b.at.page;
         return a.at.row < b.at.row;
     });
-    QByteArray page(kPageBytes, '\0');
+    QByteArray page(kPageSize, '\0');
     page[0] = char(0x04);
     page[1] = char(0x01);
-    setU32(page, 4, quint32(tdefPage));
+    put32(bytesAt(page, 4), quint32(tdefPage));
     int pos = 0;
-    *distinct = 0;
+    int distinct = 0;
     const QByteArray *previous = nullptr;
     for (const IndexEntry &e : entries) {
         QByteArray entry = e.key;
@@ -344,43 +269,25 @@ std::optional<QByteArray> buildLeaf(int tdefPage, QList<IndexEntry> entries, int
         entry.append(char((e.at.page >> 8) & 0xFF));
         entry.append(char(e.at.page & 0xFF));
         entry.append(char(e.at.row));
-        if (kLeafEntriesStart + pos + entry.size() > kPageBytes)
+        if (kLeafEntriesStart + pos + entry.size() > kPageSize)
             return std::nullopt;
         std::memcpy(page.data() + kLeafEntriesStart + pos, entry.constData(), size_t(entry.size()));
         pos += int(entry.size());
         page[kLeafMaskStart + pos / 8] = char(uchar(page[kLeafMaskStart + pos / 8]) | (1u << (pos % 8)));
         if (!previous || *previous != e.key)
-            ++*distinct;
+            ++distinct;
         previous = &e.key;
     }
-    setU16(page, 2, quint32(kPageBytes - kLeafEntriesStart - pos));
-    return page;
+    put16(bytesAt(page, 2), quint16(kPageSize - kLeafEntriesStart - pos));
+    return Leaf { page, distinct };
 }
 
 // ---------------------------------------------------------------------------------------------
 // Table definitions.
 
-struct MapRef {
-    int row = 0;
-    int page = 0;
-    quint32 encoded() const { return quint32(row & 0xFF) | (quint32(page) << 8); }
-};
-
-struct Column {
-    QString name;
-    quint8 type = kLong;
-    int number = 0;
-    int varIndex = 0;
-    int fixedOffset = 0;
-    int length = 0;
-    quint8 flags = kFlagsFixed;
-    quint8 extFlags = 0;
-    bool fixed() const { return (flags & 0x01) != 0; }
-};
-
 struct ColumnDecl {
     QString name;
-    quint8 type;
+    ColumnType type;
     int textLength = 0; // characters, for Text; bytes for Binary
     quint8 flags = 0; // 0: the usual flags for the type
     quint8 extFlags = 0;
@@ -407,50 +314,19 @@ struct LongValueMaps {
     MapRef freeSpace;
 };
 
+// A table of the new file: its definition (columns, row layout, usage maps) and what the
+// definition stream needs beyond what TableDef parses.
 struct Table {
     QString name;
     bool system = false;
-    QList<Column> columns;
+    TableDef def;
     QList<RealIndex> indexes;
     QList<LogicalIndex> logical;
     QList<LongValueMaps> longValueMaps;
-    MapRef owned;
-    MapRef freeSpace;
     quint32 rowCount = 0;
     QList<int> tdefPages;
     QList<int> dataPages;
-
-    int fixedAreaSize() const
-    {
-        int end = 0;
-        for (const Column &c : columns) {
-            if (c.fixed() && c.type != kBool)
-                end = std::max(end, c.fixedOffset + c.length);
-        }
-        return end;
-    }
-    int variableCount() const
-    {
-        return int(std::count_if(columns.begin(), columns.end(), [](const Column &c) { return !c.fixed(); }));
-    }
 };
-
-int fixedSize(quint8 type)
-{
-    switch (type) {
-    case kBool:
-    case kByte:
-        return 1;
-    case kInt:
-        return 2;
-    case kLong:
-        return 4;
-    case kDate:
-        return 8;
-    default:
-        return 0;
-    }
-}
 
 Table makeTable(const QString &name, bool system, const QList<ColumnDecl> &decls)
 {
@@ -460,15 +336,17 @@ Table makeTable(const QString &name, bool system, const QList<ColumnDecl> &decls
     int fixedOffset = 0;
     int varIndex = 0;
     for (const ColumnDecl &d : decls) {
-        Column c;
+        ColumnDef c;
         c.name = d.name;
-        c.type = d.type;
-        c.number = int(t.columns.size());
-        const int size = fixedSize(d.type);
-        if (size > 0) {
+        c.type = quint8(d.type);
+        c.number = int(t.def.columns.size());
+        const int size = fixedSizeOf(c.type);
+        if (size >= 0) {
             c.flags = d.flags ? d.flags : kFlagsFixed;
-            c.length = size;
-            if (d.type != kBool) { // a Boolean lives in the null mask
+            if (d.type == kBool) {
+                c.length = 1; // the value lives in the null mask
+            } else {
+                c.length = size;
                 c.fixedOffset = fixedOffset;
                 fixedOffset += size;
             }
@@ -481,14 +359,17 @@ Table makeTable(const QString &name, bool system, const QList<ColumnDecl> &decls
                 c.length = d.textLength;
         }
         c.extFlags = d.extFlags;
-        t.columns.append(c);
+        t.def.columns.append(c);
     }
+    t.def.maxCols = t.def.numCols = int(t.def.columns.size());
+    t.def.numVarCols = varIndex;
+    computeLayout(t.def);
     return t;
 }
 
 int columnNumber(const Table &t, const QString &name)
 {
-    for (const Column &c : t.columns) {
+    for (const ColumnDef &c : t.def.columns) {
         if (c.name == name)
             return c.number;
     }
@@ -499,7 +380,7 @@ int columnNumber(const Table &t, const QString &name)
 // The table definition as one byte stream; split into pages by tdefPageImages.
 QByteArray tdefStream(const Table &t)
 {
-    Bytes b;
+    ByteWriter b;
     b.u8(0x02);
     b.u8(0x01);
     b.u16(0); // free space: set per page
@@ -511,25 +392,25 @@ QByteArray tdefStream(const Table &t)
     b.u8(1);
     b.zeros(15);
     b.u8(t.system ? 0x53 : 0x4E);
-    b.u16(quint32(t.columns.size())); // max_cols
-    b.u16(quint32(t.variableCount()));
-    b.u16(quint32(t.columns.size()));
+    b.u16(quint32(t.def.maxCols));
+    b.u16(quint32(t.def.numVarCols));
+    b.u16(quint32(t.def.numCols));
     b.u32(quint32(t.logical.size()));
     b.u32(quint32(t.indexes.size()));
-    b.u32(t.owned.encoded());
-    b.u32(t.freeSpace.encoded());
+    b.u32(t.def.ownedMap.encoded());
+    b.u32(t.def.freeMap.encoded());
     for (const RealIndex &ix : t.indexes) {
         b.u32(0);
         b.u32(quint32(ix.distinctKeys));
         b.u32(0);
     }
-    for (const Column &c : t.columns) {
+    for (const ColumnDef &c : t.def.columns) {
         b.u8(c.type);
         b.u32(kTdefMagic);
         b.u16(quint32(c.number));
         b.u16(quint32(c.varIndex));
         b.u16(quint32(c.number));
-        if (c.type == kText || t.system) {
+        if (c.columnType() == kText || t.system) {
             b.u16(kSortGeneralLegacy);
             b.u16(0);
         } else {
@@ -538,10 +419,10 @@ QByteArray tdefStream(const Table &t)
         b.u8(c.flags);
         b.u8(c.extFlags);
         b.u32(0);
-        b.u16(c.fixed() ? quint32(c.fixedOffset) : 0);
+        b.u16(c.isFixed() ? quint32(c.fixedOffset) : 0);
         b.u16(quint32(c.length));
     }
-    for (const Column &c : t.columns) {
+    for (const ColumnDef &c : t.def.columns) {
         const QByteArray n = utf16le(c.name);
         b.u16(quint32(n.size()));
         b.bytes(n);
@@ -587,15 +468,15 @@ QByteArray tdefStream(const Table &t)
     }
     b.u16(0xFFFF);
     QByteArray stream = b.data();
-    setU32(stream, 8, quint32(stream.size()));
+    put32(bytesAt(stream, 8), quint32(stream.size()));
     return stream;
 }
 
 int tdefPageCount(const QByteArray &stream)
 {
-    if (stream.size() <= kPageBytes)
+    if (stream.size() <= kPageSize)
         return 1;
-    return 1 + int((stream.size() - kPageBytes + kTdefContinuation - 1) / kTdefContinuation);
+    return 1 + int((stream.size() - kPageSize + kTdefContinuation - 1) / kTdefContinuation);
 }
 
 // Pages of a tdef chain: the first carries the stream's own header; each further page has an
@@ -605,23 +486,21 @@ QList<QByteArray> tdefPageImages(const QByteArray &stream, const QList<int> &pag
     QList<QByteArray> images;
     const int n = int(pages.size());
     for (int i = 0; i < n; ++i) {
-        QByteArray page(kPageBytes, '\0');
+        QByteArray page(kPageSize, '\0');
         if (i == 0) {
-            const int len = int(std::min<qsizetype>(stream.size(), kPageBytes));
+            const int len = int(std::min<qsizetype>(stream.size(), kPageSize));
             std::memcpy(page.data(), stream.constData(), size_t(len));
         } else {
             page[0] = char(0x02);
             page[1] = char(0x01);
-            const qsizetype from = kPageBytes + qsizetype(i - 1) * kTdefContinuation;
+            const qsizetype from = kPageSize + qsizetype(i - 1) * kTdefContinuation;
             const int len = int(std::min<qsizetype>(stream.size() - from, kTdefContinuation));
             std::memcpy(page.data() + 8, stream.constData() + from, size_t(len));
         }
-        setU32(page, 4, i + 1 < n ? quint32(pages.at(i + 1)) : 0);
+        put32(bytesAt(page, 4), i + 1 < n ? quint32(pages.at(i + 1)) : 0);
         if (i + 1 == n) {
             const int lastBytes = int(stream.size()) - (n - 1) * kTdefContinuation;
-            setU16(page, 2, quint32(std::max(kPageBytes - lastBytes - 8, 0)));
-        } else {
-            setU16(page, 2, 0);
+            put16(bytesAt(page, 2), quint16(std::max(kPageSize - lastBytes - 8, 0)));
         }
         images.append(page);
     }
@@ -631,151 +510,35 @@ QList<QByteArray> tdefPageImages(const QByteArray &stream, const QList<int> &pag
 // ---------------------------------------------------------------------------------------------
 // Rows and data pages.
 
-QByteArray encodeText(const QString &s, bool compressible)
+QByteArray dataPage(quint32 owner)
 {
-    bool compress = compressible && s.size() >= 3;
-    if (compress) {
-        for (QChar c : s) {
-            if (c.unicode() == 0 || c.unicode() > 0xFF) {
-                compress = false;
-                break;
-            }
-        }
-    }
-    if (!compress)
-        return utf16le(s);
-    QByteArray out("\xFF\xFE", 2);
-    for (QChar c : s)
-        out.append(char(c.unicode()));
-    return out;
+    QByteArray page(kPageSize, Qt::Uninitialized);
+    formatDataPage(bytesAt(page, 0), owner);
+    return page;
 }
 
-// Encodes a row of a system table; values are indexed by column number, null = invalid.
-QByteArray encodeRow(const Table &t, const QList<QVariant> &values)
-{
-    const int ncols = int(t.columns.size());
-    Bytes b;
-    b.u16(quint32(ncols));
-    QByteArray fixedArea(t.fixedAreaSize(), '\0');
-    QByteArray nullMask((ncols + 7) / 8, '\0');
-    auto setPresent
-        = [&](int number) { nullMask[number / 8] = char(uchar(nullMask[number / 8]) | (1u << (number % 8))); };
-    for (const Column &c : t.columns) {
-        const QVariant &v = values.value(c.number);
-        if (!v.isValid())
-            continue;
-        if (c.type == kBool) {
-            if (v.toBool())
-                setPresent(c.number);
-            continue;
-        }
-        if (!c.fixed())
-            continue;
-        setPresent(c.number);
-        switch (c.type) {
-        case kByte:
-            fixedArea[c.fixedOffset] = char(v.toInt() & 0xFF);
-            break;
-        case kInt:
-            setU16(fixedArea, c.fixedOffset, quint32(v.toInt()) & 0xFFFF);
-            break;
-        case kLong:
-            setU32(fixedArea, c.fixedOffset, quint32(v.toInt()));
-            break;
-        case kDate:
-            setF64(fixedArea, c.fixedOffset, v.toDouble());
-            break;
-        default:
-            break;
-        }
-    }
-    b.bytes(fixedArea);
-    QList<const Column *> variable;
-    for (const Column &c : t.columns) {
-        if (!c.fixed())
-            variable.append(&c);
-    }
-    std::sort(
-        variable.begin(), variable.end(), [](const Column *a, const Column *c) { return a->varIndex < c->varIndex; });
-    QList<int> offsets;
-    for (const Column *c : variable) {
-        offsets.append(b.size());
-        const QVariant &v = values.value(c->number);
-        if (!v.isValid())
-            continue;
-        setPresent(c->number);
-        if (c->type == kText)
-            b.bytes(encodeText(v.toString(), c->extFlags & kExtCompressible));
-        else
-            b.bytes(v.toByteArray());
-    }
-    if (!variable.isEmpty()) {
-        b.u16(quint32(b.size())); // end of the variable data
-        for (qsizetype i = offsets.size() - 1; i >= 0; --i)
-            b.u16(quint32(offsets.at(i)));
-        b.u16(quint32(variable.size()));
-    }
-    b.bytes(nullMask);
-    return b.data();
-}
-
-class DataPage {
-public:
-    explicit DataPage(quint32 owner)
-        : m_page(kPageBytes, '\0')
-    {
-        m_page[0] = char(0x01);
-        m_page[1] = char(0x01);
-        setU32(m_page, 4, owner);
-        update();
-    }
-    bool fits(int rowBytes) const
-    {
-        return m_rows < kMaxRowsOnPage && kDataHeader + 2 * (m_rows + 1) + m_used + rowBytes <= kPageBytes;
-    }
-    int add(const QByteArray &row)
-    {
-        m_used += int(row.size());
-        const int start = kPageBytes - m_used;
-        std::memcpy(m_page.data() + start, row.constData(), size_t(row.size()));
-        setU16(m_page, kDataHeader + 2 * m_rows, quint32(start));
-        const int number = m_rows++;
-        update();
-        return number;
-    }
-    const QByteArray &image() const { return m_page; }
-
-private:
-    void update()
-    {
-        setU16(m_page, 2, quint32(kPageBytes - kDataHeader - 2 * m_rows - m_used));
-        setU16(m_page, 12, quint32(m_rows));
-    }
-    QByteArray m_page;
-    int m_rows = 0;
-    int m_used = 0;
+// Rows packed in order into data pages of owner, each page filled before the next: the page
+// images, and where each row went (index of its page among them, and slot).
+struct PackedRows {
+    QList<QByteArray> pages;
+    QList<QPair<int, int>> at;
 };
 
-// Number of data pages that rows of these sizes fill, packed in order.
-int pagesForRows(const QList<QByteArray> &rows)
+PackedRows packRows(const QList<QByteArray> &rows, quint32 owner)
 {
-    if (rows.isEmpty())
-        return 0;
-    int pages = 1;
-    DataPage probe(0);
-    for (const QByteArray &r : rows) {
-        if (!probe.fits(int(r.size()))) {
-            probe = DataPage(0);
-            ++pages;
-        }
-        probe.add(r);
+    PackedRows packed;
+    for (const QByteArray &row : rows) {
+        if (packed.pages.isEmpty() || !roomForRow(bytesAt(packed.pages.last(), 0), int(row.size())))
+            packed.pages.append(dataPage(owner));
+        const int slot = appendRow(bytesAt(packed.pages.last(), 0), row);
+        packed.at.append({ int(packed.pages.size()) - 1, slot });
     }
-    return pages;
+    return packed;
 }
 
 QByteArray inlineMap(const QList<int> &pages)
 {
-    Bytes b;
+    ByteWriter b;
     b.u8(0); // inline map
     b.u32(0); // first page it covers
     QByteArray bitmap(kMapBitmapBytes, '\0');
@@ -972,7 +735,7 @@ struct CatalogRow {
 
 QByteArray headerPage(double created)
 {
-    QByteArray p(kPageBytes, '\0');
+    QByteArray p(kPageSize, '\0');
     p[1] = char(0x01);
     std::memcpy(p.data() + 4, "Standard Jet DB", 16); // with its terminating zero
     p[0x14] = char(0x01); // Jet 4
@@ -984,23 +747,23 @@ QByteArray headerPage(double created)
     p[0x24] = char(0x03);
     p[0x28] = char(0x04);
     p[0x2C] = char(0x05);
-    setU16(p, 0x3C, 1252); // code page
-    setU32(p, 0x3E, 0); // database key: pages not encoded
+    put16(bytesAt(p, 0x3C), 1252); // code page
+    put32(bytesAt(p, 0x3E), 0); // database key: pages not encoded
     const quint32 dateMask = quint32(qint32(std::trunc(created)));
     for (int i = 0; i < 40; i += 4)
-        setU32(p, 0x42 + i, dateMask); // empty password, masked with the creation date
-    setU32(p, 0x6A, 0x21AA);
-    setU32(p, 0x6E, kSortGeneralLegacy); // General, legacy version
-    setF64(p, 0x72, created);
+        put32(bytesAt(p, 0x42 + i), dateMask); // empty password, masked with the creation date
+    put32(bytesAt(p, 0x6A), 0x21AA);
+    put32(bytesAt(p, 0x6E), kSortGeneralLegacy); // General, legacy version
+    putF64(bytesAt(p, 0x72), created);
     const QByteArray mask = headerMask();
     for (int i = 0; i < 128; ++i)
         p[0x18 + i] = char(p[0x18 + i] ^ mask[i]);
     // Unmasked trailer fields.
-    setU32(p, 0x98, 0x0654);
+    put32(bytesAt(p, 0x98), 0x0654);
     std::memcpy(p.data() + 0x9C, "4.0", 3);
     p[0xE00] = char(0x01);
     p[0xE01] = char(0x01);
-    for (int i = 0xE02; i < kPageBytes; i += 2)
+    for (int i = 0xE02; i < kPageSize; i += 2)
         p[i + 1] = char(0x01);
     return p;
 }
@@ -1008,94 +771,46 @@ QByteArray headerPage(double created)
 // ---------------------------------------------------------------------------------------------
 // File output.
 
-Status syncFile(QFile &f)
-{
-    if (!f.flush())
-        return Status::ioError(QStringLiteral("cannot write %1: %2").arg(f.fileName(), f.errorString()));
-#if defined(Q_OS_UNIX)
-    if (::fsync(f.handle()) != 0)
-        return Status::ioError(QStringLiteral("cannot flush %1 to disk").arg(f.fileName()));
-#elif defined(Q_OS_WIN)
-    if (::_commit(f.handle()) != 0)
-        return Status::ioError(QStringLiteral("cannot flush %1 to disk").arg(f.fileName()));
-#endif
-    return Status::ok();
-}
-
-void syncDirectory(const QString &dir)
-{
-#if defined(Q_OS_UNIX)
-    const int fd = ::open(QFile::encodeName(dir).constData(), O_RDONLY | O_DIRECTORY);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
-    }
-#else
-    Q_UNUSED(dir);
-#endif
-}
-
-// Moves a finished temporary file to its final name, failing rather than replacing a file
-// that appeared there meanwhile.
-Status moveIntoPlace(const QString &temp, const QString &path)
-{
-#if defined(Q_OS_UNIX)
-    const QByteArray from = QFile::encodeName(temp);
-    const QByteArray to = QFile::encodeName(path);
-    if (::link(from.constData(), to.constData()) == 0) {
-        ::unlink(from.constData());
-        return Status::ok();
-    }
-    if (errno == EEXIST)
-        return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
-        // Volumes without hard links: rename, which Qt refuses when the target exists.
-#endif
-    if (QFileInfo::exists(path))
-        return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
-    if (!QFile::rename(temp, path))
-        return Status::ioError(QStringLiteral("cannot create %1").arg(QDir::toNativeSeparators(path)));
-    return Status::ok();
-}
-
-Status writeFileAtomically(const QString &path, const QList<QByteArray> &pages)
+// Writes the file under a hidden temporary name beside path (so that the final move stays on
+// one volume), flushes it to disk, then gives it its name, failing rather than replacing a
+// file that appeared there meanwhile.
+Status writeFileAtomically(FileAccess &files, const QString &path, const QList<QByteArray> &pages)
 {
     const QFileInfo target(path);
     const QString dir = target.absolutePath();
-    if (!QFileInfo(dir).isDir())
+    if (!files.exists(dir))
         return Status::notFound(QStringLiteral("folder %1 does not exist").arg(QDir::toNativeSeparators(dir)));
-    // The temporary file is made like any new file (O_EXCL, the user's default permissions),
-    // under a hidden name beside the target so that the final move stays on one volume.
-    QFile temp;
-    for (int attempt = 0; attempt < 100 && !temp.isOpen(); ++attempt) {
+    std::unique_ptr<File> temp;
+    QString tempName;
+    for (int attempt = 0; attempt < 100 && !temp; ++attempt) {
         const QString suffix = QString::number(QRandomGenerator::global()->generate(), 16);
-        temp.setFileName(dir + QStringLiteral("/.") + target.fileName() + u'.' + suffix + QStringLiteral(".tmp"));
-        if (!temp.open(QIODevice::WriteOnly | QIODevice::NewOnly) && !temp.exists())
-            break; // not a name clash: the folder cannot be written
+        tempName = dir + QStringLiteral("/.") + target.fileName() + u'.' + suffix + QStringLiteral(".tmp");
+        Result<std::unique_ptr<File>> opened = files.open(tempName, FileAccess::OpenMode::CreateNew);
+        if (opened)
+            temp = opened.take();
+        else if (opened.status().code() != Status::Code::InvalidArgument)
+            return opened.status(); // not a name clash: the folder cannot be written
     }
-    if (!temp.isOpen())
-        return Status::ioError(
-            QStringLiteral("cannot write in %1: %2").arg(QDir::toNativeSeparators(dir), temp.errorString()));
-    const QString tempName = temp.fileName();
+    if (!temp)
+        return Status::ioError(QStringLiteral("cannot write in %1").arg(QDir::toNativeSeparators(dir)));
     Status written;
+    qint64 at = 0;
     for (const QByteArray &page : pages) {
-        if (temp.write(page) != page.size()) {
-            written = Status::ioError(
-                QStringLiteral("cannot write %1: %2").arg(QDir::toNativeSeparators(path), temp.errorString()));
+        if (written = temp->write(at, page); !written)
             break;
-        }
+        at += page.size();
     }
     if (written)
-        written = syncFile(temp);
-    temp.close();
+        written = temp->sync();
+    temp.reset();
+    if (written)
+        written = files.rename(tempName, path);
     if (!written) {
-        QFile::remove(tempName);
+        files.remove(tempName);
         return written;
     }
-    if (Status s = moveIntoPlace(tempName, path); !s) {
-        QFile::remove(tempName);
-        return s;
-    }
-    syncDirectory(dir);
+    // The file is in place; should the folder not be flushed, a power failure may lose it.
+    files.syncFolder(dir);
     return Status::ok();
 }
 
@@ -1105,9 +820,9 @@ struct SystemRows {
     QList<Ace> aces;
 };
 
-QList<QVariant> catalogValues(const Table &objects, const CatalogRow &r, double created)
+Row catalogValues(const Table &objects, const CatalogRow &r, const QDateTime &created)
 {
-    QList<QVariant> v(objects.columns.size());
+    Row v(objects.def.columns.size());
     v[columnNumber(objects, QStringLiteral("Id"))] = r.id;
     v[columnNumber(objects, QStringLiteral("ParentId"))] = r.parent;
     v[columnNumber(objects, QStringLiteral("Name"))] = r.name;
@@ -1119,29 +834,21 @@ QList<QVariant> catalogValues(const Table &objects, const CatalogRow &r, double 
     return v;
 }
 
-QList<QVariant> aceValues(const Ace &a)
+Row aceValues(const Ace &a)
 {
     return { a.object, a.sid, a.mask, a.inheritable };
 }
 
-// Writes rows into the table's data pages in order, filling each page before the next.
-// The pages were counted with pagesForRows on rows of the same sizes.
-QList<RowLocation> packRows(Table &t, const QList<QByteArray> &rows, QList<QByteArray> &pages)
+// Writes rows into the table's data pages in order, filling each page before the next. The
+// pages were counted with packRows on rows of the same sizes.
+QList<RowLocation> placeRows(Table &t, const QList<QByteArray> &rows, QList<QByteArray> &pages)
 {
+    const PackedRows packed = packRows(rows, quint32(t.tdefPages.first()));
+    for (qsizetype i = 0; i < packed.pages.size(); ++i)
+        pages[t.dataPages.at(i)] = packed.pages.at(i);
     QList<RowLocation> at;
-    int pageIndex = -1;
-    std::optional<DataPage> page;
-    for (const QByteArray &row : rows) {
-        if (!page || !page->fits(int(row.size()))) {
-            if (page)
-                pages[t.dataPages.at(pageIndex)] = page->image();
-            page.emplace(quint32(t.tdefPages.first()));
-            ++pageIndex;
-        }
-        at.append({ t.dataPages.at(pageIndex), page->add(row) });
-    }
-    if (page)
-        pages[t.dataPages.at(pageIndex)] = page->image();
+    for (const auto &[page, slot] : packed.at)
+        at.append({ t.dataPages.at(page), slot });
     t.rowCount = quint32(rows.size());
     return at;
 }
@@ -1149,10 +856,11 @@ QList<RowLocation> packRows(Table &t, const QList<QByteArray> &rows, QList<QByte
 bool writeLeaf(Table &t, int index, const QList<IndexEntry> &entries, QList<QByteArray> &pages)
 {
     RealIndex &ix = t.indexes[index];
-    std::optional<QByteArray> leaf = buildLeaf(t.tdefPages.first(), entries, &ix.distinctKeys);
+    const std::optional<Leaf> leaf = buildLeaf(t.tdefPages.first(), entries);
     if (!leaf)
         return false;
-    pages[ix.rootPage] = *leaf;
+    pages[ix.rootPage] = leaf->page;
+    ix.distinctKeys = leaf->distinctKeys;
     return true;
 }
 
@@ -1174,7 +882,8 @@ private:
     void writeHeaderAndGlobalMap();
     QList<Table *> systemTables() { return { &m_objects, &m_aces, &m_queries, &m_relationships }; }
 
-    double m_created;
+    QDateTime m_createdAt;
+    double m_created; // the same as an OLE date
     Table m_objects = msysObjects();
     Table m_aces = msysAces();
     Table m_queries = msysQueries();
@@ -1187,7 +896,8 @@ private:
 };
 
 NewFile::NewFile(const QList<TableSpec> &specs, const QDateTime &created)
-    : m_created(toOleDate(created))
+    : m_createdAt(created)
+    , m_created(toOleDate(created))
 {
     for (const TableSpec &table : specs)
         m_user.append(userTable(table));
@@ -1228,13 +938,13 @@ Result<QList<QByteArray>> NewFile::build()
     // Data pages of MSysObjects and MSysACEs; row sizes do not depend on the ids still missing.
     QList<QByteArray> catalogRows;
     for (const CatalogRow &r : m_rows.catalog)
-        catalogRows.append(encodeRow(m_objects, catalogValues(m_objects, r, m_created)));
-    for (int i = pagesForRows(catalogRows); i > 0; --i)
+        catalogRows.append(encodeRow(m_objects.def, catalogValues(m_objects, r, m_createdAt)));
+    for (qsizetype i = packRows(catalogRows, 0).pages.size(); i > 0; --i)
         m_objects.dataPages.append(m_nextPage++);
     QList<QByteArray> aceRows;
     for (const Ace &a : m_rows.aces)
-        aceRows.append(encodeRow(m_aces, aceValues(a)));
-    for (int i = pagesForRows(aceRows); i > 0; --i)
+        aceRows.append(encodeRow(m_aces.def, aceValues(a)));
+    for (qsizetype i = packRows(aceRows, 0).pages.size(); i > 0; --i)
         m_aces.dataPages.append(m_nextPage++);
 
     // User tables: map rows, then definition pages.
@@ -1252,12 +962,12 @@ Result<QList<QByteArray>> NewFile::build()
     fillCatalogIds();
     catalogRows.clear();
     for (const CatalogRow &r : m_rows.catalog)
-        catalogRows.append(encodeRow(m_objects, catalogValues(m_objects, r, m_created)));
+        catalogRows.append(encodeRow(m_objects.def, catalogValues(m_objects, r, m_createdAt)));
     aceRows.clear();
     for (const Ace &a : m_rows.aces)
-        aceRows.append(encodeRow(m_aces, aceValues(a)));
-    const QList<RowLocation> catalogAt = packRows(m_objects, catalogRows, m_pages);
-    const QList<RowLocation> aceAt = packRows(m_aces, aceRows, m_pages);
+        aceRows.append(encodeRow(m_aces.def, aceValues(a)));
+    const QList<RowLocation> catalogAt = placeRows(m_objects, catalogRows, m_pages);
+    const QList<RowLocation> aceAt = placeRows(m_aces, aceRows, m_pages);
     if (Status s = writeIndexes(catalogAt, aceAt); !s)
         return s;
 
@@ -1270,7 +980,7 @@ Result<QList<QByteArray>> NewFile::build()
     writeTdefs();
     writeHeaderAndGlobalMap();
     for (const QByteArray &page : std::as_const(m_pages))
-        Q_ASSERT(page.size() == kPageBytes);
+        Q_ASSERT(page.size() == kPageSize);
     return m_pages;
 }
 
@@ -1279,12 +989,12 @@ Result<QList<QByteArray>> NewFile::build()
 void NewFile::assignSystemMapRows()
 {
     int row = 0;
-    auto take = [&] { return MapRef { row++, kSystemMapPage }; };
+    auto take = [&] { return MapRef { kSystemMapPage, row++ }; };
     for (Table *t : systemTables()) {
-        t->owned = take();
-        t->freeSpace = take();
-        for (const Column &c : t->columns) {
-            if (c.type == kMemo || c.type == kOle) {
+        t->def.ownedMap = take();
+        t->def.freeMap = take();
+        for (const ColumnDef &c : t->def.columns) {
+            if (c.columnType() == kMemo || c.columnType() == kOle) {
                 LongValueMaps m;
                 m.column = c.number;
                 m.owned = take();
@@ -1302,16 +1012,16 @@ void NewFile::assignSystemMapRows()
 // on further map pages; a table's two rows stay on one page.
 void NewFile::assignUserMapRows()
 {
-    int page = kSystemMapPage;
+    quint32 page = kSystemMapPage;
     int rowsOnPage = m_systemMapRows;
-    auto pageHolds = [](int rows) { return kDataHeader + rows * (kMapRowBytes + 2) <= kPageBytes; };
+    auto pageHolds = [](int rows) { return kDataRowTable + rows * (kMapRowBytes + 2) <= kPageSize; };
     for (Table &t : m_user) {
         if (!pageHolds(rowsOnPage + 2)) {
-            page = m_nextPage++;
+            page = quint32(m_nextPage++);
             rowsOnPage = 0;
         }
-        t.owned = MapRef { rowsOnPage++, page };
-        t.freeSpace = MapRef { rowsOnPage++, page };
+        t.def.ownedMap = MapRef { page, rowsOnPage++ };
+        t.def.freeMap = MapRef { page, rowsOnPage++ };
     }
 }
 
@@ -1351,10 +1061,10 @@ Status NewFile::writeIndexes(const QList<RowLocation> &catalogAt, const QList<Ro
 
 void NewFile::writeMapPages()
 {
-    QMap<int, QMap<int, QByteArray>> rowsByPage;
+    QMap<quint32, QMap<int, QByteArray>> rowsByPage;
     for (const Table *t : systemTables()) {
-        rowsByPage[t->owned.page][t->owned.row] = inlineMap(t->dataPages);
-        rowsByPage[t->freeSpace.page][t->freeSpace.row] = inlineMap(t->dataPages);
+        rowsByPage[t->def.ownedMap.page][t->def.ownedMap.row] = inlineMap(t->dataPages);
+        rowsByPage[t->def.freeMap.page][t->def.freeMap.row] = inlineMap(t->dataPages);
         for (const LongValueMaps &m : t->longValueMaps) {
             rowsByPage[m.owned.page][m.owned.row] = inlineMap({});
             rowsByPage[m.freeSpace.page][m.freeSpace.row] = inlineMap({});
@@ -1363,14 +1073,14 @@ void NewFile::writeMapPages()
             rowsByPage[ix.map.page][ix.map.row] = inlineMap({ ix.rootPage });
     }
     for (const Table &t : std::as_const(m_user)) {
-        rowsByPage[t.owned.page][t.owned.row] = inlineMap({});
-        rowsByPage[t.freeSpace.page][t.freeSpace.row] = inlineMap({});
+        rowsByPage[t.def.ownedMap.page][t.def.ownedMap.row] = inlineMap({});
+        rowsByPage[t.def.freeMap.page][t.def.freeMap.row] = inlineMap({});
     }
     for (auto it = rowsByPage.cbegin(); it != rowsByPage.cend(); ++it) {
-        DataPage page(0);
+        QByteArray page = dataPage(0);
         for (const QByteArray &row : it.value())
-            page.add(row);
-        m_pages[it.key()] = page.image();
+            appendRow(bytesAt(page, 0), row);
+        m_pages[it.key()] = page;
     }
 }
 
@@ -1389,19 +1099,19 @@ void NewFile::writeHeaderAndGlobalMap()
     QByteArray map = inlineMap({});
     for (int p = pageCount; p < kMapBitmapBytes * 8; ++p)
         map[5 + p / 8] = char(uchar(map[5 + p / 8]) | (1u << (p % 8)));
-    DataPage global(1); // Jet marks its global map page with owner 1
-    global.add(map);
-    global.add(inlineMap({}));
-    m_pages[1] = global.image();
+    QByteArray global = dataPage(1); // Jet marks its global map page with owner 1
+    appendRow(bytesAt(global, 0), map);
+    appendRow(bytesAt(global, 0), inlineMap({}));
+    m_pages[1] = global;
 }
 
 } // namespace
 
-Status createDatabaseFile(const QString &path, const QList<TableSpec> &tables)
+Status createDatabaseFile(FileAccess &files, const QString &path, const QList<TableSpec> &tables)
 {
     if (path.isEmpty())
         return Status::invalidArgument(QStringLiteral("no file name given"));
-    if (QFileInfo::exists(path) || QFileInfo(path).isSymLink())
+    if (files.exists(path))
         return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
     if (Status s = checkSpecs(tables); !s)
         return s;
@@ -1411,7 +1121,7 @@ Status createDatabaseFile(const QString &path, const QList<TableSpec> &tables)
     Result<QList<QByteArray>> pages = NewFile(tables, now).build();
     if (!pages)
         return pages.status();
-    return writeFileAtomically(path, *pages);
+    return writeFileAtomically(files, path, *pages);
 }
 
 } // namespace tolvane::jet::internal

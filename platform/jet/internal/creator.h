@@ -1,6 +1,7 @@
 // Generation of a brand-new Jet 4 (Access 2000) database file holding empty user tables.
 #pragma once
 
+#include "platform/jet/internal/fileaccess.h"
 #include "platform/jet/types.h"
 #include "platform/status.h"
 
@@ -23,8 +24,8 @@ namespace tolvane::jet::internal {
 //
 // Never overwrites: InvalidArgument when path exists (also when it appears while the file is
 // being written). NotFound when the folder does not exist, IOError when it cannot be written.
-// The file is written to a hidden temporary file beside it, flushed to disk and moved into
-// place when complete, so it appears whole or not at all.
-Status createDatabaseFile(const QString &path, const QList<TableSpec> &tables);
+// The file is written through files to a hidden temporary file beside it, flushed to disk and
+// moved into place when complete, so it appears whole or not at all.
+Status createDatabaseFile(FileAccess &files, const QString &path, const QList<TableSpec> &tables);
 
 } // namespace tolvane::jet::internal

@@ -1,5 +1,6 @@
 #include "platform/jet/internal/rowcodec.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -7,10 +8,15 @@
 #include <QUuid>
 
 #include "platform/jet/internal/bytes.h"
+#include "platform/jet/internal/datapage.h"
 
 namespace tolvane::jet::internal {
 
 namespace {
+
+// Compressed text: at least this many characters (shorter gains nothing), at most this many.
+constexpr qsizetype kMinCompressed = 3;
+constexpr qsizetype kMaxCompressed = 1024;
 
 Status badRow(const QString &what)
 {
@@ -19,7 +25,7 @@ Status badRow(const QString &what)
 
 // A long value (memo/OLE): a 12-byte header with the length and flags, then the data inline,
 // or a pointer to one row on a long-value page, or a chain of such rows.
-Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
+Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore &store)
 {
     if (n < 12)
         return badRow(QStringLiteral("long value header too short"));
@@ -27,81 +33,50 @@ Result<QByteArray> readLongValue(const uchar *p, int n, const PageStore *store)
     const qint64 total = head & 0x3FFFFFFF;
     if (head & 0x80000000u)
         return QByteArray(reinterpret_cast<const char *>(p + 12), std::min<qint64>(total, n - 12));
-    if (!store)
-        return badRow(QStringLiteral("long value outside the row"));
     quint32 ptr = u32(p + 4);
     QByteArray out;
     const bool single = head & 0x40000000u;
     for (int hops = 0; ptr != 0 && out.size() < total; ++hops) {
         const quint32 pg = ptr >> 8;
         const int row = int(ptr & 0xFF);
-        if (pg >= store->pageCount() || hops > 100000)
+        if (pg >= store.pageCount() || hops > 100000)
             return badRow(QStringLiteral("long value pointer out of range"));
-        const uchar *page = store->page(pg);
-        int s = 0, e = 0;
-        if (page[0] != kPageData || !rowExtent(page, row, &s, &e))
+        const uchar *page = store.page(pg);
+        const std::optional<RowExtent> e = page[0] == kPageData ? rowExtent(page, row) : std::nullopt;
+        if (!e)
             return badRow(QStringLiteral("long value row missing"));
         if (single) {
-            out.append(reinterpret_cast<const char *>(page + s), std::min<qint64>(total, e - s));
+            out.append(reinterpret_cast<const char *>(page + e->start), std::min<qint64>(total, e->length()));
             break;
         }
-        if (e - s < 4)
+        if (e->length() < 4)
             return badRow(QStringLiteral("long value chain row too short"));
-        ptr = u32(page + s);
-        out.append(reinterpret_cast<const char *>(page + s + 4), e - s - 4);
+        ptr = u32(page + e->start);
+        out.append(reinterpret_cast<const char *>(page + e->start + 4), e->length() - 4);
     }
     if (out.size() > total)
         out.truncate(qsizetype(total));
     return out;
 }
 
-QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store, Status *err)
+// Values that hold no pointers: any bytes decode to something (null when too short).
+QVariant decodeScalar(ColumnType type, const uchar *p, int n)
 {
-    switch (ColumnType(type)) {
+    switch (type) {
     case ColumnType::Byte:
         return n >= 1 ? QVariant(int(p[0])) : QVariant();
     case ColumnType::Integer:
         return n >= 2 ? QVariant(int(i16(p))) : QVariant();
     case ColumnType::Long:
         return n >= 4 ? QVariant(int(i32(p))) : QVariant();
-    case ColumnType::Money: {
-        if (n < 8)
-            return {};
-        const qint64 v = qint64(quint64(u32(p)) | (quint64(u32(p + 4)) << 32));
-        return double(v) / 10000.0;
-    }
+    case ColumnType::Money:
+        return n >= 8 ? QVariant(double(qint64(u64(p))) / 10000.0) : QVariant();
     case ColumnType::Float:
         return n >= 4 ? QVariant(double(f32(p))) : QVariant();
     case ColumnType::Double:
         return n >= 8 ? QVariant(f64(p)) : QVariant();
-    case ColumnType::DateTime: {
-        if (n < 8)
-            return {};
-        const double d = f64(p);
-        if (!std::isfinite(d)) {
-            *err = badRow(QStringLiteral("date is not a number"));
-            return {};
-        }
-        return fromOleDate(d);
-    }
     case ColumnType::Text:
         return decodeText(p, n);
-    case ColumnType::Memo: {
-        Result<QByteArray> b = readLongValue(p, n, store);
-        if (!b) {
-            *err = b.status();
-            return {};
-        }
-        return decodeText(reinterpret_cast<const uchar *>(b->constData()), int(b->size()));
-    }
-    case ColumnType::Ole: {
-        Result<QByteArray> b = readLongValue(p, n, store);
-        if (!b) {
-            *err = b.status();
-            return {};
-        }
-        return b.take();
-    }
     case ColumnType::Guid:
         if (n < 16)
             return {};
@@ -115,10 +90,33 @@ QVariant decodeValue(quint8 type, const uchar *p, int n, const PageStore *store,
             v = v * 4294967296.0 + double(u32(p + 1 + 4 * i));
         return (p[0] & 0x80) ? -v : v;
     }
-    case ColumnType::Boolean:
-    case ColumnType::Binary:
     default:
         return QByteArray(reinterpret_cast<const char *>(p), n);
+    }
+}
+
+Result<QVariant> decodeValue(quint8 type, const uchar *p, int n, const PageStore &store)
+{
+    switch (ColumnType(type)) {
+    case ColumnType::DateTime: {
+        if (n < 8)
+            return QVariant();
+        const double d = f64(p);
+        if (!std::isfinite(d))
+            return badRow(QStringLiteral("date is not a number"));
+        return QVariant(fromOleDate(d));
+    }
+    case ColumnType::Memo:
+    case ColumnType::Ole: {
+        Result<QByteArray> b = readLongValue(p, n, store);
+        if (!b)
+            return b.status();
+        if (ColumnType(type) == ColumnType::Ole)
+            return QVariant(b.take());
+        return QVariant(decodeText(bytesAt(*b, 0), int(b->size())));
+    }
+    default:
+        return decodeScalar(ColumnType(type), p, n);
     }
 }
 
@@ -171,31 +169,31 @@ QString decodeText(const uchar *p, int n)
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(p), n / 2);
 }
 
-QByteArray encodeText(const QString &s, bool compressible)
+QByteArray utf16le(const QString &s)
 {
-    const int n = int(s.size());
-    bool compress = compressible && n >= 3 && n <= 1024;
-    for (int i = 0; compress && i < n; ++i) {
-        const char16_t c = s.at(i).unicode();
-        compress = c >= 0x01 && c <= 0xFF;
-    }
-    QByteArray out;
-    if (compress) {
-        out.reserve(n + 2);
-        out.append(char(0xFF));
-        out.append(char(0xFE));
-        for (QChar c : s)
-            out.append(char(c.unicode()));
-        return out;
-    }
-    out.resize(2 * n);
-    uchar *d = reinterpret_cast<uchar *>(out.data());
-    for (int i = 0; i < n; ++i)
-        put16(d + 2 * i, s.at(i).unicode());
+    QByteArray out(2 * s.size(), Qt::Uninitialized);
+    for (qsizetype i = 0; i < s.size(); ++i)
+        put16(bytesAt(out, 2 * i), s.at(i).unicode());
     return out;
 }
 
-Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore *store)
+QByteArray encodeText(const QString &s, bool compressible)
+{
+    const qsizetype n = s.size();
+    const bool compress = compressible && n >= kMinCompressed && n <= kMaxCompressed
+        && std::all_of(s.cbegin(), s.cend(), [](QChar c) { return c.unicode() >= 0x01 && c.unicode() <= 0xFF; });
+    if (!compress)
+        return utf16le(s);
+    QByteArray out;
+    out.reserve(n + 2);
+    out.append(char(0xFF));
+    out.append(char(0xFE));
+    for (QChar c : s)
+        out.append(char(c.unicode()));
+    return out;
+}
+
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store)
 {
     if (length < 3)
         return badRow(QStringLiteral("row of %1 bytes").arg(length));
@@ -225,7 +223,6 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
 
     Row values;
     values.reserve(t.columns.size());
-    Status err;
     for (const ColumnDef &c : t.columns) {
         const bool present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
         if (c.type == quint8(ColumnType::Boolean)) {
@@ -243,7 +240,10 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
             const int pos = 2 + c.fixedOffset;
             if (pos + size > dataEnd)
                 return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
-            values.append(decodeValue(c.type, row + pos, size, store, &err));
+            Result<QVariant> v = decodeValue(c.type, row + pos, size, store);
+            if (!v)
+                return v.status();
+            values.append(v.take());
         } else {
             if (c.varIndex >= nvar) {
                 values.append(QVariant());
@@ -253,10 +253,11 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
             const int end = c.varIndex + 1 < nvar ? u16(offsets - 2 * (c.varIndex + 1)) : eod;
             if (start < 2 || start > end || end > dataEnd)
                 return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
-            values.append(decodeValue(c.type, row + start, end - start, store, &err));
+            Result<QVariant> v = decodeValue(c.type, row + start, end - start, store);
+            if (!v)
+                return v.status();
+            values.append(v.take());
         }
-        if (!err)
-            return err;
     }
     return values;
 }
@@ -428,34 +429,30 @@ QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
         }
     }
 
-    QByteArray row;
-    row.reserve(std::max(minLength, 64));
-    uchar b2[2];
-    put16(b2, quint16(ncols));
-    row.append(reinterpret_cast<const char *>(b2), 2);
-    row.append(fixed);
+    // Column count, fixed area, variable data, padding, then the trailer: end of the variable
+    // data, their offsets last to first, their count, and the null mask.
+    ByteWriter row;
+    row.data().reserve(std::max(minLength, 64));
+    row.u16(quint32(ncols));
+    row.bytes(fixed);
     QList<int> offsets;
     for (const QByteArray &v : var) {
-        offsets.append(int(row.size()));
-        row.append(v);
+        offsets.append(row.size());
+        row.bytes(v);
     }
-    const int eod = int(row.size());
+    const int eod = row.size();
     const int trailer = t.varSlots > 0 ? 2 * (t.varSlots + 2) : 0;
     const int pad = minLength - (eod + trailer + maskLen);
     if (pad > 0)
-        row.append(QByteArray(pad, '\0'));
+        row.zeros(pad);
     if (t.varSlots > 0) {
-        put16(b2, quint16(eod));
-        row.append(reinterpret_cast<const char *>(b2), 2);
-        for (int i = int(offsets.size()) - 1; i >= 0; --i) {
-            put16(b2, quint16(offsets.at(i)));
-            row.append(reinterpret_cast<const char *>(b2), 2);
-        }
-        put16(b2, quint16(offsets.size()));
-        row.append(reinterpret_cast<const char *>(b2), 2);
+        row.u16(quint32(eod));
+        for (qsizetype i = offsets.size() - 1; i >= 0; --i)
+            row.u16(quint32(offsets.at(i)));
+        row.u16(quint32(offsets.size()));
     }
-    row.append(mask);
-    return row;
+    row.bytes(mask);
+    return row.data();
 }
 
 } // namespace tolvane::jet::internal

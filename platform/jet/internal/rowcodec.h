@@ -7,9 +7,9 @@
 
 namespace tolvane::jet::internal {
 
-// Decodes one row (the bytes of its extent). Long values are read through store (may be null
-// when the table has none). Corruption when offsets do not fit the extent.
-Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore *store);
+// Decodes one row (the bytes of its extent); long values are read from their pages in store.
+// Corruption when offsets do not fit the extent or a long value cannot be followed.
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store);
 
 // Checks and converts values for the table's columns (count, types, Text(n) limits in UTF-16
 // units, Long range). InvalidArgument on the first bad value; NotSupported for column types
@@ -20,9 +20,11 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
 // that size, for rewriting a row inside a larger extent.
 QByteArray encodeRow(const TableDef &t, const Row &values, int minLength = 0);
 
-// Text as stored: compressed (FF FE + one byte per character) when allowed and worthwhile,
-// otherwise UTF-16LE.
+// Text as stored: compressed (FF FE + one byte per character) when the column allows it and
+// the text has 3 to 1024 characters, all in U+0001..U+00FF; otherwise UTF-16LE.
 QByteArray encodeText(const QString &s, bool compressible);
+// UTF-16LE: uncompressed text, and names in table definitions.
+QByteArray utf16le(const QString &s);
 // Stored text back to a string: UTF-16LE, or the compressed form with 00 bytes switching
 // between one-byte and two-byte segments.
 QString decodeText(const uchar *p, int n);

@@ -43,6 +43,24 @@ qint64 tdefRowCount(const PageStore &store, quint32 tdefPage)
     return u32(store.page(tdefPage) + 16);
 }
 
+void computeLayout(TableDef &t)
+{
+    t.fixedAreaSize = 0;
+    t.varSlots = 0;
+    t.hasLongValues = false;
+    for (const ColumnDef &c : t.columns) {
+        if (c.type == quint8(ColumnType::Memo) || c.type == quint8(ColumnType::Ole))
+            t.hasLongValues = true;
+        if (c.isFixed()) {
+            const int size = fixedSizeOf(c.type) >= 0 ? fixedSizeOf(c.type) : c.length;
+            if (c.type != quint8(ColumnType::Boolean))
+                t.fixedAreaSize = std::max(t.fixedAreaSize, c.fixedOffset + size);
+        } else {
+            t.varSlots = std::max(t.varSlots, c.varIndex + 1);
+        }
+    }
+}
+
 Result<TableDef> parseTableDef(const PageStore &store, quint32 page)
 {
     auto bad = [page](const QString &what) {
@@ -74,8 +92,8 @@ Result<TableDef> parseTableDef(const PageStore &store, quint32 page)
     t.numCols = u16(b + 45);
     t.numIndexes = int(u32(b + 47));
     t.numRealIndexes = int(u32(b + 51));
-    t.ownedMap = { u24(b + 56), b[55] };
-    t.freeMap = { u24(b + 60), b[59] };
+    t.ownedMap = MapRef::fromEncoded(u32(b + 55));
+    t.freeMap = MapRef::fromEncoded(u32(b + 59));
     if (t.numCols > 4096 || t.numRealIndexes < 0 || t.numRealIndexes > 1000 || t.numIndexes < 0 || t.numIndexes > 1000)
         return bad(QStringLiteral("implausible counts"));
 
@@ -107,17 +125,7 @@ Result<TableDef> parseTableDef(const PageStore &store, quint32 page)
     std::stable_sort(
         t.columns.begin(), t.columns.end(), [](const ColumnDef &a, const ColumnDef &x) { return a.number < x.number; });
 
-    for (const ColumnDef &c : t.columns) {
-        if (c.type == quint8(ColumnType::Memo) || c.type == quint8(ColumnType::Ole))
-            t.hasLongValues = true;
-        if (c.isFixed()) {
-            const int size = fixedSizeOf(c.type) >= 0 ? fixedSizeOf(c.type) : c.length;
-            if (c.type != quint8(ColumnType::Boolean))
-                t.fixedAreaSize = std::max(t.fixedAreaSize, c.fixedOffset + size);
-        } else {
-            t.varSlots = std::max(t.varSlots, c.varIndex + 1);
-        }
-    }
+    computeLayout(t);
     return t;
 }
 

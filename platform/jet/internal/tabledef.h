@@ -11,9 +11,13 @@
 
 namespace tolvane::jet::internal {
 
+// A usage map: the row that holds it (docs/jet4-engine.md, "Usage maps" under "Writing").
 struct MapRef {
     quint32 page = 0;
     int row = 0;
+    // As a table definition stores it: the row in the low byte, the page above it.
+    static MapRef fromEncoded(quint32 v) { return { v >> 8, int(v & 0xFF) }; }
+    quint32 encoded() const { return quint32(row & 0xFF) | (page << 8); }
 };
 
 struct ColumnDef {
@@ -48,6 +52,9 @@ struct TableDef {
 
 // Size in the fixed area of a fixed column of this type (0 for Boolean, -1 when unknown).
 int fixedSizeOf(quint8 type);
+
+// Fills in what t's columns imply: fixedAreaSize, varSlots and hasLongValues.
+void computeLayout(TableDef &t);
 
 // Parses the tdef chain starting at page. Corruption when the chain or its fields do not fit.
 Result<TableDef> parseTableDef(const PageStore &store, quint32 page);

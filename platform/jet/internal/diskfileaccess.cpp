@@ -1,0 +1,238 @@
+#include "platform/jet/internal/diskfileaccess.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#ifdef Q_OS_WIN
+#include <io.h>
+#include <windows.h>
+#else
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+namespace tolvane::jet::internal {
+
+namespace {
+
+Status ioError(const QString &what, const QString &path, const QString &why)
+{
+    return Status::ioError(QStringLiteral("%1 %2: %3").arg(what, QDir::toNativeSeparators(path), why));
+}
+
+// The one place that asks the system to put what was written through a descriptor on the
+// storage device (a plain flush leaves it in the system's cache).
+bool syncDescriptor(int fd)
+{
+#ifdef Q_OS_WIN
+    return ::FlushFileBuffers(reinterpret_cast<HANDLE>(::_get_osfhandle(fd))) != 0;
+#elif defined(Q_OS_DARWIN)
+    // fsync() on macOS stops at the drive's cache.
+    return ::fcntl(fd, F_FULLFSYNC) == 0 || ::fsync(fd) == 0;
+#else
+    return ::fsync(fd) == 0;
+#endif
+}
+
+class DiskFile final : public File {
+public:
+    explicit DiskFile(const QString &path)
+        : m_file(path)
+    {
+    }
+    QFile &qfile() { return m_file; }
+
+    Result<QByteArray> read(qint64 offset, qint64 size) override
+    {
+        QByteArray data(qsizetype(size), Qt::Uninitialized);
+        const qint64 n = m_file.seek(offset) ? m_file.read(data.data(), size) : -1;
+        if (n < 0)
+            return failed(QStringLiteral("cannot read"));
+        data.truncate(qsizetype(n));
+        return data;
+    }
+
+    Status write(qint64 offset, QByteArrayView data) override
+    {
+        if (!m_file.seek(offset) || m_file.write(data.data(), data.size()) != data.size())
+            return failed(QStringLiteral("cannot write"));
+        return Status::ok();
+    }
+
+    Result<qint64> size() override { return m_file.size(); }
+
+    Status resize(qint64 size) override
+    {
+        if (!m_file.resize(size))
+            return failed(QStringLiteral("cannot set the size of"));
+        return Status::ok();
+    }
+
+    Status sync() override
+    {
+        if (!m_file.flush() || !syncDescriptor(m_file.handle()))
+            return failed(QStringLiteral("cannot flush to disk"));
+        return Status::ok();
+    }
+
+    Result<bool> tryLock(LockKind kind, qint64 offset, qint64 length) override
+    {
+#ifdef Q_OS_WIN
+        const HANDLE h = reinterpret_cast<HANDLE>(::_get_osfhandle(m_file.handle()));
+        OVERLAPPED at = {};
+        at.Offset = DWORD(quint64(offset));
+        at.OffsetHigh = DWORD(quint64(offset) >> 32);
+        const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (kind == LockKind::Exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+        if (::LockFileEx(h, flags, 0, DWORD(quint64(length)), DWORD(quint64(length) >> 32), &at))
+            return true;
+        if (::GetLastError() == ERROR_LOCK_VIOLATION)
+            return false;
+#else
+        struct flock lock = {};
+        lock.l_type = kind == LockKind::Exclusive ? F_WRLCK : F_RDLCK;
+        lock.l_whence = SEEK_SET;
+        lock.l_start = off_t(offset);
+        lock.l_len = off_t(length);
+        if (::fcntl(m_file.handle(), F_SETLK, &lock) == 0)
+            return true;
+        if (errno == EACCES || errno == EAGAIN)
+            return false;
+#endif
+        return ioError(QStringLiteral("cannot lock"), m_file.fileName(), qt_error_string());
+    }
+
+    Status unlock(qint64 offset, qint64 length) override
+    {
+#ifdef Q_OS_WIN
+        const HANDLE h = reinterpret_cast<HANDLE>(::_get_osfhandle(m_file.handle()));
+        OVERLAPPED at = {};
+        at.Offset = DWORD(quint64(offset));
+        at.OffsetHigh = DWORD(quint64(offset) >> 32);
+        if (::UnlockFileEx(h, 0, DWORD(quint64(length)), DWORD(quint64(length) >> 32), &at))
+            return Status::ok();
+#else
+        struct flock lock = {};
+        lock.l_type = F_UNLCK;
+        lock.l_whence = SEEK_SET;
+        lock.l_start = off_t(offset);
+        lock.l_len = off_t(length);
+        if (::fcntl(m_file.handle(), F_SETLK, &lock) == 0)
+            return Status::ok();
+#endif
+        return ioError(QStringLiteral("cannot unlock"), m_file.fileName(), qt_error_string());
+    }
+
+private:
+    Status failed(const QString &what) const
+    {
+        return ioError(what, m_file.fileName(), m_file.errorString());
+    }
+
+    QFile m_file;
+};
+
+} // namespace
+
+Result<std::unique_ptr<File>> DiskFileAccess::open(const QString &path, OpenMode mode)
+{
+    QIODevice::OpenMode flags = QIODevice::ReadWrite | QIODevice::Unbuffered;
+    switch (mode) {
+    case OpenMode::Read:
+        flags = QIODevice::ReadOnly | QIODevice::ExistingOnly | QIODevice::Unbuffered;
+        break;
+    case OpenMode::ReadWrite:
+        flags |= QIODevice::ExistingOnly;
+        break;
+    case OpenMode::Replace:
+        flags |= QIODevice::Truncate;
+        break;
+    case OpenMode::CreateNew:
+        flags |= QIODevice::NewOnly;
+        break;
+    }
+    auto file = std::make_unique<DiskFile>(path);
+    if (file->qfile().open(flags))
+        return std::unique_ptr<File>(std::move(file));
+    const bool existing = mode == OpenMode::Read || mode == OpenMode::ReadWrite;
+    if (existing && !QFileInfo::exists(path))
+        return Status::notFound(QStringLiteral("no such file: %1").arg(QDir::toNativeSeparators(path)));
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!existing && !QFileInfo(folder).isDir())
+        return Status::notFound(QStringLiteral("folder %1 does not exist").arg(QDir::toNativeSeparators(folder)));
+    if (mode == OpenMode::CreateNew && QFileInfo::exists(path))
+        return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(path)));
+    return ioError(QStringLiteral("cannot open"), path, file->qfile().errorString());
+}
+
+bool DiskFileAccess::exists(const QString &path)
+{
+    return QFileInfo::exists(path);
+}
+
+bool DiskFileAccess::isWritable(const QString &path)
+{
+    return QFileInfo(path).isWritable();
+}
+
+Result<FileStamp> DiskFileAccess::stamp(const QString &path)
+{
+    const QFileInfo fi(path);
+    if (!fi.exists())
+        return Status::notFound(QStringLiteral("no such file: %1").arg(QDir::toNativeSeparators(path)));
+    return FileStamp { fi.size(), fi.lastModified().toMSecsSinceEpoch(), fi.metadataChangeTime().toMSecsSinceEpoch() };
+}
+
+Status DiskFileAccess::remove(const QString &path)
+{
+    QFile f(path);
+    if (!f.exists() || f.remove())
+        return Status::ok();
+    return ioError(QStringLiteral("cannot remove"), path, f.errorString());
+}
+
+Status DiskFileAccess::rename(const QString &from, const QString &to)
+{
+    const auto exists = [&] {
+        return Status::invalidArgument(QStringLiteral("%1 already exists").arg(QDir::toNativeSeparators(to)));
+    };
+#ifndef Q_OS_WIN
+    // A hard link never replaces its target, so a file that appears meanwhile is kept. (QFile's
+    // rename checks first and, when the move then fails, copies over whatever is there.)
+    const QByteArray source = QFile::encodeName(from);
+    if (::link(source.constData(), QFile::encodeName(to).constData()) == 0) {
+        ::unlink(source.constData());
+        return Status::ok();
+    }
+    if (errno == EEXIST)
+        return exists();
+        // Volumes without hard links: the plain rename below.
+#endif
+    if (QFileInfo::exists(to) || QFileInfo(to).isSymLink())
+        return exists();
+    QFile f(from);
+    if (!f.rename(to))
+        return ioError(QStringLiteral("cannot rename %1 to").arg(QDir::toNativeSeparators(from)), to, f.errorString());
+    return Status::ok();
+}
+
+Status DiskFileAccess::syncFolder(const QString &folder)
+{
+#ifdef Q_OS_WIN
+    Q_UNUSED(folder);
+    return Status::ok();
+#else
+    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY);
+    const bool ok = fd >= 0 && syncDescriptor(fd);
+    const int error = errno;
+    if (fd >= 0)
+        ::close(fd);
+    if (!ok)
+        return ioError(QStringLiteral("cannot flush the folder"), folder, qt_error_string(error));
+    return Status::ok();
+#endif
+}
+
+} // namespace tolvane::jet::internal

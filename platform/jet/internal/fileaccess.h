@@ -1,0 +1,91 @@
+// FileAccess: the engine's one way to the file system. The page store and the creator open,
+// read, write, flush, rename and remove files only through it, so that tests can put a
+// fault-injecting implementation where DiskFileAccess (diskfileaccess.h) normally stands.
+// Implementations and their files are used from one thread at a time.
+#pragma once
+
+#include <memory>
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+#include "platform/status.h"
+
+namespace tolvane::jet::internal {
+
+// An open file. Offsets and sizes are in bytes. Every failure is IOError naming the file.
+class File {
+public:
+    virtual ~File() = default;
+
+    // Up to size bytes from offset: fewer only where the file ends.
+    virtual Result<QByteArray> read(qint64 offset, qint64 size) = 0;
+    // Writes all of data at offset, growing the file when it reaches past the end. A failure
+    // may leave part of data written.
+    virtual Status write(qint64 offset, QByteArrayView data) = 0;
+    virtual Result<qint64> size() = 0;
+    // Cuts the file to size bytes, or grows it with zeros.
+    virtual Status resize(qint64 size) = 0;
+    // Returns once everything written so far is on the storage device.
+    virtual Status sync() = 0;
+
+    // Advisory byte-range locks between processes, with try semantics: true when the lock is
+    // now held, false when another process holds a conflicting one. Several shared locks may
+    // cover the same bytes; an exclusive one excludes every other lock. Requires: the file is
+    // open for writing when kind is Exclusive, and a process locks a range through one file
+    // only (systems differ on whether two files of one process conflict). Locks end with
+    // unlock() or when the file is closed; on POSIX systems also when the process closes any
+    // other file on the same disk file.
+    enum class LockKind { Shared, Exclusive };
+    virtual Result<bool> tryLock(LockKind kind, qint64 offset, qint64 length) = 0;
+    virtual Status unlock(qint64 offset, qint64 length) = 0;
+
+    // The whole file.
+    Result<QByteArray> readAll()
+    {
+        Result<qint64> n = size();
+        if (!n)
+            return n.status();
+        return read(0, *n);
+    }
+};
+
+// Size and times of last change of a file, to notice that someone else wrote it.
+struct FileStamp {
+    qint64 size = -1;
+    qint64 modifiedMs = 0; // content written
+    qint64 changedMs = 0; // content or metadata changed
+    bool operator==(const FileStamp &) const = default;
+};
+
+class FileAccess {
+public:
+    enum class OpenMode {
+        Read, // an existing file, for reading
+        ReadWrite, // an existing file, for reading and writing
+        Replace, // a new or emptied file, for reading and writing
+        CreateNew, // a file that must not exist yet, for reading and writing
+    };
+
+    virtual ~FileAccess() = default;
+
+    // Errors: NotFound (no such file for Read and ReadWrite; no such folder for the others),
+    // InvalidArgument (CreateNew and the file exists), IOError.
+    virtual Result<std::unique_ptr<File>> open(const QString &path, OpenMode mode) = 0;
+    // A file or folder at path.
+    virtual bool exists(const QString &path) = 0;
+    // True when this process may write the file or folder at path.
+    virtual bool isWritable(const QString &path) = 0;
+    // NotFound when there is no file.
+    virtual Result<FileStamp> stamp(const QString &path) = 0;
+    // Removes a file; removing one that does not exist succeeds.
+    virtual Status remove(const QString &path) = 0;
+    // Gives the file at from the name to, on the same volume; never replaces a file:
+    // InvalidArgument when to exists. IOError otherwise.
+    virtual Status rename(const QString &from, const QString &to) = 0;
+    // Makes the files created, renamed and removed in folder durable.
+    virtual Status syncFolder(const QString &folder) = 0;
+};
+
+} // namespace tolvane::jet::internal
