@@ -220,14 +220,13 @@ bool Form3::eventFilter(QObject *watched, QEvent *event)
 }
 
 // The grid's rows and columns count as the original grid's: row 0 and column 0 are the fixed
-// heading row and column, so the model's row r is grid row r + 1.
+// heading row and column, so the model's row r is grid row r + 1. The view itself selects the
+// pressed cell.
 void Form3::fg_MouseDown(const QPoint &viewportPos)
 {
     m_clickedRow = tolvane::ui::gridRowAt(fg, viewportPos);
     const int col = fg->columnAt(viewportPos.x());
     m_clickedCol = col < 0 ? -1 : col + 1;
-    if (m_clickedRow > 0 && m_clickedCol > 0)
-        fg->setCurrentIndex(m_model->index(m_clickedRow - 1, m_clickedCol - 1));
 }
 
 void Form3::Toolbar1_ButtonClick(const QString &key)
