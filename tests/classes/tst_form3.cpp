@@ -4,6 +4,7 @@
 #include <array>
 
 #include <QApplication>
+#include <QDir>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -189,6 +190,22 @@ private Q_SLOTS:
         // A name is at most what ClassN.a01 holds.
         typeName(dlg, 1, QString(70, QLatin1Char('x')));
         QCOMPARE(qobject_cast<QLineEdit *>(fg->indexWidget(fg->currentIndex()))->text().size(), 60);
+
+        // With TOLVANE_SCREENSHOT_DIR set: the dialog with a few classes on palette tints.
+        if (const QString dir = qEnvironmentVariable("TOLVANE_SCREENSHOT_DIR"); !dir.isEmpty()) {
+            fg->closePersistentEditor(fg->currentIndex());
+            classes::ClassListModel &model = dlg.model();
+            QVERIFY(model.addRow());
+            model.setData(model.index(3, 0), QStringLiteral("O'Neil 図面"));
+            QVERIFY(model.addRow());
+            model.setData(model.index(4, 0), QStringLiteral("見積書　控"));
+            const QList<QColor> palette = classes::colourBlindSafePalette();
+            for (int row = 0; row < 5; ++row)
+                model.setRowColour(row, palette[1 + 2 * (row + 1)]);
+            fg->clearSelection();
+            fg->setCurrentIndex({});
+            QVERIFY(dlg.grab().save(QDir(dir).filePath(QStringLiteral("form3.png"))));
+        }
     }
 
     // Adding empty rows, moving past either end and cancelling change nothing in the file.
