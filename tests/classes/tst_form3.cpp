@@ -327,6 +327,21 @@ private Q_SLOTS:
         QVERIFY(clickTool(dlg, "reg"));
         QCOMPARE(stored.size(), 1);
         QCOMPARE(names(readList(path)), kSampleNames.mid(1));
+
+        // A catalogue opened read-only (an archive edition) refuses the store with the reason.
+        const QByteArray before = bytesOf(path);
+        auto readOnly = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
+        QVERIFY(readOnly);
+        Form3 archive(prompter, **readOnly, 10);
+        archive.show();
+        QVERIFY(clickTool(archive, "add"));
+        typeName(archive, 3, QStringLiteral("新規"));
+        QVERIFY(clickTool(archive, "reg"));
+        QCOMPARE(prompter.lastMessage().text,
+            QStringLiteral("分類項目を登録できませんでした。元の分類項目はそのまま残っています。\r\n"
+                           "このデータベースには書き込めません。"));
+        QVERIFY(archive.isVisible());
+        QCOMPARE(bytesOf(path), before);
     }
 
     // Opened from the menu item: F1 opens the dialog's help topic, and a store reloads the main
