@@ -141,10 +141,14 @@ Form3::Form3(Prompter &prompter, jet::Database &db, int fontSize, QWidget *paren
     StatusBar1->addWidget(panel, 1);
     layout->addWidget(StatusBar1);
 
-    // An unreadable ClassN leaves the grid empty; storing would then replace it.
-    m_model->load(m_db);
+    const Status loaded = m_model->load(m_db);
     autoSizeColumns();
     buildToolbar();
+    if (!loaded) {
+        // An empty grid stored over a list that could not be read would lose it.
+        toolAction(QStringLiteral("reg"))->setEnabled(false);
+        m_prompter.inform(appTitle(), QStringLiteral("分類項目を読み込めませんでした。"), Prompter::Icon::Warning);
+    }
 
     auto *f1 = new QShortcut(QKeySequence(Qt::Key_F1), this);
     f1->setContext(Qt::WindowShortcut);

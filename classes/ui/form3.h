@@ -26,8 +26,9 @@ public:
     // The help topic of the dialog.
     static constexpr int kHelpContextId = 10032;
 
-    // Reads ClassN from db at once (an unreadable table leaves the grid empty). db must outlive
-    // the dialog. fontSize is the main window's text size (TextFontSize).
+    // Reads ClassN from db at once (an unreadable table is reported, leaves the grid empty and
+    // "reg" disabled). db must outlive the dialog. fontSize is the main window's text size
+    // (TextFontSize).
     Form3(Prompter &prompter, jet::Database &db, int fontSize, QWidget *parent = nullptr);
     ~Form3() override;
 

@@ -290,6 +290,14 @@ private Q_SLOTS:
         QCOMPARE(stored.size(), 0);
         QVERIFY(dlg.model().isEdited());
         QCOMPARE(bytesOf(path), before);
+
+        // A list that cannot be read is said so, and cannot be stored over.
+        const QString noClasses = m_dir.filePath(QStringLiteral("no-classes.mdb"));
+        QVERIFY(jet::Database::create(noClasses, { { QStringLiteral("DBID"), { { QStringLiteral("dbid") } } } }));
+        auto other = jet::Database::open(noClasses);
+        Form3 unread(prompter, **other, 10);
+        QCOMPARE(prompter.lastMessage().text, QStringLiteral("分類項目を読み込めませんでした。"));
+        QVERIFY(!unread.toolAction(QStringLiteral("reg"))->isEnabled());
     }
 
     // Opened from the menu item: F1 opens the dialog's help topic, and a store reloads the main
