@@ -33,7 +33,7 @@ public:
     QString openFile(const QString &, const QString &, const QString &) override { return {}; }
     QString saveFile(const QString &, const QString &, const QString &) override { return {}; }
     QString folder(const QString &, const QString &) override { return {}; }
-    QColor color(const QString &, const QColor &) override { return {}; }
+    QColor color(const QString &, const QColor &, const QList<QColor> &) override { return {}; }
     QString text(const QString &, const QString &, const QString &, bool *ok) override
     {
         *ok = false;

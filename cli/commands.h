@@ -10,5 +10,6 @@ int runCreate(const QStringList &args);
 int runRegister(const QStringList &args);
 int runDump(const QStringList &args);
 int runSearch(const QStringList &args);
+int runClasses(const QStringList &args);
 
 } // namespace tolvane::cli

@@ -61,7 +61,7 @@ QString ConsolePrompter::folder(const QString &, const QString &)
     return {};
 }
 
-QColor ConsolePrompter::color(const QString &, const QColor &)
+QColor ConsolePrompter::color(const QString &, const QColor &, const QList<QColor> &)
 {
     return {};
 }

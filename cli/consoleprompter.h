@@ -24,7 +24,7 @@ public:
     QString openFile(const QString &title, const QString &filter, const QString &startDir) override;
     QString saveFile(const QString &title, const QString &filter, const QString &startDir) override;
     QString folder(const QString &title, const QString &startDir) override;
-    QColor color(const QString &title, const QColor &initial) override;
+    QColor color(const QString &title, const QColor &initial, const QList<QColor> &customColours) override;
     QString text(const QString &title, const QString &label, const QString &initial, bool *ok) override;
     int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) override;
 

@@ -1,4 +1,4 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search, classes).
 #include <QCoreApplication>
 
 #include "cli/commands.h"
@@ -10,7 +10,8 @@ int usage()
     tolvane::cli::writeErr(QStringLiteral("usage: tolvane-cli create CATALOG.mdb\n"
                                           "       tolvane-cli register CATALOG.mdb FOLDER\n"
                                           "       tolvane-cli dump CATALOG.mdb TABLE\n"
-                                          "       tolvane-cli search CATALOG.mdb ..."));
+                                          "       tolvane-cli search CATALOG.mdb ...\n"
+                                          "       tolvane-cli classes list|set CATALOG.mdb [FILE.tsv]"));
     return 2;
 }
 } // namespace
@@ -30,5 +31,7 @@ int main(int argc, char *argv[])
         return tolvane::cli::runDump(args);
     if (command == QLatin1String("search"))
         return tolvane::cli::runSearch(args);
+    if (command == QLatin1String("classes"))
+        return tolvane::cli::runClasses(args);
     return usage();
 }

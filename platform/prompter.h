@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QColor>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -32,8 +33,9 @@ public:
     virtual QString saveFile(const QString &title, const QString &filter, const QString &startDir = {}) = 0;
     // Folder picker. Empty result = cancelled.
     virtual QString folder(const QString &title, const QString &startDir = {}) = 0;
-    // Colour picker; an invalid QColor means cancelled.
-    virtual QColor color(const QString &title, const QColor &initial) = 0;
+    // Colour picker starting on initial, offering customColours (at most 16) as the dialog's
+    // custom colours; an invalid QColor means cancelled.
+    virtual QColor color(const QString &title, const QColor &initial, const QList<QColor> &customColours) = 0;
     // Small text input; std::nullopt-like: ok=false means cancelled.
     virtual QString text(const QString &title, const QString &label, const QString &initial, bool *ok) = 0;
     virtual int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) = 0;

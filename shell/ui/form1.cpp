@@ -1,6 +1,7 @@
 #include "shell/ui/form1.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QAction>
 #include <QActionGroup>
@@ -25,6 +26,7 @@
 #include "browser/ui/browsercontroller.h"
 #include "catalog/lifecycle.h"
 #include "catalog/schema.h"
+#include "classes/ui/form3.h"
 #include "platform/apptitle.h"
 #include "platform/utf8.h"
 #include "registration/ui/registrationcontroller.h"
@@ -654,8 +656,21 @@ void Form1::StepResultFile(bool next)
     Q_UNUSED(next);
 }
 
-// TODO(#18): the classification and combo-box item editor.
-void Form1::mAidCombo_Click() { }
+// The classification editor; after a store the class table is read again.
+void Form1::mAidCombo_Click()
+{
+    jet::Database *db = m_catalog.db();
+    if (!db)
+        return;
+    classes::ui::Form3 form3(m_prompter, *db, m_textFontSize, this);
+    connect(&form3, &classes::ui::Form3::classesStored, this, &Form1::GetClassArr);
+    connect(&form3, &classes::ui::Form3::helpRequested, this, [this](int contextId) {
+        const int own = std::exchange(m_helpContextId, contextId);
+        ShowHelp();
+        m_helpContextId = own;
+    });
+    form3.exec();
+}
 
 // ---------------------------------------------------------------- catalogue
 
@@ -799,6 +814,12 @@ void Form1::mOptCol_Click()
 // "Search": loads the classification items offered by the searches and the slip.
 void Form1::LoadClassItems()
 {
+    GetClassArr();
+}
+
+void Form1::GetClassArr()
+{
+    m_classArr.clear();
     if (jet::Database *db = m_catalog.db())
         if (auto items = catalog::LoadClassItems(*db))
             m_classArr = items.take();

@@ -101,7 +101,10 @@ public:
     void EnterBinderFilesMode(BinderOp op);
     void SetTextFontSize(int points);
     void mOptCol_Click();
-    void mAidCombo_Click();
+    void mAidCombo_Click(); // the classification editor Form3
+    // Reloads ClassArr from ClassN (empty when no catalogue is open or it cannot be read).
+    void GetClassArr();
+    const QList<catalog::ClassItem> &classArr() const { return m_classArr; }
     void ShowHelp(); // F1: the help file at the current help context
     void mHelpHelp_Click(); // the help file's start page
     void mHelpReadMe_Click(); // the read-me text

@@ -1,13 +1,13 @@
 #include "shell/ui/frmabout.h"
 
-#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
-#include <QVersionNumber>
 
 #include "platform/apptitle.h"
+#include "platform/systeminfo.h"
+#include "shell/programversion.h"
 
 namespace tolvane::shell {
 
@@ -23,24 +23,25 @@ frmAbout::frmAbout(Prompter &prompter, QWidget *parent)
     f.setPointSize(f.pointSize() + 4);
     f.setBold(true);
     title->setFont(f);
+    title->setObjectName(QStringLiteral("lblTitle"));
     layout->addWidget(title);
-    const QVersionNumber v = QVersionNumber::fromString(QCoreApplication::applicationVersion());
-    auto *version = new QLabel(
-        QStringLiteral("Version %1.%2.%3").arg(v.majorVersion()).arg(v.minorVersion()).arg(v.microVersion()), this);
+    auto *version = new QLabel(versionLabelText(), this);
     version->setObjectName(QStringLiteral("lblVersion"));
     layout->addWidget(version);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
+    buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("cmdOK"));
     QPushButton *sysInfo = buttons->addButton(QString::fromUtf8("ｼｽﾃﾑ情報..."), QDialogButtonBox::ActionRole);
     sysInfo->setObjectName(QStringLiteral("cmdSysInfo"));
-    connect(sysInfo, &QPushButton::clicked, this, &frmAbout::showSystemInfo);
+    connect(sysInfo, &QPushButton::clicked, this, &frmAbout::cmdSysInfo_Click);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     layout->addWidget(buttons);
 }
 
-void frmAbout::showSystemInfo()
+void frmAbout::cmdSysInfo_Click()
 {
-    // No system-information tool is registered on this platform.
-    m_prompter.inform(appTitle(), QString::fromUtf8("現時点ではｼｽﾃﾑ情報を使用できません"), Prompter::Icon::Warning);
+    if (!startSystemInfoTool())
+        m_prompter.inform(
+            appTitle(), QString::fromUtf8("現時点ではｼｽﾃﾑ情報を使用できません"), Prompter::Icon::Information);
 }
 
 } // namespace tolvane::shell

@@ -1,4 +1,5 @@
-// frmAbout: the version dialog.
+// frmAbout: the version dialog: the program's title and version, and a button that starts the
+// desktop's system-information tool. GUI thread only.
 #pragma once
 
 #include <QDialog>
@@ -13,9 +14,10 @@ class frmAbout : public QDialog {
 public:
     explicit frmAbout(Prompter &prompter, QWidget *parent = nullptr);
 
-private:
-    void showSystemInfo();
+    // "cmdSysInfo": starts the system-information tool, or says that there is none.
+    void cmdSysInfo_Click();
 
+private:
     Prompter &m_prompter;
 };
 

@@ -96,8 +96,10 @@ QString QtPrompter::folder(const QString &title, const QString &startDir)
     return QFileDialog::getExistingDirectory(m_parent, title, startDir, QFileDialog::ShowDirsOnly);
 }
 
-QColor QtPrompter::color(const QString &title, const QColor &initial)
+QColor QtPrompter::color(const QString &title, const QColor &initial, const QList<QColor> &customColours)
 {
+    for (int i = 0; i < customColours.size() && i < QColorDialog::customCount(); ++i)
+        QColorDialog::setCustomColor(i, customColours[i]);
     return QColorDialog::getColor(initial, m_parent, title);
 }
 

@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "../browser/testfolders.h"
+#include "support/oracles.h"
 
 namespace {
 
@@ -150,6 +151,48 @@ private slots:
         r = cli({ QStringLiteral("dump"), m_tmp.path() + QStringLiteral("/missing.mdb"), QStringLiteral("DBID") });
         QCOMPARE(r.code, 1);
         QCOMPARE(cli({ QStringLiteral("register"), mdb }).code, 2);
+    }
+
+    // classes set replaces the list in the order of the file's positions; a refused file or
+    // value leaves it as it was.
+    void classesListAndSet()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/分類.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString sample
+            = QStringLiteral("朝霧　凪\t&HFFFFC0\t1\n水無瀬　灯\t&HC0FFFF\t2\n霜月　柊\t&HFFC0C0\t3\n");
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, sample);
+
+        auto listFile = [&](const QString &name, const QString &text) {
+            QFile f(m_tmp.path() + QLatin1Char('/') + name);
+            if (!f.open(QIODevice::WriteOnly))
+                return QString();
+            f.write("\xEF\xBB\xBF" + text.toUtf8()); // with a byte-order mark, as Windows editors write
+            return f.fileName();
+        };
+        const QString tsv = listFile(QStringLiteral("new.tsv"),
+            QStringLiteral("O'Neil's　図面\t12648447\t20\r\n\r\nｶﾀﾛｸﾞ\t\t5\r\n見積\t&HFFC0C0\t5\r\n"));
+        Run r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, tsv });
+        QCOMPARE(r.err, QString());
+        QCOMPARE(r.code, 0);
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out,
+            QStringLiteral("ｶﾀﾛｸﾞ\t\t1\n見積\t&HFFC0C0\t2\nO'Neil's　図面\t12648447\t3\n"));
+        QVERIFY(tolvane::test::jetCheck(mdb).ok);
+
+        const QString listed = cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out;
+        const QString tooLong = listFile(QStringLiteral("long.tsv"),
+            QStringLiteral("a\t1\t1\n") + QString(61, QLatin1Char('x')) + QStringLiteral("\t2\t2\n"));
+        r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, tooLong });
+        QCOMPARE(r.code, 1);
+        QVERIFY(r.err.contains(QStringLiteral("row 2")));
+        const QString badColour = listFile(QStringLiteral("colour.tsv"), QStringLiteral("a\tred\t1\n"));
+        r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, badColour });
+        QCOMPARE(r.code, 1);
+        QVERIFY(r.err.contains(QStringLiteral("colour.tsv:1:")));
+        const QString twoFields = listFile(QStringLiteral("two.tsv"), QStringLiteral("a\t1\n"));
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, twoFields }).code, 1);
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, listed);
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("add"), mdb }).code, 2);
     }
 };
 

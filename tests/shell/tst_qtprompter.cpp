@@ -1,8 +1,9 @@
 // The real dialogs behind the Prompter, answered the way a user would: the message box's
-// buttons, the save dialog's extension, the folder dialog and its cancel.
+// buttons, the save dialog's extension, the folder dialog and its cancel, the colour dialog.
 #include <functional>
 
 #include <QApplication>
+#include <QColorDialog>
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
@@ -134,6 +135,27 @@ private Q_SLOTS:
     {
         QCOMPARE(QtPrompter::defaultSuffix(QStringLiteral("Database (*.mdb)")), QStringLiteral("mdb"));
         QCOMPARE(QtPrompter::defaultSuffix(QStringLiteral("All files (*)")), QString());
+    }
+
+    // The colour dialog starts on the given colour and offers the given custom colours; a
+    // cancelled dialog gives no colour.
+    void colourDialogOffersCustomColours()
+    {
+        QList<QColor> custom;
+        for (int i = 0; i < QColorDialog::customCount(); ++i)
+            custom.append(QColor::fromHsv(i * 20, 120, 240));
+        QtPrompter prompter;
+        QString seenTitle;
+        whenModal<QColorDialog>([&](QColorDialog *dlg) {
+            seenTitle = dlg->windowTitle();
+            dlg->accept();
+        });
+        QCOMPARE(prompter.color(QStringLiteral("背景色"), QColor(0xFF, 0xFF, 0xC0), custom), QColor(0xFF, 0xFF, 0xC0));
+        QCOMPARE(seenTitle, QStringLiteral("背景色"));
+        for (int i = 0; i < QColorDialog::customCount(); ++i)
+            QCOMPARE(QColorDialog::customColor(i).rgb(), custom[i].rgb());
+        whenModal<QColorDialog>([](QColorDialog *dlg) { dlg->reject(); });
+        QVERIFY(!prompter.color(QStringLiteral("背景色"), Qt::white, custom).isValid());
     }
 };
 

@@ -74,8 +74,10 @@ QString ScriptedPrompter::folder(const QString &title, const QString &startDir)
     return take(QStringLiteral("folder"), { QStringLiteral("folder"), title, startDir }).toString();
 }
 
-QColor ScriptedPrompter::color(const QString &title, const QColor &)
+QColor ScriptedPrompter::color(const QString &title, const QColor &initial, const QList<QColor> &customColours)
 {
+    m_lastColourInitial = initial;
+    m_lastCustomColours = customColours;
     const QVariant v = take(QStringLiteral("color"), { QStringLiteral("color"), title, {} });
     return v.isValid() ? v.value<QColor>() : QColor();
 }

@@ -49,7 +49,10 @@ public:
     QString openFile(const QString &title, const QString &filter, const QString &startDir) override;
     QString saveFile(const QString &title, const QString &filter, const QString &startDir) override;
     QString folder(const QString &title, const QString &startDir) override;
-    QColor color(const QString &title, const QColor &initial) override;
+    QColor color(const QString &title, const QColor &initial, const QList<QColor> &customColours) override;
+    // What the last colour picker was opened with.
+    const QColor &lastColourInitial() const { return m_lastColourInitial; }
+    const QList<QColor> &lastCustomColours() const { return m_lastCustomColours; }
     QString text(const QString &title, const QString &label, const QString &initial, bool *ok) override;
     int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) override;
 
@@ -62,6 +65,8 @@ private:
     QList<Planned> m_plan;
     QList<Call> m_calls;
     bool m_autoAck = true;
+    QColor m_lastColourInitial;
+    QList<QColor> m_lastCustomColours;
 };
 
 } // namespace tolvane::test
