@@ -56,14 +56,30 @@ bool HasDbidTable(const CatalogState &state)
 
 int ReadDbid(const CatalogState &state)
 {
-    if (!state.db())
+    return state.db() ? ReadDbid(*state.db()) : 0;
+}
+
+int ReadDbid(jet::Database &db)
+{
+    if (!db.hasTable(kDbidTable))
         return 0;
-    auto rs = state.db()->openTable(kDbidTable);
+    auto rs = db.openTable(kDbidTable);
     if (!rs || (*rs)->bof())
         return 0;
     bool ok = false;
     const int value = (*rs)->field(0).toInt(&ok);
     return ok ? value : 0;
+}
+
+bool IsCatalog(jet::Database &db)
+{
+    const int mark = ReadDbid(db);
+    return mark == kOrdinaryCatalogMark || mark == kArchiveCatalogMark;
+}
+
+QString notCatalogMessage()
+{
+    return QString::fromUtf8(kNotCatalogMessage);
 }
 
 void CreateCatalog(Prompter &prompter, CatalogState &state)

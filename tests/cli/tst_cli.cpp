@@ -4,6 +4,9 @@
 #include <QTest>
 
 #include "../browser/testfolders.h"
+#include "catalog/schema.h"
+#include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
 
 namespace {
 
@@ -150,6 +153,31 @@ private slots:
         r = cli({ QStringLiteral("dump"), m_tmp.path() + QStringLiteral("/missing.mdb"), QStringLiteral("DBID") });
         QCOMPARE(r.code, 1);
         QCOMPARE(cli({ QStringLiteral("register"), mdb }).code, 2);
+
+        // A Jet file that is not a catalogue (another writer's, or one whose DBID row is gone)
+        // is refused by every command that works on a catalogue, as the window refuses it.
+        const QString foreign = m_tmp.path() + QStringLiteral("/foreign.mdb");
+        QVERIFY(QFile::copy(QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-sample.mdb"), foreign));
+        const QString noMark = m_tmp.path() + QStringLiteral("/nomark.mdb");
+        QVERIFY(QFile::copy(mdb, noMark));
+        {
+            auto db = tolvane::jet::Database::open(noMark);
+            QVERIFY(db);
+            auto dbid = (*db)->openTable(tolvane::catalog::kDbidTable);
+            QVERIFY(dbid && !(*dbid)->eof());
+            QVERIFY((*dbid)->deleteCurrent());
+        }
+        const QString notCatalog = QStringLiteral("Tolvane 用データベースを選択してください。\n");
+        for (const QString &file : { foreign, noMark }) {
+            for (const QStringList &args :
+                { QStringList { QStringLiteral("search"), file, QStringLiteral("--keyword"), QStringLiteral("%") },
+                    QStringList { QStringLiteral("register"), file, empty } }) {
+                r = cli(args);
+                QCOMPARE(r.code, 1);
+                QCOMPARE(r.err, notCatalog);
+                QCOMPARE(r.out, QString());
+            }
+        }
     }
 };
 
