@@ -518,12 +518,13 @@ void Form1::ResetToFolderScreen()
 {
     m_layoutState = LayoutState::Lists;
     fg->resize(twipsToPixels(kFolderPanelTwips), fg->height());
-    m_browser->InitControls();
     InitStatusBar();
     ShowModeStatus(ModeStatus::FileShow);
     m_helpContextId = Help::FileShow;
     ShowLeftPane(kLeftFolders);
     BringPanelToFront(1);
+    // After the list is in front: its re-applied look must not undo the starting widths.
+    m_browser->InitControls();
     UpdateLayout();
 }
 

@@ -92,6 +92,12 @@ private slots:
         Harness h;
         shell::Form1 &w = *h.w;
         QVERIFY(clickTool(w, "StartShowFile"));
+        // Entered from the start: the list's starting widths and the folder panel's.
+        auto *fr = w.findChild<QTableView *>(QStringLiteral("fr"));
+        QVERIFY(fr && fr->isVisible());
+        QCOMPARE(fr->columnWidth(0), w.twipsToPixels(1400));
+        QCOMPARE(fr->columnWidth(1), w.twipsToPixels(600));
+        QCOMPARE(w.findChild<QWidget *>(QStringLiteral("fg"))->width(), w.twipsToPixels(3000));
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "View"));
         const browser::ui::BrowserController &browsing = w.browser();
