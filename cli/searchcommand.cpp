@@ -9,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
+#include "platform/paths.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -112,7 +113,7 @@ int runSearch(const QStringList &args)
     search::RecordsetSlot result;
     Result<bool> found = false;
     if (req.kind == QStringLiteral("folder")) {
-        const Result<int> pnID = catalog::GetPathID(db, req.values.value(0));
+        const Result<int> pnID = catalog::GetPathID(db, normalFolderPath(req.values.value(0)));
         if (pnID || pnID.status().code() == Status::Code::NotFound)
             found = search::QueryByFolder(db, result, pnID ? pnID.value() : -1);
         else

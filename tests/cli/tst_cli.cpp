@@ -87,6 +87,12 @@ private slots:
         QCOMPARE(r.out, QStringLiteral("\tO'Neil.doc\t2022-09-02 00:00:00\t\t1\t0\t\n"));
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("IDno") });
         QCOMPARE(r.out, QStringLiteral("1\t0\t0\t0\t0\t0\t0\n"));
+        // The folder search finds it in any of the folder's spellings.
+        for (const QString &spelling : { folder, folder + QLatin1Char('/'), folder + QStringLiteral("/./") }) {
+            r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--folder"), spelling });
+            QCOMPARE(r.code, 0);
+            QVERIFY2(r.out.contains(QStringLiteral("\tO'Neil.doc\t")), qPrintable(spelling));
+        }
 
         // Stored text comes out as stored (a backslash stays one); only a tab or line break in
         // it is escaped so that the row stays one line.
