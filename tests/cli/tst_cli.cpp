@@ -93,6 +93,11 @@ private slots:
             QCOMPARE(r.code, 0);
             QVERIFY2(r.out.contains(QStringLiteral("\tO'Neil.doc\t")), qPrintable(spelling));
         }
+        // File-name patterns with character lists, as Jet reads them.
+        for (const char *pattern : { "[a-z]'%", "[!見]%.doc", "O'Neil.[cd]oc" }) {
+            r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--name"), QString::fromUtf8(pattern) });
+            QVERIFY2(r.out.contains(QStringLiteral("\tO'Neil.doc\t")), pattern);
+        }
 
         // Stored text comes out as stored (a backslash stays one); only a tab or line break in
         // it is escaped so that the row stays one line.
