@@ -158,6 +158,17 @@ private slots:
         QCOMPARE(r.err, QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。\n"));
         QCOMPARE(r.out, QString());
 
+        // A file the catalogue cannot store is named on standard error; the rest is registered.
+        const QString longName = QString(121, QLatin1Char('n'));
+        QVERIFY(tolvane::test::writeFile(empty + QLatin1Char('/') + longName, 1, QDateTime::currentDateTime()));
+        QVERIFY(tolvane::test::writeFile(empty + QStringLiteral("/a.txt"), 1, QDateTime::currentDateTime()));
+        r = cli({ QStringLiteral("register"), mdb, empty });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("1件のファイル情報を登録しました。\n"));
+        QCOMPARE(r.err,
+            QStringLiteral("次の1件のファイルは登録できませんでした。\n　") + longName
+                + QStringLiteral("（ファイル名が長すぎます（120文字まで））\n"));
+
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("NoSuchTable") });
         QCOMPARE(r.code, 1);
         QVERIFY(!r.err.isEmpty());
