@@ -7,6 +7,7 @@
 #include "catalog/schema.h"
 #include "platform/apptitle.h"
 #include "platform/jet/database.h"
+#include "platform/unreadablenames.h"
 
 namespace tolvane::catalog {
 
@@ -31,6 +32,13 @@ QString SelectCatalogFile(Prompter &prompter, int purpose, CatalogState &state)
         chosen = prompter.openFile(QString::fromUtf8("データベースオープン"), filter);
     if (chosen.isEmpty())
         return canceledChoice();
+    // A name whose bytes could not be read would create or open another file than the one named.
+    if (!isFaithfulPath(chosen)) {
+        critical(prompter,
+            QString::fromUtf8("ファイル名に読み取れない文字が含まれています。　別の名前のファイルを指定してください。")
+                + QStringLiteral("\r\n") + QDir::toNativeSeparators(chosen));
+        return canceledChoice();
+    }
     // Later steps cut the last four characters off: the name must end in ".mdb".
     if (!chosen.endsWith(QStringLiteral(".mdb"), Qt::CaseInsensitive))
         chosen += QStringLiteral(".mdb");
@@ -56,14 +64,30 @@ bool HasDbidTable(const CatalogState &state)
 
 int ReadDbid(const CatalogState &state)
 {
-    if (!state.db())
+    return state.db() ? ReadDbid(*state.db()) : 0;
+}
+
+int ReadDbid(jet::Database &db)
+{
+    if (!db.hasTable(kDbidTable))
         return 0;
-    auto rs = state.db()->openTable(kDbidTable);
+    auto rs = db.openTable(kDbidTable);
     if (!rs || (*rs)->bof())
         return 0;
     bool ok = false;
     const int value = (*rs)->field(0).toInt(&ok);
     return ok ? value : 0;
+}
+
+bool IsCatalog(jet::Database &db)
+{
+    const int mark = ReadDbid(db);
+    return mark == kOrdinaryCatalogMark || mark == kArchiveCatalogMark;
+}
+
+QString notCatalogMessage()
+{
+    return QString::fromUtf8(kNotCatalogMessage);
 }
 
 void CreateCatalog(Prompter &prompter, CatalogState &state)

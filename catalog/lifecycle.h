@@ -31,6 +31,12 @@ bool ConnectCatalog(CatalogState &state);
 bool HasDbidTable(const CatalogState &state);
 // The first DBID row's value, or 0 when the table has no row or cannot be read.
 int ReadDbid(const CatalogState &state);
+int ReadDbid(jet::Database &db);
+// Whether db is a catalogue of this program: a DBID table whose first row holds the ordinary or
+// the archive mark. Every command that reads or writes a catalogue checks this first.
+bool IsCatalog(jet::Database &db);
+// "Tolvane 用データベースを選択してください。": the refusal of a file that is not a catalogue.
+QString notCatalogMessage();
 
 // The create command: asks for a new file, builds it, and reports the result.
 // The new catalogue is not opened.

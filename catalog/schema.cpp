@@ -22,9 +22,9 @@ QList<jet::TableSpec> catalogTables()
     return {
         { kDbidTable, { longCol("dbid") } },
         { kFileAtrTable,
-            { textCol("Class", 60), textCol("fName", 120), dateCol("fDate"), textCol("kStr", 200), longCol("pnID"),
-                longCol("hsID"), textCol("backC", 20) } },
-        { kBinderTable, { longCol("bdID"), textCol("fName", 120), longCol("pnID"), longCol("DocNo") } },
+            { textCol("Class", 60), textCol("fName", kFileNameMaxLength), dateCol("fDate"), textCol("kStr", 200),
+                longCol("pnID"), longCol("hsID"), textCol("backC", 20) } },
+        { kBinderTable, { longCol("bdID"), textCol("fName", kFileNameMaxLength), longCol("pnID"), longCol("DocNo") } },
         { kBinderNameTable, { longCol("bdID"), textCol("bName", 120), longCol("BdNo") } },
         { kPathNameTable, { longCol("pnID"), textCol("pName", 255) } },
         { kFileRevTable, { dateCol("a01"), textCol("a02", 255), longCol("hsID") } },

@@ -17,6 +17,8 @@ inline const QString kIdNoTable = QStringLiteral("IDno");
 inline const QString kFontSizeTable = QStringLiteral("FontSize");
 
 // DBID values.
+// The longest file name FILE_ATR and BINDER can store (their fName columns).
+constexpr int kFileNameMaxLength = 120;
 constexpr int kOrdinaryCatalogMark = 11;
 constexpr int kArchiveCatalogMark = -11;
 

@@ -8,20 +8,10 @@
 #include "catalog/lifecycle.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
+#include "platform/paths.h"
 #include "registration/bulkregistration.h"
 
 namespace tolvane::cli {
-
-namespace {
-// The folder as the folder dialog gives it: absolute, native separators, no trailing separator.
-QString shownFolder(const QString &arg)
-{
-    QString path = QDir::cleanPath(QFileInfo(arg).absoluteFilePath());
-    while (path.size() > 1 && path.endsWith(QLatin1Char('/')) && !path.endsWith(QLatin1String(":/")))
-        path.chop(1);
-    return QDir::toNativeSeparators(path);
-}
-} // namespace
 
 int runRegister(const QStringList &args)
 {
@@ -49,7 +39,7 @@ int runRegister(const QStringList &args)
     }
 
     browser::FileListModel fr;
-    const QString folder = shownFolder(args[1]);
+    const QString folder = normalFolderPath(args[1]);
     browser::ListFolderFiles(fr, folder);
     const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, fr.names());
     catalog::CloseCatalog(state, searchResultSet, binderSet);

@@ -4,10 +4,12 @@
 
 #include <QDateTime>
 
+#include "catalog/lifecycle.h"
 #include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
+#include "platform/paths.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -94,6 +96,10 @@ int runSearch(const QStringList &args)
         return 1;
     }
     jet::Database &db = *opened.value();
+    if (!catalog::IsCatalog(db)) {
+        writeErr(catalog::notCatalogMessage());
+        return 1;
+    }
 
     // As in the search panel, a word or file name must be given (blanks count as given).
     if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword"))
@@ -107,7 +113,7 @@ int runSearch(const QStringList &args)
     search::RecordsetSlot result;
     Result<bool> found = false;
     if (req.kind == QStringLiteral("folder")) {
-        const Result<int> pnID = catalog::GetPathID(db, req.values.value(0));
+        const Result<int> pnID = catalog::GetPathID(db, normalFolderPath(req.values.value(0)));
         if (pnID || pnID.status().code() == Status::Code::NotFound)
             found = search::QueryByFolder(db, result, pnID ? pnID.value() : -1);
         else

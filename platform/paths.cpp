@@ -1,8 +1,17 @@
 #include "platform/paths.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace tolvane {
+
+QString normalFolderPath(const QString &folder)
+{
+    if (folder.isEmpty())
+        return {};
+    const QString absolute = QFileInfo(QDir::fromNativeSeparators(folder)).absoluteFilePath();
+    return QDir::toNativeSeparators(QDir::cleanPath(absolute));
+}
 
 QString joinPath(const QString &folder, const QString &name)
 {

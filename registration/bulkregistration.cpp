@@ -3,6 +3,7 @@
 #include "catalog/counters.h"
 #include "catalog/transaction.h"
 #include "platform/apptitle.h"
+#include "platform/unreadablenames.h"
 
 namespace tolvane::registration {
 
@@ -31,6 +32,11 @@ Progress part(const Progress &progress, int offset, int share, int total)
         const int scaled = of > 0 ? offset + int(qint64(done) * share / of) : offset;
         return progress(scaled, total);
     };
+}
+void reportSkipped(Prompter &prompter, const QList<SkippedFile> &skipped)
+{
+    if (!skipped.isEmpty())
+        prompter.inform(appTitle(), skippedFilesMessage(skipped), Prompter::Icon::Warning);
 }
 } // namespace
 
@@ -71,12 +77,28 @@ QString registrationFailedMessage()
     return QStringLiteral("DB登録に失敗しました。　RecordFILE_ATR");
 }
 
+QString skippedFilesMessage(const QList<SkippedFile> &skipped)
+{
+    constexpr qsizetype kNamed = 20;
+    const QString crlf = QStringLiteral("\r\n");
+    QString text = QStringLiteral("次の%1件のファイルは登録できませんでした。").arg(skipped.size());
+    for (qsizetype i = 0; i < qMin(kNamed, skipped.size()); ++i)
+        text += crlf + QStringLiteral("　") + skipped[i].name + QStringLiteral("（") + skipped[i].reason
+            + QStringLiteral("）");
+    if (skipped.size() > kNamed)
+        text += crlf + QStringLiteral("ほか%1件").arg(skipped.size() - kNamed);
+    return text;
+}
+
 RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
     const QStringList &names, const Progress &progress)
 {
     RegistrationOutcome out;
+    for (const QString &name : unreadableFileNames(CurrentFolder))
+        out.skipped.append({ name, QStringLiteral("ファイル名の文字コードを読み取れません") });
     if (names.isEmpty()) {
-        prompter.inform(appTitle(), emptyListMessage(), Prompter::Icon::Warning);
+        prompter.inform(appTitle(), out.skipped.isEmpty() ? emptyListMessage() : skippedFilesMessage(out.skipped),
+            Prompter::Icon::Warning);
         out.kind = RegistrationOutcome::Kind::Refused;
         return out;
     }
@@ -105,8 +127,8 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
                 return deleted.status();
             out.deleted = deleted.value();
             int DateFixCount = 0;
-            const Result<int> added = AddNewFiles(
-                db, CurrentFolder, out.pnID, names, DateFixCount, part(progress, listed / 4 + 1, listed, total));
+            const Result<int> added = AddNewFiles(db, CurrentFolder, out.pnID, names, DateFixCount, out.skipped,
+                part(progress, listed / 4 + 1, listed, total));
             if (!added)
                 return added.status();
             out.added = added.value();
@@ -126,6 +148,7 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
         out.kind = RegistrationOutcome::Kind::Synchronised;
         prompter.inform(
             appTitle(), synchronisedMessage(out.deleted, out.added, out.dateFixed), Prompter::Icon::Information);
+        reportSkipped(prompter, out.skipped);
         return out;
     }
 
@@ -143,8 +166,8 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
             return st;
         }
         int DateFixCount = 0;
-        const Result<int> added
-            = AddNewFiles(db, CurrentFolder, out.pnID, names, DateFixCount, part(progress, 0, listed, listed));
+        const Result<int> added = AddNewFiles(
+            db, CurrentFolder, out.pnID, names, DateFixCount, out.skipped, part(progress, 0, listed, listed));
         if (!added)
             return added.status();
         out.added = added.value();
@@ -164,6 +187,7 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
     }
     out.kind = RegistrationOutcome::Kind::Registered;
     prompter.inform(appTitle(), registeredMessage(out.added), Prompter::Icon::Information);
+    reportSkipped(prompter, out.skipped);
     return out;
 }
 

@@ -24,6 +24,9 @@ struct RegistrationOutcome {
     int deleted = 0;
     int added = 0;
     int dateFixed = 0;
+    // Listed files that could not be stored, and files whose names cannot be read: not
+    // registered, and named to the user after the counts.
+    QList<SkippedFile> skipped;
     Status error; // the failure of a Failed outcome
 };
 
@@ -34,12 +37,16 @@ QString synchronisedMessage(int deleted, int added, int dateFixed);
 QString registeredMessage(int added);
 QString synchronisationFailedMessage();
 QString registrationFailedMessage();
+// The files left out, named (the first twenty, each with its reason), then how many more.
+QString skippedFilesMessage(const QList<SkippedFile> &skipped);
 
 // Registers or synchronises CurrentFolder from the names of the file list (column 0 of `fr`, in
 // list order): refuses an empty list, asks for confirmation, then runs deletion before addition
 // in one transaction and reports the counts, all through prompter with the title
 // "Almaren Tolvane". The list is the truth about the folder's contents; only the files' dates
-// are read from the disk.
+// are read from the disk, and the names of the files the list cannot hold (see
+// unreadableFileNames). Files that cannot be stored are left out and named in one warning
+// after the counts; the rest is registered.
 RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
     const QStringList &names, const Progress &progress = {});
 

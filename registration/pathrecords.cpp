@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include "catalog/schema.h"
 #include "platform/jet/recordset.h"
@@ -74,37 +75,8 @@ bool sameDate(const QVariant &stored, const QDateTime &day)
 
 } // namespace
 
-Result<bool> FindFileAndFixDate(
-    jet::Database &db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount)
-{
-    auto rs = db.select(jet::Query(kFileAtrTable)
-                            .where(jet::Condition::equal(QStringLiteral("fName"), name))
-                            .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
-    if (!rs)
-        return rs.status();
-    if ((*rs)->bof())
-        return false;
-    jet::Recordset &r = **rs;
-    r.moveFirst();
-    if (date.isValid() && !sameDate(r.field(FDate), date)) {
-        if (r.setField(FDate, date) && r.update())
-            ++DateFixCount;
-    }
-    return true;
-}
-
-bool IsNameInFileList(const QStringList &names, const QString &name)
-{
-    return names.contains(name);
-}
-
-bool IsNameInFileList(const QSet<QString> &names, const QString &name)
-{
-    return names.contains(name);
-}
-
 Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
-    const Progress &progress)
+    QList<SkippedFile> &skipped, const Progress &progress)
 {
     auto existing = readFolderRows(db, pnID);
     if (!existing)
@@ -125,6 +97,10 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
             return Status::cancelled();
         }
         const QString &name = names[i];
+        if (name.size() > kFileNameMaxLength) {
+            skipped.append({ name, QStringLiteral("ファイル名が長すぎます（%1文字まで）").arg(kFileNameMaxLength) });
+            continue;
+        }
         const QDateTime day = dayOf(QFileInfo(joinPath(folder, name)).lastModified());
         const QString key = matchKey(name);
         const auto it = byName.constFind(key);
@@ -160,7 +136,10 @@ Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &n
     auto existing = readFolderRows(db, pnID);
     if (!existing)
         return existing.status();
-    const QSet<QString> listed(names.cbegin(), names.cend());
+    QSet<QString> listed;
+    listed.reserve(names.size());
+    for (const QString &name : names)
+        listed.insert(matchKey(name));
     int deleted = 0;
     const int total = int(existing->size());
     for (int i = 0; i < total; ++i) {
@@ -168,7 +147,7 @@ Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &n
             return Status::cancelled();
         }
         const FolderRow &row = existing->at(i);
-        if (IsNameInFileList(listed, row.values[FName].toString()))
+        if (listed.contains(matchKey(row.values[FName].toString())))
             continue;
         const Status st = db.deleteRow(kFileAtrTable, row.id);
         if (!st)

@@ -8,7 +8,6 @@
 #include <functional>
 
 #include <QDateTime>
-#include <QSet>
 #include <QStringList>
 
 #include "catalog/records.h"
@@ -23,24 +22,24 @@ using Progress = std::function<bool(int done, int total)>;
 // Appends one PATH_NAME row. Errors of the database.
 Status AddPathName(jet::Database &db, const QString &path, int pnID);
 
-// True when a FILE_ATR row with that name and pnID exists; its fDate is set to date when it
-// differs (DateFixCount counts the correction; an invalid date corrects nothing). False when no
-// row matches. Errors of the database.
-Result<bool> FindFileAndFixDate(
-    jet::Database &db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount);
-
-// True when names (the file list's column 0) holds exactly that text.
-bool IsNameInFileList(const QStringList &names, const QString &name);
-bool IsNameInFileList(const QSet<QString> &names, const QString &name);
+// A listed file that registration could not store, and why, in words for the user.
+struct SkippedFile {
+    QString name;
+    QString reason;
+    bool operator==(const SkippedFile &) const = default;
+};
 
 // Adds a FILE_ATR row (Class, kStr and backC empty, hsID 0, fDate the modification day of
 // folder/name read from the disk) for every listed name not yet registered under pnID, and
 // corrects the fDate of the registered ones whose day differs (counted in DateFixCount). Reads
-// the folder's rows once and matches the names in memory by their exact text.
+// the folder's rows once and matches the names in memory by their exact text, the one rule by
+// which a listed file and a registered row are the same file (the deletion pass keeps it too).
+// A name the catalogue cannot store (longer than the fName column) is not added but appended to
+// skipped, so that one such file does not keep the others out.
 // Returns the number of rows added. Errors: Cancelled (stopped by progress), those of the
 // database; rows written before a failure stay written, so run it inside a transaction.
 Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
-    const Progress &progress = {});
+    QList<SkippedFile> &skipped, const Progress &progress = {});
 
 // Deletes every FILE_ATR row of pnID whose fName is not in names. Returns the number deleted.
 // Errors as AddNewFiles.

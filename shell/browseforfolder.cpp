@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include "platform/paths.h"
+
 namespace tolvane::shell {
 
 QString BrowseForFolder(Prompter &prompter, const QString &title, const QString &startFolder)
@@ -10,10 +12,10 @@ QString BrowseForFolder(Prompter &prompter, const QString &title, const QString 
     const QString chosen = prompter.folder(title, startFolder);
     if (chosen.isEmpty())
         return canceledFolder();
-    QString clean = QDir::cleanPath(QDir::fromNativeSeparators(chosen));
-    if (!QFileInfo(clean).isDir())
+    const QString folder = normalFolderPath(chosen);
+    if (!QFileInfo(folder).isDir())
         return canceledFolder(); // only real file-system folders are offered
-    return QDir::toNativeSeparators(clean);
+    return folder;
 }
 
 } // namespace tolvane::shell

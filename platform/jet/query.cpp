@@ -76,17 +76,71 @@ int compareValues(const QVariant &a, const QVariant &b)
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
 }
 
+namespace {
+
+// The end of the character list that opens at pattern[open] ('['): the index of its ']', or -1
+// when there is none (the '[' is then an ordinary character). A ']' right after "[" or "[!"
+// belongs to the list.
+qsizetype listEnd(const QString &pattern, qsizetype open)
+{
+    qsizetype i = open + 1;
+    if (i < pattern.size() && pattern.at(i) == u'!')
+        ++i;
+    if (i < pattern.size() && pattern.at(i) == u']')
+        ++i;
+    const qsizetype close = pattern.indexOf(u']', i);
+    return close;
+}
+
+// Whether c is in the list pattern[from, to): single characters and ranges "a-z", compared
+// without case; a '-' first or last is itself.
+bool inList(const QString &pattern, qsizetype from, qsizetype to, QChar c)
+{
+    const char16_t fc = fold(c);
+    for (qsizetype i = from; i < to; ++i) {
+        if (i + 2 < to && pattern.at(i + 1) == u'-') {
+            const char16_t lo = fold(pattern.at(i)), hi = fold(pattern.at(i + 2));
+            if (fc >= lo && fc <= hi)
+                return true;
+            i += 2;
+        } else if (fold(pattern.at(i)) == fc) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Whether the one-character element at pattern[p] matches c; next gets the index after it.
+bool elementMatches(const QString &pattern, qsizetype p, QChar c, qsizetype &next)
+{
+    const QChar e = pattern.at(p);
+    if (e == u'[') {
+        const qsizetype close = listEnd(pattern, p);
+        if (close >= 0) {
+            next = close + 1;
+            const bool negated = p + 1 < close && pattern.at(p + 1) == u'!';
+            const qsizetype from = p + 1 + (negated ? 1 : 0);
+            return inList(pattern, from, close, c) != negated;
+        }
+    }
+    next = p + 1;
+    return e == u'_' || fold(e) == fold(c);
+}
+
+} // namespace
+
 bool likeMatch(const QString &text, const QString &pattern)
 {
     // Greedy matching with backtracking to the last %: linear for patterns without %.
     qsizetype t = 0, p = 0, starP = -1, starT = 0;
     const qsizetype tn = text.size(), pn = pattern.size();
     while (t < tn) {
+        qsizetype next = 0;
         if (p < pn && pattern.at(p) == u'%') {
             starP = ++p;
             starT = t;
-        } else if (p < pn && (pattern.at(p) == u'_' || fold(pattern.at(p)) == fold(text.at(t)))) {
-            ++p;
+        } else if (p < pn && elementMatches(pattern, p, text.at(t), next)) {
+            p = next;
             ++t;
         } else if (starP >= 0) {
             p = starP;

@@ -8,7 +8,7 @@ namespace tolvane::jet {
 struct Condition {
     enum class Op {
         Equal, // column = value; text compared case-insensitively, as Jet does
-        Like, // column Like pattern; % = any run, _ = any one character, nothing else is special
+        Like, // column Like pattern: see likeMatch
         Between, // value <= column <= value2 (both bounds inclusive)
     };
     QString column;
@@ -57,7 +57,9 @@ struct Query {
     }
 };
 
-// Like-pattern match: % and _ are wildcards, case-insensitive; every other character is literal.
+// Like-pattern match, case-insensitive: % = any run, _ = any one character, [abc] / [a-z] = one
+// character of the list, [!abc] = one character not in it; a [ without its ] is literal, and so
+// is every other character.
 bool likeMatch(const QString &text, const QString &pattern);
 
 // Jet's text comparison: case-insensitive. Returns <0, 0, >0.

@@ -201,6 +201,15 @@ void HistoryGrid::lineChanged(QStandardItem *item)
     }
 }
 
+std::optional<QString> HistoryGrid::takeRefusal()
+{
+    commitOpenEditors(m_view);
+    if (!m_refusalPending)
+        return std::nullopt;
+    m_refusalPending = false;
+    return m_refusedText;
+}
+
 bool HistoryGrid::showPendingRefusal()
 {
     if (!m_refusalPending)

@@ -7,6 +7,8 @@
 // question. GUI thread only.
 #pragma once
 
+#include <optional>
+
 #include <QObject>
 
 #include "platform/prompter.h"
@@ -52,6 +54,9 @@ public:
     // Ends an open edit. False when it ended with a refused date (the message has been shown
     // and the date cell is current again).
     bool finishEdit();
+    // Ends an open edit without telling: the text of a date refused and not yet told, which is
+    // then forgotten (the cell already holds its former date); nullopt when none is waiting.
+    std::optional<QString> takeRefusal();
 
     // Row and column of the last mouse press (HistoryRow, HistoryCol).
     int HistoryRow = -1;

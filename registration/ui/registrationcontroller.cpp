@@ -3,6 +3,8 @@
 #include <QCalendarWidget>
 #include <QTableView>
 
+#include "catalog/failuretext.h"
+#include "platform/apptitle.h"
 #include "platform/jet/recordset.h"
 #include "registration/bulkregistration.h"
 #include "registration/history.h"
@@ -88,31 +90,50 @@ void RegistrationController::LoadHistory(jet::Database &db, const jet::Recordset
         m_historyGrid->showLines(*lines);
 }
 
-void RegistrationController::SaveSlipFields(jet::Database &db, jet::Recordset &rs)
+bool RegistrationController::SaveRecordIfDirty(jet::Database &db, jet::Recordset &rs, bool recordShown, Leaving leaving)
 {
-    if (registration::SaveSlipFields(db, rs, m_slipGrid->edit()))
-        m_slipGrid->markSaved();
-}
-
-void RegistrationController::SaveHistory(jet::Database &db, jet::Recordset &rs)
-{
-    if (registration::SaveHistory(db, rs, m_historyGrid->lines(), m_prompter))
-        m_historyGrid->markSaved();
-}
-
-bool RegistrationController::SaveRecordIfDirty(jet::Database &db, jet::Recordset &rs, bool recordShown)
-{
+    const QString crlf = QStringLiteral("\r\n");
+    bool dateRefused = false;
     if (recordShown) {
         m_slipGrid->finishEdit();
-        if (!m_historyGrid->finishEdit())
-            return false;
+        if (leaving == Leaving::Step) {
+            dateRefused = !m_historyGrid->finishEdit(); // told by the grid
+        } else if (const std::optional<QString> refused = m_historyGrid->takeRefusal()) {
+            const Prompter::Answer answer = m_prompter.message({ appTitle(),
+                badHistoryDateMessage(*refused) + crlf + QStringLiteral("この記入は保存されません。　続けますか？"),
+                Prompter::Icon::Warning, Prompter::Buttons::OkCancel });
+            dateRefused = answer != Prompter::Answer::Ok;
+        }
     }
-    if (m_slipGrid->isDirty())
-        SaveSlipFields(db, rs);
-    if (m_historyGrid->isDirty())
-        SaveHistory(db, rs);
-    discardEdits();
-    return true;
+
+    QStringList failures;
+    if (m_slipGrid->isDirty()) {
+        const Status saved = registration::SaveSlipFields(db, rs, m_slipGrid->edit());
+        if (saved)
+            m_slipGrid->markSaved();
+        else
+            failures << QStringLiteral("管理票（分類・キーワード・背景色）：") + catalog::failureReason(saved);
+    }
+    if (!dateRefused && m_historyGrid->isDirty()) {
+        const Result<int> saved = registration::SaveHistory(db, rs, m_historyGrid->lines(), m_prompter);
+        if (saved)
+            m_historyGrid->markSaved();
+        else
+            failures << QStringLiteral("改訂履歴：") + catalog::failureReason(saved.status());
+    }
+    if (failures.isEmpty())
+        return !dateRefused;
+
+    const Prompter::Answer answer = m_prompter.message({ appTitle(),
+        QStringLiteral("次の変更を保存できませんでした。") + crlf + failures.join(crlf) + crlf
+            + QStringLiteral("保存せずに続けますか？　［いいえ］を選ぶと、変更を残したまま元の画面に戻ります。"),
+        Prompter::Icon::Critical, Prompter::Buttons::YesNo });
+    if (answer != Prompter::Answer::Yes)
+        return false;
+    m_slipGrid->markSaved();
+    if (!dateRefused)
+        m_historyGrid->markSaved();
+    return !dateRefused;
 }
 
 void RegistrationController::discardEdits()

@@ -56,11 +56,17 @@ public:
     // the marks of the previous record are dropped.
     void ShowRecord(jet::Database &db, const jet::Recordset &rs, const RecordView &view);
 
-    // Before the record is left or stepped from: the slip fields and the history lines, with
-    // edits still open in either grid. recordShown: the slip is on screen (open editors count).
-    // False, with nothing saved, when a typed revision date was refused: the record stays shown
-    // with that date cell current, for the user to correct it.
-    bool SaveRecordIfDirty(jet::Database &db, jet::Recordset &rs, bool recordShown);
+    // How the shown record is left: for another record or list (the record stays shown when
+    // something cannot be saved), or for good (its catalogue is closed or the window closes).
+    enum class Leaving { Step, Close };
+    // Before the record is left: the slip fields and the history lines, with edits still open in
+    // either grid. recordShown: the slip is on screen (open editors count). Whatever can be saved
+    // is saved. A typed revision date that was refused keeps the history unsaved: on a step the
+    // user is told and the record stays with that date cell current; on closing the user is asked
+    // whether to go on without that entry. A save that fails is named, with its reason, and the
+    // user chooses between staying (the edits kept for the next try) and going on without them.
+    // False: stay on the record.
+    bool SaveRecordIfDirty(jet::Database &db, jet::Recordset &rs, bool recordShown, Leaving leaving = Leaving::Step);
     // Forgets the marks without writing (the record's catalogue is gone).
     void discardEdits();
 
@@ -82,8 +88,6 @@ private:
     void PrepareSlip(const RecordView &view);
     void FillSlip(const jet::Recordset &rs, const RecordView &view);
     void LoadHistory(jet::Database &db, const jet::Recordset &rs);
-    void SaveSlipFields(jet::Database &db, jet::Recordset &rs);
-    void SaveHistory(jet::Database &db, jet::Recordset &rs);
 
     Prompter &m_prompter;
     QTableView *m_slipView;

@@ -198,12 +198,13 @@ void Form1::connectControllers()
     connect(m_viewer, &viewer::ui::ViewerController::pageChanged, this,
         [this](int page, int count) { setStatusPanelText(2, viewer::multiPageStatusText(page, count)); });
 
-    // Edits of the record still on screen are written before its catalogue goes away (another
-    // catalogue is opened, or the window closes), so that closing never drops them. The marks
-    // are cleared either way: they must not reach the current record of the next catalogue.
+    // Edits of the record still on screen are written before its catalogue goes away. The
+    // window's own paths (open, close) have asked already; what reaches here unasked (the window
+    // destroyed without closing) is saved as far as it can be. The marks are cleared either way:
+    // they must not reach the current record of the next catalogue.
     connect(this, &Form1::catalogAboutToClose, this, [this] {
-        if (m_registration->hasUnsavedEdits() && m_searchResultSet && m_catalog.isOpen())
-            SaveRecordIfDirty();
+        if (m_registration->hasUnsavedEdits())
+            ReleaseShownRecord();
         m_registration->discardEdits();
     });
 }
@@ -519,12 +520,13 @@ void Form1::ResetToFolderScreen()
 {
     m_layoutState = LayoutState::Lists;
     fg->resize(twipsToPixels(kFolderPanelTwips), fg->height());
-    m_browser->InitControls();
     InitStatusBar();
     ShowModeStatus(ModeStatus::FileShow);
     m_helpContextId = Help::FileShow;
     ShowLeftPane(kLeftFolders);
     BringPanelToFront(1);
+    // After the list is in front: its re-applied look must not undo the starting widths.
+    m_browser->InitControls();
     UpdateLayout();
 }
 
@@ -676,6 +678,8 @@ void Form1::mAidCombo_Click()
 
 void Form1::OpenCatalog()
 {
+    if (!ReleaseShownRecord())
+        return;
     Q_EMIT catalogAboutToClose();
     const auto outcome = catalog::OpenCatalogFile(m_prompter, m_catalog, m_searchResultSet, m_binderSet);
     switch (outcome) {
@@ -719,6 +723,10 @@ void Form1::shutdown()
 
 void Form1::closeEvent(QCloseEvent *event)
 {
+    if (!m_shutDown && !ReleaseShownRecord()) {
+        event->ignore();
+        return;
+    }
     shutdown();
     event->accept();
 }
@@ -971,6 +979,17 @@ bool Form1::SaveRecordIfDirty()
         return true;
     }
     return m_registration->SaveRecordIfDirty(*db, *m_searchResultSet, m_layoutState == LayoutState::RecordShown);
+}
+
+// Before the catalogue goes: the shown record's edits, asking about what cannot be saved.
+// False: the user chose to stay.
+bool Form1::ReleaseShownRecord()
+{
+    jet::Database *db = m_catalog.db();
+    if (!db || !m_searchResultSet || !m_registration->hasUnsavedEdits())
+        return true;
+    return m_registration->SaveRecordIfDirty(*db, *m_searchResultSet, m_layoutState == LayoutState::RecordShown,
+        registration::ui::RegistrationController::Leaving::Close);
 }
 
 void Form1::EditHistoryLine(Command command)

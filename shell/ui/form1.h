@@ -173,6 +173,7 @@ private:
     void OpenResultRow(int gridRow);
     bool ShowOpenedRecord();
     bool SaveRecordIfDirty();
+    bool ReleaseShownRecord();
     void StepResultFile(bool next);
     void EditHistoryLine(Command command);
 

@@ -92,6 +92,12 @@ private slots:
         Harness h;
         shell::Form1 &w = *h.w;
         QVERIFY(clickTool(w, "StartShowFile"));
+        // Entered from the start: the list's starting widths and the folder panel's.
+        auto *fr = w.findChild<QTableView *>(QStringLiteral("fr"));
+        QVERIFY(fr && fr->isVisible());
+        QCOMPARE(fr->columnWidth(0), w.twipsToPixels(1400));
+        QCOMPARE(fr->columnWidth(1), w.twipsToPixels(600));
+        QCOMPARE(w.findChild<QWidget *>(QStringLiteral("fg"))->width(), w.twipsToPixels(3000));
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "View"));
         const browser::ui::BrowserController &browsing = w.browser();
@@ -139,6 +145,34 @@ private slots:
         QVERIFY(clickTool(w, "View"));
         QCOMPARE(lastFolderDialogStart(h.prompter), m_docs);
         QCOMPARE(files(w)->rows(), 1);
+    }
+
+    // A file that cannot be displayed carries no viewer buttons (kind 0): the mode's own buttons
+    // stay, with the way back and the stepping buttons, whatever was shown before.
+    void undisplayableFileKeepsTheModeButtons()
+    {
+        const QString dir = m_tmp.path() + QStringLiteral("/mixed");
+        QVERIFY(QDir().mkpath(dir));
+        for (const char *n : { "a.xyz", "b.txt", "c.abcd" })
+            QVERIFY(test::writeFile(dir + QLatin1Char('/') + QString::fromLatin1(n), 10, QDateTime::currentDateTime()));
+        Harness h;
+        shell::Form1 &w = *h.w;
+        QVERIFY(clickTool(w, "StartShowFile"));
+        h.prompter.planFolder(dir);
+        QVERIFY(clickTool(w, "View"));
+        QCOMPARE(w.browser().currentFileName(), QStringLiteral("a.xyz"));
+        const QStringList unknown = w.toolbarKeys();
+        for (const char *key : { "BackTo", "Prev", "Next" })
+            QVERIFY2(unknown.contains(QString::fromLatin1(key)), key);
+        QVERIFY(!unknown.contains(QStringLiteral("apri")));
+        clickFileRow(w, 2);
+        QVERIFY(w.toolbarKeys().contains(QStringLiteral("apri")));
+        for (int row : { 1, 3 }) {
+            clickFileRow(w, row);
+            QCOMPARE(w.toolbarKeys(), unknown);
+        }
+        QVERIFY(clickTool(w, "BackTo"));
+        QCOMPARE(w.layoutState(), shell::LayoutState::Lists);
     }
 
     void registerAndSearchFolders()

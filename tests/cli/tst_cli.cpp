@@ -4,6 +4,9 @@
 #include <QTest>
 
 #include "../browser/testfolders.h"
+#include "catalog/schema.h"
+#include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
 #include "support/oracles.h"
 
 namespace {
@@ -85,6 +88,17 @@ private slots:
         QCOMPARE(r.out, QStringLiteral("\tO'Neil.doc\t2022-09-02 00:00:00\t\t1\t0\t\n"));
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("IDno") });
         QCOMPARE(r.out, QStringLiteral("1\t0\t0\t0\t0\t0\t0\n"));
+        // The folder search finds it in any of the folder's spellings.
+        for (const QString &spelling : { folder, folder + QLatin1Char('/'), folder + QStringLiteral("/./") }) {
+            r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--folder"), spelling });
+            QCOMPARE(r.code, 0);
+            QVERIFY2(r.out.contains(QStringLiteral("\tO'Neil.doc\t")), qPrintable(spelling));
+        }
+        // File-name patterns with character lists, as Jet reads them.
+        for (const char *pattern : { "[a-z]'%", "[!見]%.doc", "O'Neil.[cd]oc%" }) {
+            r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--name"), QString::fromUtf8(pattern) });
+            QVERIFY2(r.out.contains(QStringLiteral("\tO'Neil.doc\t")), pattern);
+        }
 
         // Stored text comes out as stored (a backslash stays one); only a tab or line break in
         // it is escaped so that the row stays one line.
@@ -145,12 +159,48 @@ private slots:
         QCOMPARE(r.err, QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。\n"));
         QCOMPARE(r.out, QString());
 
+        // A file the catalogue cannot store is named on standard error; the rest is registered.
+        const QString longName = QString(121, QLatin1Char('n'));
+        QVERIFY(tolvane::test::writeFile(empty + QLatin1Char('/') + longName, 1, QDateTime::currentDateTime()));
+        QVERIFY(tolvane::test::writeFile(empty + QStringLiteral("/a.txt"), 1, QDateTime::currentDateTime()));
+        r = cli({ QStringLiteral("register"), mdb, empty });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("1件のファイル情報を登録しました。\n"));
+        QCOMPARE(r.err,
+            QStringLiteral("次の1件のファイルは登録できませんでした。\n　") + longName
+                + QStringLiteral("（ファイル名が長すぎます（120文字まで））\n"));
+
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("NoSuchTable") });
         QCOMPARE(r.code, 1);
         QVERIFY(!r.err.isEmpty());
         r = cli({ QStringLiteral("dump"), m_tmp.path() + QStringLiteral("/missing.mdb"), QStringLiteral("DBID") });
         QCOMPARE(r.code, 1);
         QCOMPARE(cli({ QStringLiteral("register"), mdb }).code, 2);
+
+        // A Jet file that is not a catalogue (another writer's, or one whose DBID row is gone)
+        // is refused by every command that works on a catalogue, as the window refuses it.
+        const QString foreign = m_tmp.path() + QStringLiteral("/foreign.mdb");
+        QVERIFY(QFile::copy(QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-sample.mdb"), foreign));
+        const QString noMark = m_tmp.path() + QStringLiteral("/nomark.mdb");
+        QVERIFY(QFile::copy(mdb, noMark));
+        {
+            auto db = tolvane::jet::Database::open(noMark);
+            QVERIFY(db);
+            auto dbid = (*db)->openTable(tolvane::catalog::kDbidTable);
+            QVERIFY(dbid && !(*dbid)->eof());
+            QVERIFY((*dbid)->deleteCurrent());
+        }
+        const QString notCatalog = QStringLiteral("Tolvane 用データベースを選択してください。\n");
+        for (const QString &file : { foreign, noMark }) {
+            for (const QStringList &args :
+                { QStringList { QStringLiteral("search"), file, QStringLiteral("--keyword"), QStringLiteral("%") },
+                    QStringList { QStringLiteral("register"), file, empty } }) {
+                r = cli(args);
+                QCOMPARE(r.code, 1);
+                QCOMPARE(r.err, notCatalog);
+                QCOMPARE(r.out, QString());
+            }
+        }
     }
 
     // classes set replaces the list in the order of the file's positions; a refused file or

@@ -91,8 +91,16 @@ void TstJetRecordset::likePatterns_data()
     QTest::newRow("underscore is exactly one") << u"ac"_s << u"a_c"_s << false;
     QTest::newRow("case-insensitive") << u"IMG_0001.JPG"_s << u"img%.jpg"_s << true;
     QTest::newRow("quote is a character") << u"it's"_s << u"it's"_s << true;
-    QTest::newRow("brackets are characters") << u"[draft]"_s << u"[draft]"_s << true;
-    QTest::newRow("bracket is not a class") << u"d"_s << u"[a-z]"_s << false;
+    QTest::newRow("character list") << u"草案2019.doc"_s << u"[草素]案%"_s << true;
+    QTest::newRow("character list is one character") << u"案2019"_s << u"[草案]案%"_s << false;
+    QTest::newRow("range") << u"20191.txt"_s << u"2019[0-1]%"_s << true;
+    QTest::newRow("outside the range") << u"20195.txt"_s << u"2019[0-1]%"_s << false;
+    QTest::newRow("range without case") << u"D"_s << u"[a-z]"_s << true;
+    QTest::newRow("negated list") << u"b1"_s << u"[!a]_"_s << true;
+    QTest::newRow("negated list refuses") << u"a1"_s << u"[!a]_"_s << false;
+    QTest::newRow("list after percent") << u"x_v2"_s << u"%v[0-9]"_s << true;
+    QTest::newRow("unmatched bracket is literal") << u"[draft"_s << u"[draft"_s << true;
+    QTest::newRow("bracket in a list") << u"[1]"_s << u"[[]1]"_s << true;
     QTest::newRow("star and question are characters") << u"abc"_s << u"a*"_s << false;
     QTest::newRow("hash is a character") << u"#1"_s << u"#_"_s << true;
     QTest::newRow("anchored at both ends") << u"xplan"_s << u"plan"_s << false;

@@ -520,18 +520,65 @@ private slots:
         QCOMPARE(s.backC, QStringLiteral("12648447"));
     }
 
-    void editsOfTheShownRecordSurviveClosingTheWindow()
+    // No edit is dropped on the way out: what can be saved is saved, a refused revision date is
+    // asked about before the window closes, and a failed save is named and keeps the edits.
+    void editsAreNeverDroppedOnLeaving()
     {
         ScriptedPrompter prompter;
         auto form = openForm(prompter);
         QVERIFY(form);
         QVERIFY(openRecord(*form, QStringLiteral("memo.txt")));
         form->registration().slipGrid()->editCell(4, QStringLiteral("閉じる前の記入"));
-        QVERIFY(slipDirty(*form));
-        form->close();
+        QTableView *vs = view(*form, "vs");
+        vs->setCurrentIndex(vs->model()->index(2, 1));
+        vs->edit(vs->model()->index(2, 1));
+        QLineEdit *editor = openLineEditor(vs);
+        QVERIFY(editor);
+        editor->setText(QStringLiteral("2021-02-30"));
+
+        // Cancel keeps the window; the slip is written all the same, the history is not.
+        prompter.planAnswer(Prompter::Answer::Cancel);
+        QVERIFY(!form->close());
+        QVERIFY(form->isVisible());
+        QCOMPARE(prompter.lastMessage().buttons, Prompter::Buttons::OkCancel);
+        QVERIFY(prompter.lastMessage().text.startsWith(QStringLiteral("改訂日付「2021-02-30」は日付ではありません。")));
+        QVERIFY(prompter.lastMessage().text.endsWith(QStringLiteral("この記入は保存されません。　続けますか？")));
+        auto stored = [&](const QString &name) {
+            auto db = jet::Database::open(m_catalogue, jet::Database::OpenMode::ReadOnly);
+            return db ? storedFile(db->get(), name) : Stored {};
+        };
+        QCOMPARE(stored(QStringLiteral("memo.txt")).kStr, QStringLiteral("閉じる前の記入"));
+        QVERIFY(!slipDirty(*form));
+
+        // A note typed afterwards and OK: the window closes with the history written.
+        form->registration().historyGrid()->editCell(2, 2, QStringLiteral("初版（訂正）"));
+        QVERIFY(form->close());
+        QCOMPARE(prompter.messages().size(), 1);
         auto db = jet::Database::open(m_catalogue);
         QVERIFY(db);
-        QCOMPARE(storedFile(db->get(), QStringLiteral("memo.txt")).kStr, QStringLiteral("閉じる前の記入"));
+        QCOMPARE(storedLines(db->get(), 5).value(0),
+            (HistoryLine { QStringLiteral("2021-03-09"), QStringLiteral("初版（訂正）") }));
+        db->reset();
+
+        // A save the catalogue refuses is named with its reason; "No" keeps the record and the
+        // edit, and the next "BackTo" tries again.
+        form = openForm(prompter);
+        QVERIFY(form);
+        QVERIFY(openRecord(*form, QStringLiteral("photo.png")));
+        form->registration().slipGrid()->editCell(4, QString(kKeywordsMaxLength + 1, QLatin1Char('k')));
+        prompter.planAnswer(Prompter::Answer::No);
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Critical);
+        QCOMPARE(prompter.lastMessage().buttons, Prompter::Buttons::YesNo);
+        QVERIFY(prompter.lastMessage().text.startsWith(
+            QStringLiteral("次の変更を保存できませんでした。\r\n管理票（分類・キーワード・背景色）：記入された値は")));
+        QCOMPARE(form->layoutState(), LayoutState::RecordShown);
+        QVERIFY(slipDirty(*form));
+        form->registration().slipGrid()->editCell(4, QStringLiteral("風景"));
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QVERIFY(form->layoutState() != LayoutState::RecordShown);
+        QCOMPARE(storedFile(form->catalog().db(), QStringLiteral("photo.png")).kStr, QStringLiteral("風景"));
+        QCOMPARE(prompter.unusedAnswers(), 0);
     }
 
     void archiveCatalogueCannotBeEdited()

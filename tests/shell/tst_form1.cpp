@@ -504,6 +504,15 @@ private Q_SLOTS:
         QCOMPARE(m.title, kTitle);
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), QByteArray("precious"));
+
+        // A name whose bytes could not be read (shown with U+FFFD) would be created under other
+        // bytes: refused.
+        const QString garbled = m_dir.filePath(QStringLiteral("caf\uFFFD"));
+        h.prompter.planSaveFile(garbled);
+        h.w->menuItem(QStringLiteral("mFileDBCreate"))->trigger();
+        QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Critical);
+        QVERIFY(h.prompter.lastMessage().text.startsWith(u("ファイル名に読み取れない文字が含まれています。")));
+        QVERIFY(!QFile::exists(garbled + QStringLiteral(".mdb")));
     }
 
     void refusals_data()
