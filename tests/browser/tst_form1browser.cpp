@@ -141,6 +141,32 @@ private slots:
         QCOMPARE(files(w)->rows(), 1);
     }
 
+    // Clicking through a folder's files never changes the window's size.
+    void clickingFilesKeepsTheWindowSize()
+    {
+        const QString dir = m_tmp.path() + QStringLiteral("/二十九の書類");
+        QVERIFY(QDir().mkpath(dir));
+        const char *const kinds[] = { "txt", "pdf", "docx", "png", "xls", "rtf", "p21" };
+        for (int i = 0; i < 29; ++i)
+            QVERIFY(test::writeFile(dir
+                    + QStringLiteral("/お知らせ　令和%1年度の定例会議資料（改訂版）.%2")
+                          .arg(i + 1)
+                          .arg(QString::fromLatin1(kinds[i % 7])),
+                2048 + i, QDateTime::currentDateTime()));
+        Harness h;
+        shell::Form1 &w = *h.w;
+        QVERIFY(clickTool(w, "StartShowFile"));
+        h.prompter.planFolder(dir);
+        QVERIFY(clickTool(w, "View"));
+        QCoreApplication::processEvents();
+        const QSize size = w.size();
+        for (int i = 0; i < 50; ++i) {
+            clickFileRow(w, 1 + (i * 7) % 29);
+            QCoreApplication::processEvents();
+            QCOMPARE(w.size(), size);
+        }
+    }
+
     void registerAndSearchFolders()
     {
         Harness h;
