@@ -1025,7 +1025,7 @@ void Form1::BringPanelToFront(int selector)
     }
     if (QWidget *front = control(plan.front)) {
         if (selector == 1)
-            m_browser->fileList()->setColumnWidth(0, twipsToPixels(kFileListFirstColumnTwips));
+            m_browser->reapplyListLook(twipsToPixels(kFileListFirstColumnTwips));
         front->show();
         front->raise();
     }
