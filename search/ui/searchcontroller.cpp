@@ -114,6 +114,7 @@ void SearchController::message(const QString &text, Prompter::Icon icon)
 void SearchController::prepareList()
 {
     search::PrepShow2FS(m_fs, [this](int) { Q_EMIT listPrepared(); });
+    SetResultColumns(m_fs, kCatalogColumns, true);
 }
 
 void SearchController::fillList()
@@ -174,9 +175,10 @@ SearchController::Outcome SearchController::finishQuery(SearchKind kind, const R
             m_panel->hideCombo();
         // A statement that could not run gives no message of its own; the folder search
         // finds nothing silently.
+        // The hidden columns stay hidden behind the message.
+        SetResultColumns(m_fs, kCatalogColumns, true);
         if (found && kind != SearchKind::Folder)
             message(kZeroResultMessage, Prompter::Icon::Information);
-        SetResultColumns(m_fs, kCatalogColumns, true);
         return found ? Outcome::NotFound : Outcome::Failed;
     }
     fillList();
