@@ -8,6 +8,7 @@
 
 #include "catalog/creation.h"
 #include "shell/ui/form1.h"
+#include "shell/ui/japaneseinterface.h"
 
 namespace {
 
@@ -56,6 +57,7 @@ int main(int argc, char *argv[])
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Almaren Tolvane"));
+    tolvane::shell::InstallJapaneseInterface(app);
     const QDir out(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
     if (!out.exists() && !QDir().mkpath(out.path()))
         return 2;

@@ -112,6 +112,9 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
         return {};
     const ListedFile &f = m_files[index.row()];
     switch (role) {
+    case Qt::ToolTipRole:
+        // The whole name, however narrow its column.
+        return index.column() == NameColumn ? QVariant(f.name) : QVariant();
     case Qt::DisplayRole:
         switch (index.column()) {
         case NameColumn:

@@ -2,7 +2,7 @@
 # Installs every Debian package needed to build, run and test Almaren Tolvane (Debian 12).
 set -euo pipefail
 PKGS=(build-essential cmake ninja-build pkg-config
-      qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6
+      qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6 qt6-translations-l10n
       libgl-dev fonts-noto-cjk xvfb xauth
       mdbtools python3 clang-format)
 # node and npm may come from another packager already; install Debian's only when absent.

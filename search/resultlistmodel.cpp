@@ -188,6 +188,9 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
         return displayText(c->value);
+    case Qt::ToolTipRole:
+        // Whole names and keywords, however narrow their columns.
+        return index.column() >= 1 ? QVariant(displayText(c->value)) : QVariant();
     case Qt::EditRole:
         return c->value;
     case Qt::BackgroundRole:

@@ -41,6 +41,11 @@ QTreeView *BrowserController::folderPanel() const
     return m_panel;
 }
 
+void BrowserController::reapplyListLook(int firstColumnPx)
+{
+    m_list->setFirstColumnWidth(firstColumnPx);
+}
+
 QTableView *BrowserController::fileList() const
 {
     return m_list;
@@ -74,6 +79,7 @@ void BrowserController::ListFolderFiles(const QString &folder)
     m_folder = folder;
     browser::ListFolderFiles(*m_files, folder);
     m_list->setFontSize(m_fontSize);
+    m_list->fitColumns();
 }
 
 void BrowserController::RelistFolder()

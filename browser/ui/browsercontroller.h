@@ -34,6 +34,8 @@ public:
 
     QTreeView *folderPanel() const; // fg
     QTableView *fileList() const; // fr
+    // fr brought to the front: its standard look, the first column firstColumnPx wide.
+    void reapplyListLook(int firstColumnPx);
 
     // The folder whose files fr lists, exactly as the folder dialog returned it.
     const QString &listedFolder() const { return m_folder; }

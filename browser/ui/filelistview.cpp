@@ -17,6 +17,7 @@ int twipsToPixels(const QWidget *widget, int twips)
 FileListView::FileListView(FileListModel *model, QWidget *parent)
     : QTableView(parent)
     , m_model(model)
+    , m_fitter(new tolvane::ui::ColumnFitter(this, { FileListModel::NameColumn }))
 {
     setObjectName(QStringLiteral("fr"));
     setModel(model);
@@ -25,7 +26,6 @@ FileListView::FileListView(FileListModel *model, QWidget *parent)
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
     horizontalHeader()->setHighlightSections(false);
-    horizontalHeader()->setStretchLastSection(true);
     setSelectionMode(QAbstractItemView::NoSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setWordWrap(false);
@@ -40,8 +40,20 @@ void FileListView::initControls()
 
 void FileListView::setStartWidths()
 {
+    m_fitter->stop();
     setColumnWidth(FileListModel::NameColumn, twipsToPixels(this, 1400));
     setColumnWidth(FileListModel::SizeColumn, twipsToPixels(this, 600));
+}
+
+void FileListView::setFirstColumnWidth(int firstColumnPx)
+{
+    m_fitter->stop();
+    setColumnWidth(FileListModel::NameColumn, firstColumnPx);
+}
+
+void FileListView::fitColumns()
+{
+    m_fitter->fit();
 }
 
 void FileListView::setFontSize(int points)

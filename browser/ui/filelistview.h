@@ -5,6 +5,7 @@
 #include <QTableView>
 
 #include "browser/filelistmodel.h"
+#include "platform/ui/columnfit.h"
 
 namespace tolvane::browser::ui {
 
@@ -20,6 +21,10 @@ public:
     void initControls();
     // Column widths of the file-display start (column 0 1400, column 1 600 twips).
     void setStartWidths();
+    // The standard look brought back: the first column firstColumnPx wide.
+    void setFirstColumnWidth(int firstColumnPx);
+    // After a listing: sizes and dates to their contents, the names take the rest of the pane.
+    void fitColumns();
     void setFontSize(int points);
     // Grid row (0 heading, 1.. files, -1 outside) under a point of the viewport.
     int gridRowAt(const QPoint &viewportPos) const;
@@ -37,6 +42,7 @@ protected:
 
 private:
     FileListModel *m_model;
+    tolvane::ui::ColumnFitter *m_fitter;
     int m_pressRow = -1;
     int m_pressCol = -1;
 };

@@ -4,6 +4,7 @@
 
 #include "catalog/records.h"
 #include "platform/apptitle.h"
+#include "platform/ui/columnfit.h"
 #include "search/catalogqueries.h"
 #include "search/perioddate.h"
 #include "search/resultlist.h"
@@ -49,6 +50,8 @@ SearchController::SearchController(Prompter &prompter, const catalog::CatalogSta
     , m_model(new ResultListModel(this))
     , m_fs(*m_model)
     , m_view(new ResultListView(m_model, frame))
+    // Names and keywords share what the row number, classification and date leave.
+    , m_fitter(new tolvane::ui::ColumnFitter(m_view, { 2, 4 }))
     , m_panel(new SearchPanel(toolbar, this))
 {
     m_view->hide();
@@ -71,6 +74,7 @@ QTableView *SearchController::resultList() const
 void SearchController::tidy()
 {
     AutoFitGrid(m_view);
+    m_fitter->fit();
 }
 
 void SearchController::PrepShow2FS()
@@ -110,6 +114,7 @@ void SearchController::message(const QString &text, Prompter::Icon icon)
 void SearchController::prepareList()
 {
     search::PrepShow2FS(m_fs, [this](int) { Q_EMIT listPrepared(); });
+    SetResultColumns(m_fs, kCatalogColumns, true);
 }
 
 void SearchController::fillList()
@@ -170,9 +175,10 @@ SearchController::Outcome SearchController::finishQuery(SearchKind kind, const R
             m_panel->hideCombo();
         // A statement that could not run gives no message of its own; the folder search
         // finds nothing silently.
+        // The hidden columns stay hidden behind the message.
+        SetResultColumns(m_fs, kCatalogColumns, true);
         if (found && kind != SearchKind::Folder)
             message(kZeroResultMessage, Prompter::Icon::Information);
-        SetResultColumns(m_fs, kCatalogColumns, true);
         return found ? Outcome::NotFound : Outcome::Failed;
     }
     fillList();

@@ -22,6 +22,10 @@ namespace tolvane::search {
 class ResultListModel;
 }
 
+namespace tolvane::ui {
+class ColumnFitter;
+}
+
 namespace tolvane::search::ui {
 
 class ResultListView;
@@ -121,6 +125,7 @@ private:
     ResultListModel *m_model;
     ResultListModel &m_fs;
     ResultListView *m_view;
+    tolvane::ui::ColumnFitter *m_fitter;
     SearchPanel *m_panel;
     SearchState m_state;
     int m_resultCount = 0;

@@ -1065,7 +1065,7 @@ void Form1::BringPanelToFront(int selector)
     }
     if (QWidget *front = control(plan.front)) {
         if (selector == 1)
-            m_browser->fileList()->setColumnWidth(0, twipsToPixels(kFileListFirstColumnTwips));
+            m_browser->reapplyListLook(twipsToPixels(kFileListFirstColumnTwips));
         front->show();
         front->raise();
     }
@@ -1177,23 +1177,22 @@ void Form1::rebuildStatusBar(const QList<int> &widthsTwips)
         delete l;
     }
     m_panels.clear();
-    // Widths are computed once, when the bar is built; the last panel takes what is left.
-    const int barWidth = StatusBar1->width() > 0 && isVisible() ? StatusBar1->width() : width();
-    int used = 0;
+    // The first panels have their widths; the last takes what is left and follows the window.
+    // No panel asks for the width of its text: a long folder path is cut at the panel's edge
+    // (its whole text is the tool tip) instead of widening the window.
     for (int i = 0; i <= widthsTwips.size(); ++i) {
         auto *l = new QLabel(StatusBar1);
         l->setObjectName(QStringLiteral("Panel%1").arg(i + 1));
         l->setFrameStyle(QFrame::Panel | QFrame::Sunken);
         l->setTextFormat(Qt::PlainText);
-        int w;
-        if (i < widthsTwips.size()) {
-            w = twipsToPixels(widthsTwips[i]);
-            used += w;
+        const bool last = i == widthsTwips.size();
+        if (last) {
+            l->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+            l->setMinimumWidth(twipsToPixels(1000));
         } else {
-            w = std::max(barWidth - used - 8, twipsToPixels(1000));
+            l->setFixedWidth(twipsToPixels(widthsTwips[i]));
         }
-        l->setFixedWidth(w);
-        StatusBar1->addWidget(l);
+        StatusBar1->addWidget(l, last ? 1 : 0);
         m_panels << l;
     }
 }

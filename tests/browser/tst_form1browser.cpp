@@ -2,7 +2,9 @@
 // files shown and stepped through with the highlight following, registration from the toolbar,
 // and the folder search over the registered folders of fg.
 #include <QApplication>
+#include <QHeaderView>
 #include <QProgressDialog>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -145,6 +147,79 @@ private slots:
         QVERIFY(clickTool(w, "View"));
         QCOMPARE(lastFolderDialogStart(h.prompter), m_docs);
         QCOMPARE(files(w)->rows(), 1);
+    }
+
+    // A folder of long Japanese names: sizes, dates and headings are whole, names share the rest
+    // of the pane (elided in the middle, whole in the tool tip) and follow the pane, a width the
+    // user drags is kept, and clicking through the files never changes the window's size.
+    void longNamesInTheFileList()
+    {
+        const QString dir = m_tmp.path() + QStringLiteral("/二十九の書類");
+        QVERIFY(QDir().mkpath(dir));
+        const char *const kinds[] = { "txt", "pdf", "docx", "png", "xls", "rtf", "p21" };
+        for (int i = 0; i < 29; ++i)
+            QVERIFY(test::writeFile(dir
+                    + QStringLiteral("/お知らせ　令和%1年度の定例会議資料（改訂版）.%2")
+                          .arg(i + 1)
+                          .arg(QString::fromLatin1(kinds[i % 7])),
+                // Large sizes, but text files small: the viewer lays out what it shows.
+                i % 7 == 0 || i % 7 == 5 ? 2048 : (i + 1) * 100 * 1024, QDateTime::currentDateTime()));
+        Harness h;
+        shell::Form1 &w = *h.w;
+        QVERIFY(clickTool(w, "StartShowFile"));
+        h.prompter.planFolder(dir);
+        QVERIFY(clickTool(w, "View"));
+        QCoreApplication::processEvents();
+        QTableView *fr = grid(w, "fr");
+        QHeaderView *header = fr->horizontalHeader();
+        const QFontMetrics fm(fr->font());
+        auto checkWhole = [&] {
+            for (int c = 0; c < 3; ++c)
+                QVERIFY2(fr->columnWidth(c) >= header->sectionSizeHint(c), qPrintable(QString::number(c)));
+            for (int r = 0; r < files(w)->rowCount(); ++r)
+                for (int c : { 1, 2 })
+                    QVERIFY(fr->columnWidth(c) > fm.horizontalAdvance(files(w)->index(r, c).data().toString()));
+        };
+        checkWhole();
+        const int names = fr->columnWidth(0);
+        QCOMPARE(fr->textElideMode(), Qt::ElideMiddle);
+        QCOMPARE(files(w)->index(3, 0).data(Qt::ToolTipRole).toString(), files(w)->names().at(3));
+
+        // A wider pane widens the names only.
+        const int size = fr->columnWidth(1);
+        const int paneWidth = fr->width();
+        auto *bar = w.findChild<QWidget *>(QStringLiteral("picDrag"));
+        QVERIFY(bar);
+        QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
+        QTest::mouseRelease(bar, Qt::LeftButton, {}, QPoint(500, 5));
+        QCoreApplication::processEvents();
+        QVERIFY(fr->width() > paneWidth);
+        QVERIFY(fr->columnWidth(0) > names);
+        QCOMPARE(fr->columnWidth(1), size);
+        QCOMPARE(fr->columnWidth(0) + fr->columnWidth(1) + fr->columnWidth(2),
+            fr->contentsRect().width() - fr->verticalScrollBar()->sizeHint().width());
+        checkWhole();
+
+        // The user drags the size column wider: kept when the folder is listed again.
+        const int edge = header->sectionViewportPosition(1) + header->sectionSize(1) - 1;
+        const int y = header->height() / 2;
+        QTest::mousePress(header->viewport(), Qt::LeftButton, {}, QPoint(edge, y));
+        QTest::mouseMove(header->viewport(), QPoint(edge + 40, y));
+        QTest::mouseRelease(header->viewport(), Qt::LeftButton, {}, QPoint(edge + 40, y));
+        const int dragged = fr->columnWidth(1);
+        QVERIFY(dragged > size);
+        QVERIFY(clickTool(w, "BackTo"));
+        h.prompter.planFolder(dir);
+        QVERIFY(clickTool(w, "View"));
+        QCoreApplication::processEvents();
+        QCOMPARE(fr->columnWidth(1), dragged);
+
+        const QSize windowSize = w.size();
+        for (int i = 0; i < 50; ++i) {
+            clickFileRow(w, 1 + (i * 7) % 29);
+            QCoreApplication::processEvents();
+            QCOMPARE(w.size(), windowSize);
+        }
     }
 
     // A file that cannot be displayed carries no viewer buttons (kind 0): the mode's own buttons

@@ -257,7 +257,16 @@ void TestForm1Search::periodSearch()
     QCOMPARE(h.listed(), (QStringList { u"plan_a.pdf"_s, u"O'Brien.txt"_s }));
 
     h.text1(0)->setText(u"2010/01/02"_s);
+    // Behind the zero-result message, the hidden columns stay hidden.
+    QList<bool> hiddenBehindMessage;
+    h.prompter.onPrompt = [&](const test::ScriptedPrompter::Call &) {
+        auto *fs = h.w->findChild<QTableView *>(u"fs"_s);
+        for (int c : { 5, 6, 7 })
+            hiddenBehindMessage.append(fs->isColumnHidden(c));
+    };
     QVERIFY(h.click(u"DurSeek"_s));
+    h.prompter.onPrompt = nullptr;
+    QCOMPARE(hiddenBehindMessage, (QList<bool> { true, true, true }));
     QCOMPARE(h.prompter.messages().size(), 1);
     QCOMPARE(h.prompter.lastMessage().text, search::kZeroResultMessage);
     QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Information);

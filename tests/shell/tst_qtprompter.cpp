@@ -3,6 +3,7 @@
 #include <functional>
 
 #include <QApplication>
+#include <QCalendarWidget>
 #include <QColorDialog>
 #include <QDialogButtonBox>
 #include <QFile>
@@ -15,6 +16,7 @@
 #include <QTimer>
 
 #include "shell/browseforfolder.h"
+#include "shell/ui/japaneseinterface.h"
 #include "shell/ui/qtprompter.h"
 
 using namespace tolvane;
@@ -55,7 +57,13 @@ private:
     QTemporaryDir m_dir;
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY(m_dir.isValid()); }
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        // The machine may be set to any language: the dialogs speak Japanese all the same.
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QVERIFY(InstallJapaneseInterface(*qApp));
+    }
 
     void messageBoxAnswers_data()
     {
@@ -76,11 +84,14 @@ private Q_SLOTS:
         QFETCH(int, answer);
         QtPrompter prompter;
         QString seenTitle, seenText;
+        QStringList seenButtons;
         QMessageBox::Icon seenIcon = QMessageBox::NoIcon;
         whenModal<QMessageBox>([&](QMessageBox *box) {
             seenTitle = box->windowTitle();
             seenText = box->text();
             seenIcon = box->icon();
+            for (QAbstractButton *b : box->buttons())
+                seenButtons.append(b->text().remove(QLatin1Char('&')));
             box->button(QMessageBox::StandardButton(press))->click();
         });
         const auto got = prompter.message({ QStringLiteral("Almaren Tolvane"), QString::fromUtf8("確認　します"),
@@ -89,6 +100,21 @@ private Q_SLOTS:
         QCOMPARE(seenTitle, QStringLiteral("Almaren Tolvane"));
         QCOMPARE(seenText, QString::fromUtf8("確認　します"));
         QCOMPARE(seenIcon, QMessageBox::Question);
+        if (buttons == int(Prompter::Buttons::YesNo)) {
+            QVERIFY(seenButtons.first().startsWith(QString::fromUtf8("はい")));
+            QVERIFY(seenButtons.last().startsWith(QString::fromUtf8("いいえ")));
+        }
+        if (buttons == int(Prompter::Buttons::OkCancel))
+            QVERIFY(seenButtons.contains(QString::fromUtf8("キャンセル")));
+    }
+
+    // The calendar and dates in Japanese.
+    void japaneseLocale()
+    {
+        QCOMPARE(QLocale().language(), QLocale::Japanese);
+        QCalendarWidget calendar;
+        QCOMPARE(calendar.locale().monthName(1), QString::fromUtf8("1月"));
+        QCOMPARE(calendar.locale().dayName(7, QLocale::ShortFormat), QString::fromUtf8("日"));
     }
 
     void saveDialogAddsTheExtension_data()

@@ -34,6 +34,8 @@ const ScriptedPrompter::Call &ScriptedPrompter::lastMessage() const
 QVariant ScriptedPrompter::take(const QString &kind, const Call &call)
 {
     m_calls.append(call);
+    if (onPrompt)
+        onPrompt(call);
     for (int i = 0; i < m_plan.size(); ++i) {
         if (m_plan[i].kind == kind) {
             QVariant v = m_plan[i].value;

@@ -2,6 +2,8 @@
 // order. An unplanned prompt, or a planned answer left unused at destruction, fails the test.
 #pragma once
 
+#include <functional>
+
 #include <QList>
 #include <QVariant>
 
@@ -44,6 +46,8 @@ public:
     int unusedAnswers() const { return int(m_plan.size()); }
     // Messages with an OK button are answered Ok without planning when this is on (default).
     void setAutoAcknowledge(bool on) { m_autoAck = on; }
+    // Called at every prompt, while it is "open": what the screen shows behind a dialog.
+    std::function<void(const Call &)> onPrompt;
 
     Answer message(const Message &msg) override;
     QString openFile(const QString &title, const QString &filter, const QString &startDir) override;
