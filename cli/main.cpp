@@ -1,4 +1,4 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search, compact, repair).
 #include <QCoreApplication>
 
 #include "cli/commands.h"
@@ -10,7 +10,9 @@ int usage()
     tolvane::cli::writeErr(QStringLiteral("usage: tolvane-cli create CATALOG.mdb\n"
                                           "       tolvane-cli register CATALOG.mdb FOLDER\n"
                                           "       tolvane-cli dump CATALOG.mdb TABLE\n"
-                                          "       tolvane-cli search CATALOG.mdb ..."));
+                                          "       tolvane-cli search CATALOG.mdb ...\n"
+                                          "       tolvane-cli compact CATALOG.mdb\n"
+                                          "       tolvane-cli repair CATALOG.mdb [NEW.mdb]"));
     return 2;
 }
 } // namespace
@@ -30,5 +32,9 @@ int main(int argc, char *argv[])
         return tolvane::cli::runDump(args);
     if (command == QLatin1String("search"))
         return tolvane::cli::runSearch(args);
+    if (command == QLatin1String("compact"))
+        return tolvane::cli::runCompact(args);
+    if (command == QLatin1String("repair"))
+        return tolvane::cli::runRepair(args);
     return usage();
 }

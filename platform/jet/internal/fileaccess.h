@@ -84,6 +84,9 @@ public:
     // Gives the file at from the name to, on the same volume; never replaces a file:
     // InvalidArgument when to exists. IOError otherwise.
     virtual Status rename(const QString &from, const QString &to) = 0;
+    // Gives the file at from the name to, on the same volume, replacing a file there in one
+    // step: someone opening to finds the old file or the new one, never none. IOError.
+    virtual Status replace(const QString &from, const QString &to) = 0;
     // Makes the files created, renamed and removed in folder durable.
     virtual Status syncFolder(const QString &folder) = 0;
 };

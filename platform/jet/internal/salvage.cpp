@@ -1,0 +1,107 @@
+#include "platform/jet/internal/salvage.h"
+
+#include <QCryptographicHash>
+
+#include "platform/jet/internal/rowcodec.h"
+
+namespace tolvane::jet::internal {
+
+namespace {
+
+constexpr int kMaxHops = 16;
+
+// The extent of the row that slot r of page p leads to, following overflow pointers; nothing
+// when a page, slot or pointer on the way cannot be read.
+std::optional<std::pair<quint32, RowExtent>> follow(const PageStore &store, quint32 p, int r)
+{
+    for (int hop = 0; hop <= kMaxHops; ++hop) {
+        if (p == 0 || p >= store.pageCount() || store.page(p)[0] != kPageData)
+            return std::nullopt;
+        const std::optional<RowExtent> e = rowExtent(store.page(p), r);
+        if (!e)
+            return std::nullopt;
+        if (!(e->flags & kRowOverflow))
+            return std::pair { p, *e };
+        if (e->length() < 4)
+            return std::nullopt;
+        const uchar *row = store.page(p) + e->start;
+        r = row[0];
+        p = u24(row + 1);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+SalvageTally salvageRows(const PageStore &store, const UsageMaps &maps, const TableDef &t,
+    const QSet<quint32> &otherTables, const std::function<void(const Row &)> &visit)
+{
+    SalvageTally tally;
+    QSet<quint32> candidates;
+    if (Result<QList<quint32>> owned = maps.pages(t.ownedMap); owned) {
+        for (quint32 p : *owned) {
+            if (p >= store.pageCount()) {
+                tally.problems << QStringLiteral("ページ %1 がファイルの外にあります").arg(p);
+                continue;
+            }
+            const uchar *pg = store.page(p);
+            const quint32 owner = u32(pg + kDataTdefPage);
+            const bool typeOk = pg[0] == kPageData;
+            const bool ownerOk = owner == t.tdefPage;
+            if (typeOk && ownerOk)
+                candidates.insert(p);
+            else if ((typeOk && !otherTables.contains(owner)) || (!typeOk && ownerOk)) {
+                tally.problems << QStringLiteral("ページ %1 の見出しが壊れています").arg(p);
+                candidates.insert(p);
+            } else {
+                tally.problems << QStringLiteral("ページ %1 はこのテーブルのページではありません").arg(p);
+            }
+        }
+    } else {
+        tally.problems << QStringLiteral("使用ページの一覧が読めません");
+    }
+    for (quint32 p = 3; p < store.pageCount(); ++p) {
+        const uchar *pg = store.page(p);
+        if (pg[0] == kPageData && u32(pg + kDataTdefPage) == t.tdefPage && !candidates.contains(p)) {
+            tally.problems << QStringLiteral("ページ %1 が使用ページの一覧にありません").arg(p);
+            candidates.insert(p);
+        }
+    }
+    QList<quint32> pages(candidates.cbegin(), candidates.cend());
+    std::sort(pages.begin(), pages.end());
+
+    QSet<QByteArray> seen;
+    for (quint32 p : pages) {
+        const uchar *pg = store.page(p);
+        const QByteArray digest = QCryptographicHash::hash(
+            QByteArrayView(reinterpret_cast<const char *>(pg) + kDataRowCount, kPageSize - kDataRowCount),
+            QCryptographicHash::Sha1);
+        if (seen.contains(digest)) {
+            tally.problems << QStringLiteral("ページ %1 は別のページの写しです").arg(p);
+            continue;
+        }
+        seen.insert(digest);
+        int rows = u16(pg + kDataRowCount);
+        if (kDataRowTable + 2 * rows > kPageSize) {
+            tally.problems << QStringLiteral("ページ %1 の行の表が壊れています").arg(p);
+            continue;
+        }
+        for (int r = 0; r < rows; ++r) {
+            const quint16 slot = u16(pg + kDataRowTable + 2 * r);
+            if (slot & kRowDeleted)
+                continue;
+            const auto at = follow(store, p, r);
+            Result<Row> row = at ? decodeRow(t, store.page(at->first) + at->second.start, at->second.length(), store)
+                                 : Result<Row>(Status::corruption({}));
+            if (!row) {
+                ++tally.unreadable;
+                continue;
+            }
+            ++tally.rows;
+            visit(*row);
+        }
+    }
+    return tally;
+}
+
+} // namespace tolvane::jet::internal
