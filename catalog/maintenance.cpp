@@ -1,7 +1,10 @@
 #include "catalog/maintenance.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QLocale>
+
+#include "platform/apptitle.h"
 
 namespace tolvane::catalog {
 
@@ -46,6 +49,49 @@ QString maintenanceFailure(bool repair, const Status &status)
     if (status.code() == Status::Code::Cancelled)
         return QStringLiteral("%1を中止しました。ファイルは元のままです。").arg(what);
     return QStringLiteral("%1ができませんでした。\n%2").arg(what, status.message());
+}
+
+bool CompactCatalogCommand(Prompter &prompter, const QString &path, const std::function<void()> &closeCatalog,
+    const jet::MaintenanceProgress &progress)
+{
+    QString file = path;
+    if (file.isEmpty())
+        file = prompter.openFile(QStringLiteral("最適化するデータベース"), QStringLiteral("Database (*.mdb)"));
+    if (file.isEmpty())
+        return false;
+    const QString question = QStringLiteral("%1 を最適化します。\n"
+                                            "削除された行の領域を詰めた新しいファイルに置き換えます。よろしいですか？")
+                                 .arg(QDir::toNativeSeparators(file));
+    if (prompter.message({ appTitle(), question, Prompter::Icon::Question, Prompter::Buttons::YesNo })
+        != Prompter::Answer::Yes)
+        return false;
+    if (closeCatalog)
+        closeCatalog();
+    Result<jet::CompactionReport> r = jet::compactDatabase(file, progress);
+    if (!r) {
+        prompter.inform(appTitle(), maintenanceFailure(false, r.status()),
+            r.status().code() == Status::Code::Cancelled ? Prompter::Icon::Information : Prompter::Icon::Warning);
+        return false;
+    }
+    prompter.inform(appTitle(), compactionSummary(*r), Prompter::Icon::Information);
+    return true;
+}
+
+bool RepairCatalogCommand(Prompter &prompter, const QString &startDir, const jet::MaintenanceProgress &progress)
+{
+    const QString file
+        = prompter.openFile(QStringLiteral("修復するデータベース"), QStringLiteral("Database (*.mdb)"), startDir);
+    if (file.isEmpty())
+        return false;
+    Result<jet::RepairReport> r = jet::repairDatabase(file, jet::repairedPathFor(file), progress);
+    if (!r) {
+        prompter.inform(appTitle(), maintenanceFailure(true, r.status()),
+            r.status().code() == Status::Code::Cancelled ? Prompter::Icon::Information : Prompter::Icon::Warning);
+        return false;
+    }
+    prompter.inform(appTitle(), repairSummary(file, *r),
+        r->lostRows() > 0 || !r->notCarried.isEmpty() ? Prompter::Icon::Warning : Prompter::Icon::Information);
+    return true;
 }
 
 } // namespace tolvane::catalog
