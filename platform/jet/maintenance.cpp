@@ -187,12 +187,19 @@ QStringList objectDifferences(const Source &old, const Source &fresh)
     return out;
 }
 
-// What of the table the creator cannot make as it is; empty when it can.
-QStringList tableProblems(const Catalogue::Table &t)
+// What of the table the creator cannot make as it is: in blocking what keeps it from making
+// the table at all, in inexact what it makes differently (the rows read the same).
+struct TableProblems {
+    QStringList blocking;
+    QStringList inexact;
+    QStringList all() const { return inexact + blocking; }
+};
+
+TableProblems tableProblems(const Catalogue::Table &t)
 {
-    QStringList out;
+    TableProblems out;
     if (t.def.numRealIndexes > 0 || t.def.numIndexes > 0)
-        out << QStringLiteral("テーブル「%1」の索引").arg(t.name);
+        out.inexact << QStringLiteral("テーブル「%1」の索引").arg(t.name);
     for (const ColumnInfo &c : t.columns) {
         switch (c.type) {
         case ColumnType::Long:
@@ -200,18 +207,18 @@ QStringList tableProblems(const Catalogue::Table &t)
             break;
         case ColumnType::Text:
             if (c.maxLength < 1 || c.maxLength > 255)
-                out << QStringLiteral("テーブル「%1」の列「%2」（テキストの長さ %3）")
-                           .arg(t.name, c.name)
-                           .arg(c.maxLength);
+                out.blocking << QStringLiteral("テーブル「%1」の列「%2」（テキストの長さ %3）")
+                                    .arg(t.name, c.name)
+                                    .arg(c.maxLength);
             else if (!c.compressible)
-                out << QStringLiteral("テーブル「%1」の列「%2」（Unicode 圧縮なしの設定）").arg(t.name, c.name);
+                out.inexact << QStringLiteral("テーブル「%1」の列「%2」（Unicode 圧縮なしの設定）").arg(t.name, c.name);
             break;
         case ColumnType::Memo:
         case ColumnType::Ole:
-            out << QStringLiteral("テーブル「%1」のメモ型・OLE 型の列「%2」").arg(t.name, c.name);
+            out.blocking << QStringLiteral("テーブル「%1」のメモ型・OLE 型の列「%2」").arg(t.name, c.name);
             break;
         default:
-            out << QStringLiteral("テーブル「%1」の列「%2」（型 %3）").arg(t.name, c.name).arg(int(c.type));
+            out.blocking << QStringLiteral("テーブル「%1」の列「%2」（型 %3）").arg(t.name, c.name).arg(int(c.type));
             break;
         }
     }
@@ -412,7 +419,7 @@ Result<CompactionReport> compactDatabase(FileAccess &files, const QString &path,
     QList<TableSpec> specs;
     for (const QString &name : catalogue.tableNames()) {
         const Catalogue::Table *t = catalogue.find(name);
-        problems << tableProblems(*t);
+        problems << tableProblems(*t).all();
         specs.append(specOf(*t));
     }
     const QString refusedText
@@ -503,6 +510,7 @@ Result<RepairReport> repairDatabase(
     // beside it are copied to a scratch file that the engine's units read.
     RepairReport report;
     report.repairedPath = target;
+    qint64 realSize = 0;
     Scratch scratch(files, target + QStringLiteral("-source"));
     Scratch scratchJournal(files, PageStore::journalPath(scratch.path()));
     for (const auto &[from, to] :
@@ -515,6 +523,8 @@ Result<RepairReport> repairDatabase(
         Result<QByteArray> bytes = (*in)->readAll();
         if (!bytes)
             return bytes.status();
+        if (from == path)
+            realSize = bytes->size();
         if (from == path && bytes->size() % kPageSize != 0) {
             report.damage << QStringLiteral("ファイルがページの途中で切れています（%1 バイト）").arg(bytes->size());
             bytes->append(QByteArray(kPageSize - bytes->size() % kPageSize, '\0'));
@@ -538,15 +548,13 @@ Result<RepairReport> repairDatabase(
         tdefs.insert(catalogue.find(name)->def.tdefPage);
     for (const QString &name : catalogue.tableNames()) {
         const Catalogue::Table *t = catalogue.find(name);
-        QStringList problems = tableProblems(*t);
-        const bool onlyIndexes = problems.size() == 1 && t->def.numIndexes > 0;
-        if (!problems.isEmpty() && !onlyIndexes) {
-            report.notCarried << problems;
+        const TableProblems problems = tableProblems(*t);
+        report.notCarried << problems.all();
+        if (!problems.blocking.isEmpty()) {
             report.tables.append({ name, tdefRowCount(*(*src)->store, t->def.tdefPage), 0,
                 tdefRowCount(*(*src)->store, t->def.tdefPage) });
             continue;
         }
-        report.notCarried << problems; // indexes are not made again; the rows are
         specs.append(specOf(*t));
         carried.append(t);
     }
@@ -563,9 +571,9 @@ Result<RepairReport> repairDatabase(
         const Source &s = **src;
         QSet<quint32> others = tdefs;
         others.remove(t->def.tdefPage);
-        job.feed = [&s, t, others, &tallies](const std::function<bool(const Row &)> &take) {
+        job.feed = [&s, t, others, realSize, &tallies](const std::function<bool(const Row &)> &take) {
             bool stopped = false;
-            tallies[t->name] = salvageRows(*s.store, *s.maps, t->def, others, [&](const Row &r) {
+            tallies[t->name] = salvageRows(*s.store, realSize, *s.maps, t->def, others, [&](const Row &r) {
                 if (!stopped)
                     stopped = !take(r);
             });

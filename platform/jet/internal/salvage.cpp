@@ -10,15 +10,17 @@ namespace {
 
 constexpr int kMaxHops = 16;
 
-// The extent of the row that slot r of page p leads to, following overflow pointers; nothing
-// when a page, slot or pointer on the way cannot be read.
-std::optional<std::pair<quint32, RowExtent>> follow(const PageStore &store, quint32 p, int r)
+// The extent of the row that slot r of page p leads to, following overflow pointers through
+// the table's pages; nothing when a page, slot or pointer on the way cannot be read, or the row
+// reaches past the bytes the file really holds.
+std::optional<std::pair<quint32, RowExtent>> follow(
+    const PageStore &store, const QSet<quint32> &pages, qint64 fileSize, quint32 p, int r)
 {
     for (int hop = 0; hop <= kMaxHops; ++hop) {
-        if (p == 0 || p >= store.pageCount() || store.page(p)[0] != kPageData)
+        if (!pages.contains(p))
             return std::nullopt;
         const std::optional<RowExtent> e = rowExtent(store.page(p), r);
-        if (!e)
+        if (!e || qint64(p) * kPageSize + e->end > fileSize)
             return std::nullopt;
         if (!(e->flags & kRowOverflow))
             return std::pair { p, *e };
@@ -33,7 +35,7 @@ std::optional<std::pair<quint32, RowExtent>> follow(const PageStore &store, quin
 
 } // namespace
 
-SalvageTally salvageRows(const PageStore &store, const UsageMaps &maps, const TableDef &t,
+SalvageTally salvageRows(const PageStore &store, qint64 fileSize, const UsageMaps &maps, const TableDef &t,
     const QSet<quint32> &otherTables, const std::function<void(const Row &)> &visit)
 {
     SalvageTally tally;
@@ -90,9 +92,12 @@ SalvageTally salvageRows(const PageStore &store, const UsageMaps &maps, const Ta
             const quint16 slot = u16(pg + kDataRowTable + 2 * r);
             if (slot & kRowDeleted)
                 continue;
-            const auto at = follow(store, p, r);
-            Result<Row> row = at ? decodeRow(t, store.page(at->first) + at->second.start, at->second.length(), store)
-                                 : Result<Row>(Status::corruption({}));
+            const auto at = follow(store, candidates, fileSize, p, r);
+            // A row without columns is what zeroed bytes look like; no writer stores one.
+            const uchar *bytes = at ? store.page(at->first) + at->second.start : nullptr;
+            Result<Row> row = at && at->second.length() >= 2 && u16(bytes) != 0
+                ? decodeRow(t, bytes, at->second.length(), store)
+                : Result<Row>(Status::corruption({}));
             if (!row) {
                 ++tally.unreadable;
                 continue;

@@ -25,7 +25,9 @@ struct SalvageTally {
 // other says it is t's, and its owner names no table of otherTables) and every data page whose
 // header names t. A page whose bytes repeat an earlier page of the table (overwritten by a
 // copy) is read once. Overflow pointers are followed where they lead to a readable row.
-SalvageTally salvageRows(const PageStore &store, const UsageMaps &maps, const TableDef &t,
+// fileSize: the bytes the damaged file really holds (store may be padded to whole pages); a row
+// reaching past them is unreadable.
+SalvageTally salvageRows(const PageStore &store, qint64 fileSize, const UsageMaps &maps, const TableDef &t,
     const QSet<quint32> &otherTables, const std::function<void(const Row &)> &visit);
 
 } // namespace tolvane::jet::internal
