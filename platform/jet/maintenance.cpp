@@ -477,6 +477,11 @@ Result<CompactionReport> compactDatabase(FileAccess &files, const QString &path,
     }
     if (Status s = files.syncFolder(fi.absolutePath()); !s)
         return s;
+#ifdef Q_OS_WIN
+    // Windows replaces no file that a handle (ours included) holds open. A connection opening
+    // the old file from here on makes the replace fail: the old file then stays.
+    own->reset();
+#endif
     if (Status s = files.replace(newPath, path); !s)
         return s;
     scratch.keep();
