@@ -1,7 +1,8 @@
 // Space: a catalogue of ROWS file rows, half of them deleted, then compacted (sizes before and
 // after, time); then a re-synchronisation loop on the compacted file (delete 1,000 rows, add
 // 1,000, 50 times) with the file's size against its compacted size. Asserts nothing.
-//   bench_space [ROWS] [KEEP_DIR]   (KEEP_DIR: keep the compacted file there for other readers)
+//   bench_space [ROWS] [KEEP_DIR]   (KEEP_DIR: keep compacted.mdb, as compaction left it, and
+//                                    space.mdb, after the loop, there for other readers)
 #include <cstdio>
 
 #include <QCoreApplication>
@@ -83,6 +84,11 @@ int main(int argc, char **argv)
     const qint64 compacted = r->sizeAfter;
     std::printf("compacted in %.2f s: %lld -> %lld bytes (%.3f of the full file's half)\n", double(t.elapsed()) / 1000,
         r->sizeBefore, compacted, double(compacted) / double(r->sizeBefore));
+
+    if (argc > 2) {
+        QFile::remove(dir + QStringLiteral("/compacted.mdb"));
+        QFile::copy(path, dir + QStringLiteral("/compacted.mdb"));
+    }
 
     // Re-synchronisation: the oldest 1,000 rows go, 1,000 new ones come, in one transaction each.
     auto db = Database::open(path);

@@ -7,6 +7,7 @@
 #include "catalog/schema.h"
 #include "failingfileaccess.h"
 #include "jetfixtures.h"
+#include "platform/jet/internal/presence.h"
 #include "platform/jet/maintenance.h"
 
 using namespace tolvane;
@@ -228,8 +229,18 @@ void TstJetMaintenance::compactionRefuses()
     QVERIFY(!QFile::exists(file + u"-compact"_s));
     QFile::remove(path(u"refused.ldb"_s));
     if (other) {
-        // Closed, the same file compacts.
         other.reset();
+        // While compaction holds the file, a new connection is turned away, not shown a file
+        // about to be replaced.
+        jet::internal::DiskFileAccess disk;
+        auto claim = disk.open(file, jet::internal::FileAccess::OpenMode::ReadWrite);
+        QVERIFY(claim);
+        QCOMPARE(jet::internal::claimSoleUse(**claim).value(), true);
+        auto refused = Database::open(file, Database::OpenMode::ReadOnly);
+        QVERIFY(!refused);
+        QVERIFY(refused.status().message().contains(u"最適化の処理中"_s));
+        claim->reset();
+        // Closed, the same file compacts.
         QVERIFY(compactDatabase(file));
     }
 }
