@@ -37,7 +37,8 @@ struct Source {
     Catalogue catalogue;
 };
 
-Result<std::unique_ptr<Source>> loadSource(FileAccess &files, const QString &path, bool writable)
+// The pages of the file, without its catalogue.
+Result<std::unique_ptr<Source>> loadPages(FileAccess &files, const QString &path, bool writable)
 {
     auto src = std::make_unique<Source>();
     Result<std::unique_ptr<PageStore>> store = PageStore::open(files, path, writable);
@@ -46,10 +47,18 @@ Result<std::unique_ptr<Source>> loadSource(FileAccess &files, const QString &pat
     src->store = store.take();
     src->maps.emplace(*src->store);
     src->rows.emplace(*src->store, *src->maps);
-    Result<Catalogue> catalogue = Catalogue::load(*src->store, *src->rows);
+    return src;
+}
+
+Result<std::unique_ptr<Source>> loadSource(FileAccess &files, const QString &path, bool writable)
+{
+    Result<std::unique_ptr<Source>> src = loadPages(files, path, writable);
+    if (!src)
+        return src;
+    Result<Catalogue> catalogue = Catalogue::load(*(*src)->store, *(*src)->rows);
     if (!catalogue)
         return catalogue.status();
-    src->catalogue = catalogue.take();
+    (*src)->catalogue = catalogue.take();
     return src;
 }
 
@@ -540,19 +549,36 @@ Result<RepairReport> repairDatabase(
         if (Status s = (*out)->write(0, *bytes); !s)
             return s;
     }
-    Result<std::unique_ptr<Source>> src = loadSource(files, scratch.path(), false);
+    Result<std::unique_ptr<Source>> src = loadPages(files, scratch.path(), false);
     if (!src)
-        return Status::corruption(
-            QStringLiteral("テーブルの一覧を読めないため、修復できません：%1").arg(src.status().message()));
-    const Catalogue &catalogue = (*src)->catalogue;
+        return src.status();
+    // The tables as the catalogue lists them; when the catalogue or a table definition is too
+    // damaged for that, the tables whose catalogue rows and definitions can still be read.
+    QList<Catalogue::Table> tables;
+    bool catalogueRead = true;
+    if (Result<Catalogue> catalogue = Catalogue::load(*(*src)->store, *(*src)->rows); catalogue) {
+        for (const QString &name : catalogue->tableNames())
+            tables << *catalogue->find(name);
+    } else {
+        catalogueRead = false;
+        report.damage << QStringLiteral("テーブルの一覧：%1").arg(catalogue.status().message());
+        const SalvagedCatalogue salvaged = salvageCatalogue(*(*src)->store, realSize, *(*src)->maps);
+        report.damage << salvaged.problems;
+        for (const SalvagedTable &t : salvaged.tables)
+            tables << Catalogue::Table { t.name, t.def, t.columns };
+        if (tables.isEmpty())
+            return Status::corruption(
+                QStringLiteral("テーブルの一覧を読めないため、修復できません：%1").arg(catalogue.status().message()));
+    }
 
     QList<TableSpec> specs;
     QList<const Catalogue::Table *> carried;
     QSet<quint32> tdefs;
-    for (const QString &name : catalogue.tableNames())
-        tdefs.insert(catalogue.find(name)->def.tdefPage);
-    for (const QString &name : catalogue.tableNames()) {
-        const Catalogue::Table *t = catalogue.find(name);
+    for (const Catalogue::Table &t : tables)
+        tdefs.insert(t.def.tdefPage);
+    for (const Catalogue::Table &table : tables) {
+        const Catalogue::Table *t = &table;
+        const QString &name = t->name;
         const TableProblems problems = tableProblems(*t);
         report.notCarried << problems.all();
         if (!problems.blocking.isEmpty()) {
@@ -588,13 +614,16 @@ Result<RepairReport> repairDatabase(
     }
     if (Status s = fillAndCheck(files, target, jobs, false, progress); !s)
         return s;
-    {
+    if (catalogueRead) {
         Result<std::unique_ptr<Source>> fresh = loadSource(files, target, false);
         if (!fresh)
             return fresh.status();
         for (const QString &item : objectDifferences(**src, **fresh))
             if (!report.notCarried.contains(item))
                 report.notCarried << item;
+    } else {
+        report.notCarried << QStringLiteral(
+            "テーブル以外のオブジェクト（システムカタログが壊れているため確かめていません）");
     }
     for (const TableJob &j : jobs) {
         const SalvageTally &tally = tallies.value(j.table);

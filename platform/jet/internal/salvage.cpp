@@ -109,4 +109,60 @@ SalvageTally salvageRows(const PageStore &store, qint64 fileSize, const UsageMap
     return tally;
 }
 
+SalvagedCatalogue salvageCatalogue(const PageStore &store, qint64 fileSize, const UsageMaps &maps)
+{
+    constexpr quint32 kSystemTdefPage = 2;
+    constexpr quint32 kTablesContainer = 0x0F000001;
+    constexpr quint32 kSystemFlags = 0x80000002;
+    SalvagedCatalogue out;
+    Result<TableDef> sys = parseTableDef(store, kSystemTdefPage);
+    if (!sys) {
+        out.problems << QStringLiteral("システムカタログの定義が読めません");
+        return out;
+    }
+    // Only the columns that name tables: the long-value columns may be damaged without harm.
+    const QStringList wanted { QStringLiteral("Id"), QStringLiteral("ParentId"), QStringLiteral("Name"),
+        QStringLiteral("Type"), QStringLiteral("Flags") };
+    sys->columns.removeIf([&](const ColumnDef &c) { return !wanted.contains(c.name); });
+    QList<int> at;
+    for (const QString &w : wanted) {
+        int i = 0;
+        while (i < sys->columns.size() && sys->columns.at(i).name != w)
+            ++i;
+        at << (i < sys->columns.size() ? i : -1);
+    }
+    if (at.contains(-1)) {
+        out.problems << QStringLiteral("システムカタログの列が欠けています");
+        return out;
+    }
+    const SalvageTally tally = salvageRows(store, fileSize, maps, *sys, {}, [&](const Row &r) {
+        const quint32 flags = quint32(r.at(at[4]).toLongLong());
+        if (r.at(at[3]).toInt() != 1 || (flags & kSystemFlags) || quint32(r.at(at[1]).toLongLong()) != kTablesContainer)
+            return;
+        SalvagedTable t;
+        t.name = r.at(at[2]).toString();
+        Result<TableDef> def = parseTableDef(store, quint32(r.at(at[0]).toLongLong()) & 0x00FFFFFF);
+        if (!def) {
+            out.problems << QStringLiteral("テーブル「%1」の定義が読めません").arg(t.name);
+            return;
+        }
+        t.def = def.take();
+        for (const ColumnDef &c : t.def.columns) {
+            ColumnInfo ci;
+            ci.name = c.name;
+            ci.type = c.columnType();
+            ci.number = c.number;
+            ci.maxLength = c.columnType() == ColumnType::Text ? c.length / 2 : c.length;
+            ci.compressible = c.compressible();
+            t.columns << ci;
+        }
+        out.tables << t;
+    });
+    for (const QString &p : tally.problems)
+        out.problems << QStringLiteral("システムカタログ：") + p;
+    if (tally.unreadable)
+        out.problems << QStringLiteral("システムカタログの %1 行が読めません").arg(tally.unreadable);
+    return out;
+}
+
 } // namespace tolvane::jet::internal

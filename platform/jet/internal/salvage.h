@@ -30,4 +30,18 @@ struct SalvageTally {
 SalvageTally salvageRows(const PageStore &store, qint64 fileSize, const UsageMaps &maps, const TableDef &t,
     const QSet<quint32> &otherTables, const std::function<void(const Row &)> &visit);
 
+// The user tables that the system catalogue still names, read with salvageRows: for a file
+// whose catalogue or one of whose table definitions is too damaged for Catalogue::load. A table
+// whose definition cannot be parsed is left out and named in problems.
+struct SalvagedTable {
+    QString name;
+    TableDef def;
+    QList<ColumnInfo> columns;
+};
+struct SalvagedCatalogue {
+    QList<SalvagedTable> tables;
+    QStringList problems;
+};
+SalvagedCatalogue salvageCatalogue(const PageStore &store, qint64 fileSize, const UsageMaps &maps);
+
 } // namespace tolvane::jet::internal
