@@ -1,5 +1,7 @@
 #include "catalog/maintenance.h"
 
+#include <algorithm>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
@@ -48,7 +50,30 @@ QString maintenanceFailure(bool repair, const Status &status)
     const QString what = repair ? QStringLiteral("修復") : QStringLiteral("データベースの最適化");
     if (status.code() == Status::Code::Cancelled)
         return QStringLiteral("%1を中止しました。ファイルは元のままです。").arg(what);
-    return QStringLiteral("%1ができませんでした。\n%2").arg(what, status.message());
+    QString detail = status.message();
+    // The engine's own refusals are written for the user; what comes from below (the file
+    // system, the format checks) gets a sentence saying what it means.
+    const bool forUser = std::any_of(detail.cbegin(), detail.cend(), [](QChar c) { return c.unicode() > 0x7F; });
+    if (!forUser) {
+        QString meaning;
+        switch (status.code()) {
+        case Status::Code::IOError:
+            meaning = QStringLiteral("ファイルの読み書きに失敗しました。");
+            break;
+        case Status::Code::Corruption:
+            meaning = repair ? QStringLiteral("ファイルの壊れ方がひどく、読み取れませんでした。")
+                             : QStringLiteral("ファイルが壊れています。「データベースの修復」を試してください。");
+            break;
+        case Status::Code::NotSupported:
+            meaning = QStringLiteral("この形式のファイルは扱えません。");
+            break;
+        default:
+            meaning = QStringLiteral("処理を続けられませんでした。");
+            break;
+        }
+        detail = meaning + QStringLiteral("（") + detail + QStringLiteral("）");
+    }
+    return QStringLiteral("%1ができませんでした。\n%2").arg(what, detail);
 }
 
 bool CompactCatalogCommand(Prompter &prompter, const QString &path, const std::function<void()> &closeCatalog,

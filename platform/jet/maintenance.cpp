@@ -559,6 +559,8 @@ Result<RepairReport> repairDatabase(
     if (Result<Catalogue> catalogue = Catalogue::load(*(*src)->store, *(*src)->rows); catalogue) {
         for (const QString &name : catalogue->tableNames())
             tables << *catalogue->find(name);
+    } else if (catalogue.status().code() == Status::Code::NotSupported) {
+        return catalogue.status(); // another format, or an encoded file: nothing to salvage
     } else {
         catalogueRead = false;
         report.damage << QStringLiteral("テーブルの一覧：%1").arg(catalogue.status().message());
