@@ -11,5 +11,7 @@ int runRegister(const QStringList &args);
 int runDump(const QStringList &args);
 int runSearch(const QStringList &args);
 int runClasses(const QStringList &args);
+int runCompact(const QStringList &args);
+int runRepair(const QStringList &args);
 
 } // namespace tolvane::cli

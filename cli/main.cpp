@@ -1,4 +1,4 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search, classes).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair).
 #include <QCoreApplication>
 
 #include "cli/commands.h"
@@ -11,7 +11,9 @@ int usage()
                                           "       tolvane-cli register CATALOG.mdb FOLDER\n"
                                           "       tolvane-cli dump CATALOG.mdb TABLE\n"
                                           "       tolvane-cli search CATALOG.mdb ...\n"
-                                          "       tolvane-cli classes list|set CATALOG.mdb [FILE.tsv]"));
+                                          "       tolvane-cli classes list|set CATALOG.mdb [FILE.tsv]\n"
+                                          "       tolvane-cli compact CATALOG.mdb\n"
+                                          "       tolvane-cli repair CATALOG.mdb [NEW.mdb]"));
     return 2;
 }
 } // namespace
@@ -33,5 +35,9 @@ int main(int argc, char *argv[])
         return tolvane::cli::runSearch(args);
     if (command == QLatin1String("classes"))
         return tolvane::cli::runClasses(args);
+    if (command == QLatin1String("compact"))
+        return tolvane::cli::runCompact(args);
+    if (command == QLatin1String("repair"))
+        return tolvane::cli::runRepair(args);
     return usage();
 }

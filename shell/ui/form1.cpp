@@ -25,6 +25,7 @@
 #include "binders/ui/bindercontroller.h"
 #include "browser/ui/browsercontroller.h"
 #include "catalog/lifecycle.h"
+#include "catalog/maintenance.h"
 #include "catalog/schema.h"
 #include "classes/ui/form3.h"
 #include "platform/apptitle.h"
@@ -35,6 +36,7 @@
 #include "shell/browseforfolder.h"
 #include "shell/ui/desktophelplauncher.h"
 #include "shell/ui/frmabout.h"
+#include "shell/ui/maintenanceprogressdialog.h"
 #include "shell/ui/splitterhandle.h"
 #include "shell/ui/toolbaricons.h"
 #include "viewer/dispatch.h"
@@ -233,6 +235,10 @@ void Form1::createMenus()
     item(mFile, "mFileDBOpen", "データベースを開く", [this] { OpenCatalog(); });
     mFile->addSeparator();
     item(mFile, "mFileDBCreate", "データベース新規作成", [this] { mFileDBCreate_Click(); });
+    mFile->addSeparator();
+    item(mFile, "mFileCompact", "データベースの最適化", [this] { mFileCompact_Click(); });
+    item(mFile, "mFileRepair", "データベースの修復", [this] { mFileRepair_Click(); });
+    mFile->addSeparator();
     item(mFile, "mFileQuit", "終了", [this] { close(); });
 
     QMenu *mRec = menu(bar, nullptr, "mRec", "登録");
@@ -705,6 +711,55 @@ void Form1::OpenCatalog()
 void Form1::mFileDBCreate_Click()
 {
     catalog::CreateCatalog(m_prompter, m_catalog);
+}
+
+void Form1::mFileCompact_Click()
+{
+    const QString path = m_catalog.isOpen() ? m_catalog.CatalogPath : QString();
+    bool closed = false;
+    MaintenanceProgressDialog progress(this, u("データベースを最適化しています…"));
+    catalog::CompactCatalogCommand(
+        m_prompter, path,
+        [&] {
+            if (!m_catalog.isOpen())
+                return;
+            Q_EMIT catalogAboutToClose();
+            catalog::CloseCatalog(m_catalog, m_searchResultSet, m_binderSet);
+            closed = true;
+        },
+        progress.callback());
+    if (!closed)
+        return;
+    // The same catalogue again, compacted or not; when it no longer opens, the start screen.
+    if (catalog::ConnectCatalog(m_catalog) && catalog::HasDbidTable(m_catalog)) {
+        const bool archive = m_catalog.isArchive();
+        if (archive) {
+            if (auto ro = jet::Database::open(m_catalog.CatalogPath, jet::Database::OpenMode::ReadOnly))
+                m_catalog.CatalogConnection = ro.take();
+        }
+        ShowLayout(DBUseLayout(archive));
+        if (!archive)
+            EnableMenus(MenuSet::Catalog);
+        InitStatusBar();
+        ShowModeStatus(ModeStatus::CatalogOpened);
+        m_classArr.clear();
+        m_helpContextId = Help::CatalogOpened;
+        Q_EMIT catalogOpened();
+        return;
+    }
+    m_catalog.CatalogConnection.reset();
+    setWindowTitle(appTitle());
+    EnableMenus(MenuSet::NoCatalog);
+    ShowLayout(StartLayout());
+    InitStatusBar();
+    ShowModeStatus(ModeStatus::Start);
+}
+
+void Form1::mFileRepair_Click()
+{
+    MaintenanceProgressDialog progress(this, u("データベースを修復しています…"));
+    const QString startDir = m_catalog.isOpen() ? QFileInfo(m_catalog.CatalogPath).absolutePath() : QString();
+    catalog::RepairCatalogCommand(m_prompter, startDir, progress.callback());
 }
 
 void Form1::shutdown()

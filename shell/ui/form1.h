@@ -88,6 +88,10 @@ public:
     // ---- menu commands ----
     void OpenCatalog();
     void mFileDBCreate_Click();
+    // "データベースの最適化" and "データベースの修復": the catalogue in use is closed for the
+    // compaction and opened again afterwards.
+    void mFileCompact_Click();
+    void mFileRepair_Click();
     void EnterRecordMode();
     void EnterFolderSearchMode();
     void EnterFileSearchMode();

@@ -148,6 +148,48 @@ private slots:
         QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out.count(QLatin1Char('\n')), count);
     }
 
+    // compact and repair on a registered catalogue; a kill anywhere in a compaction leaves a
+    // catalogue that holds every row.
+    void compactAndRepair()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/c.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString folder = m_tmp.path() + QStringLiteral("/compact");
+        QVERIFY(QDir().mkpath(folder));
+        const int count = 3000;
+        for (int i = 0; i < count; ++i)
+            QVERIFY(tolvane::test::writeFile(folder + QStringLiteral("/f%1.txt").arg(i), 0));
+        QCOMPARE(cli({ QStringLiteral("register"), mdb, folder }).code, 0);
+        const QString rows = cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out;
+
+        for (int kill = 0; kill < 6; ++kill) {
+            QProcess p;
+            p.start(QStringLiteral(TOLVANE_CLI_PATH), { QStringLiteral("compact"), mdb });
+            QVERIFY(p.waitForStarted());
+            QTest::qWait(kill * 15);
+            p.kill();
+            p.waitForFinished();
+            QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out, rows);
+        }
+        Run r = cli({ QStringLiteral("compact"), mdb });
+        QCOMPARE(r.code, 0);
+        QVERIFY2(r.out.startsWith(QStringLiteral("データベースの最適化が終わりました。\n")), qPrintable(r.out));
+        QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out, rows);
+        QVERIFY(!QFile::exists(m_tmp.path() + QStringLiteral("/c.bak")));
+
+        // Repair writes c_修復.mdb beside the file and reports each table.
+        r = cli({ QStringLiteral("repair"), mdb });
+        QCOMPARE(r.code, 0);
+        const QString repaired = m_tmp.path() + QStringLiteral("/c_修復.mdb");
+        QVERIFY2(
+            r.out.contains(QStringLiteral("FILE_ATR：%1 行を救出、0 行を失いました。").arg(count)), qPrintable(r.out));
+        QCOMPARE(cli({ QStringLiteral("dump"), repaired, QStringLiteral("FILE_ATR") }).out, rows);
+        // ... and never over an existing file.
+        r = cli({ QStringLiteral("repair"), mdb });
+        QCOMPARE(r.code, 1);
+        QVERIFY(r.err.startsWith(QStringLiteral("修復ができませんでした。")));
+    }
+
     void refusals()
     {
         const QString mdb = m_tmp.path() + QStringLiteral("/r.mdb");

@@ -122,6 +122,13 @@ Status FailingFileAccess::rename(const QString &from, const QString &to)
     return m_disk.rename(from, to);
 }
 
+Status FailingFileAccess::replace(const QString &from, const QString &to)
+{
+    if (Status s = alive(); !s)
+        return s;
+    return m_disk.replace(from, to);
+}
+
 Status FailingFileAccess::syncFolder(const QString &folder)
 {
     if (Status s = alive(); !s)

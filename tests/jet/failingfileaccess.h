@@ -37,6 +37,7 @@ public:
     Result<jet::internal::FileStamp> stamp(const QString &path) override { return m_disk.stamp(path); }
     Status remove(const QString &path) override;
     Status rename(const QString &from, const QString &to) override;
+    Status replace(const QString &from, const QString &to) override;
     Status syncFolder(const QString &folder) override;
 
 private:

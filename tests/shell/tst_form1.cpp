@@ -175,6 +175,7 @@ private Q_SLOTS:
         Harness h;
         const QList<QPair<const char *, const char *>> items { { "mFile", "ファイル" },
             { "mFileDBOpen", "データベースを開く" }, { "mFileDBCreate", "データベース新規作成" },
+            { "mFileCompact", "データベースの最適化" }, { "mFileRepair", "データベースの修復" },
             { "mFileQuit", "終了" }, { "mRec", "登録" }, { "mRecFile", "登録" }, { "mSearch", "各種検索" },
             { "mSearch1", "フォルダ検索" }, { "mSearch2", "ファイル名検索" }, { "mSearch3", "分類検索" },
             { "mSearch4", "期間検索" }, { "mSearch5", "キーワード検索" }, { "mSearch7", "バインダ閲覧" },
@@ -197,7 +198,7 @@ private Q_SLOTS:
                 s << (a->isSeparator() ? QStringLiteral("-") : a->objectName());
             return s;
         };
-        QCOMPARE(shape("mFile"), split("mFileDBOpen - mFileDBCreate mFileQuit"));
+        QCOMPARE(shape("mFile"), split("mFileDBOpen - mFileDBCreate - mFileCompact mFileRepair - mFileQuit"));
         QCOMPARE(shape("mSearch"), split("mSearch1 mSearch2 mSearch3 mSearch4 mSearch5 - mSearch7"));
         QCOMPARE(shape("mBinder"), split("mBinderFolder - mBinderDel mBinderRename mSort2 - mSort3 mSort4"));
         QCOMPARE(shape("mOpt"), split("mAidCombo - mOptSize mOptCol"));
@@ -603,6 +604,74 @@ private Q_SLOTS:
         QVERIFY(h.prompter.lastMessage().text.startsWith(u("データベースは読み取り専用で開かれました。")));
         QCOMPARE(h.w->toolbarKeys(), split("ph1 BackToStart DBrec Search"));
         QFile::remove(lock.fileName());
+    }
+
+    void compactAndRepairFromTheFileMenu()
+    {
+        const QString path = makeCatalogue(QStringLiteral("最適化"));
+        QVERIFY(!path.isEmpty());
+        {
+            // Rows registered and then deleted leave room that compaction gives back.
+            auto db = jet::Database::open(path);
+            QVERIFY(db);
+            QVERIFY((*db)->beginTransaction());
+            QList<jet::RowId> ids;
+            for (int i = 0; i < 2000; ++i)
+                ids << *(*db)->insertRow(catalog::kFileAtrTable,
+                    { QString(), QStringLiteral("%1.txt").arg(i, 100, 10, QLatin1Char('0')), QVariant(), QString(), 1,
+                        0, QString() });
+            for (int i = 0; i < 1900; ++i)
+                QVERIFY((*db)->deleteRow(catalog::kFileAtrTable, ids[i]));
+            QVERIFY((*db)->commit());
+        }
+        const qint64 before = QFileInfo(path).size();
+        Harness h;
+        Form1 &w = *h.w;
+        QVERIFY(openThroughToolbar(h, path));
+
+        // Declined: nothing happens, the catalogue stays open.
+        h.prompter.planAnswer(Prompter::Answer::No);
+        w.menuItem(QStringLiteral("mFileCompact"))->trigger();
+        QVERIFY(w.catalog().isOpen());
+        QCOMPARE(QFileInfo(path).size(), before);
+
+        // Another connection has the file open: refused, and the window's catalogue is back.
+        auto other = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
+        QVERIFY(other);
+        h.prompter.planAnswer(Prompter::Answer::Yes);
+        w.menuItem(QStringLiteral("mFileCompact"))->trigger();
+        QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
+        QVERIFY(h.prompter.lastMessage().text.contains(u("ほかの接続がこのカタログを開いている")));
+        QVERIFY(w.catalog().isOpen());
+        other->reset();
+
+        h.prompter.planAnswer(Prompter::Answer::Yes);
+        w.menuItem(QStringLiteral("mFileCompact"))->trigger();
+        QVERIFY2(h.prompter.lastMessage().text.startsWith(u("データベースの最適化が終わりました。")),
+            qPrintable(h.prompter.lastMessage().text));
+        QVERIFY(QFileInfo(path).size() < before / 2);
+        QVERIFY(w.catalog().isOpen() && !w.catalog().db()->isReadOnly());
+        QCOMPARE(w.catalog().db()->tableInfo(catalog::kFileAtrTable)->rowCount, 100);
+        QCOMPARE(w.toolbarKeys(), split("ph1 BackToStart DBrec Search"));
+        QVERIFY(catalogueMenusEnabled(w));
+
+        // Repair of a copy cut short: the rows before the cut come back, the copy stays as it is.
+        const QString damaged = m_dir.filePath(QStringLiteral("壊れた.mdb"));
+        QFile::remove(damaged);
+        QVERIFY(QFile::copy(path, damaged));
+        QVERIFY(QFile::resize(damaged, QFileInfo(damaged).size() - 4096 - 100));
+        const QByteArray bytes = [&] {
+            QFile f(damaged);
+            return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+        }();
+        h.prompter.planOpenFile(damaged);
+        w.menuItem(QStringLiteral("mFileRepair"))->trigger();
+        const QString report = h.prompter.lastMessage().text;
+        QVERIFY2(report.contains(u("FILE_ATR：")) && report.contains(u("行を救出")), qPrintable(report));
+        QVERIFY(QFile::exists(m_dir.filePath(QStringLiteral("壊れた_修復.mdb"))));
+        QFile f(damaged);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll(), bytes);
     }
 
     void statusBarForms()

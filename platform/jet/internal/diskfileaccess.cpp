@@ -10,6 +10,7 @@
 #include <windows.h>
 #else
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 #endif
@@ -17,6 +18,17 @@
 namespace tolvane::jet::internal {
 
 namespace {
+
+#ifndef Q_OS_WIN
+// Open-file-description locks where the system has them: they belong to the open file, as
+// LockFileEx's do, so closing another descriptor of the same file keeps them and two files of
+// one process exclude each other.
+#ifdef F_OFD_SETLK
+constexpr int kSetLock = F_OFD_SETLK;
+#else
+constexpr int kSetLock = F_SETLK;
+#endif
+#endif
 
 Status ioError(const QString &what, const QString &path, const QString &why)
 {
@@ -96,7 +108,7 @@ public:
         lock.l_whence = SEEK_SET;
         lock.l_start = off_t(offset);
         lock.l_len = off_t(length);
-        if (::fcntl(m_file.handle(), F_SETLK, &lock) == 0)
+        if (::fcntl(m_file.handle(), kSetLock, &lock) == 0)
             return true;
         if (errno == EACCES || errno == EAGAIN)
             return false;
@@ -119,7 +131,7 @@ public:
         lock.l_whence = SEEK_SET;
         lock.l_start = off_t(offset);
         lock.l_len = off_t(length);
-        if (::fcntl(m_file.handle(), F_SETLK, &lock) == 0)
+        if (::fcntl(m_file.handle(), kSetLock, &lock) == 0)
             return Status::ok();
 #endif
         return ioError(QStringLiteral("cannot unlock"), m_file.fileName(), qt_error_string());
@@ -216,6 +228,23 @@ Status DiskFileAccess::rename(const QString &from, const QString &to)
     if (!f.rename(to))
         return ioError(QStringLiteral("cannot rename %1 to").arg(QDir::toNativeSeparators(from)), to, f.errorString());
     return Status::ok();
+}
+
+Status DiskFileAccess::replace(const QString &from, const QString &to)
+{
+#ifdef Q_OS_WIN
+    const std::wstring source = QDir::toNativeSeparators(from).toStdWString();
+    const std::wstring target = QDir::toNativeSeparators(to).toStdWString();
+    if (::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        return Status::ok();
+    return ioError(QStringLiteral("cannot move %1 over").arg(QDir::toNativeSeparators(from)), to,
+        qt_error_string(int(::GetLastError())));
+#else
+    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
+        return Status::ok();
+    return ioError(
+        QStringLiteral("cannot move %1 over").arg(QDir::toNativeSeparators(from)), to, qt_error_string(errno));
+#endif
 }
 
 Status DiskFileAccess::syncFolder(const QString &folder)

@@ -16,6 +16,8 @@ public:
     Status remove(const QString &path) override;
     // Atomic where the volume has hard links.
     Status rename(const QString &from, const QString &to) override;
+    // rename(2); MoveFileEx with MOVEFILE_REPLACE_EXISTING on Windows.
+    Status replace(const QString &from, const QString &to) override;
     // A no-op where folders cannot be flushed (Windows, where entries are durable on their own).
     Status syncFolder(const QString &folder) override;
 };

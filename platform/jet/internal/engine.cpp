@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "platform/jet/internal/catalogue.h"
+#include "platform/jet/internal/presence.h"
 #include "platform/jet/internal/rowcodec.h"
 
 namespace tolvane::jet {
@@ -80,6 +81,11 @@ Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &p
         e->m_readOnlyReason = QStringLiteral("the folder of the file cannot be written");
     }
     e->m_readOnly = !e->m_readOnlyReason.isEmpty();
+    Result<std::unique_ptr<File>> presence = announcePresence(files, path);
+    if (!presence)
+        return Status::ioError(
+            QStringLiteral("このカタログは最適化の処理中です。終わってからもう一度開いてください。"));
+    e->m_presence = presence.take();
     Result<std::unique_ptr<Image>> image = load(files, path, !e->m_readOnly);
     if (!image)
         return image.status();

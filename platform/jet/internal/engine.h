@@ -66,6 +66,7 @@ private:
     bool m_readOnly = false;
     QString m_readOnlyReason;
     bool m_inTransaction = false;
+    std::unique_ptr<internal::File> m_presence; // holds the shared presence lock (presence.h)
 };
 
 } // namespace tolvane::jet

@@ -30,13 +30,13 @@ public:
     // Returns once everything written so far is on the storage device.
     virtual Status sync() = 0;
 
-    // Advisory byte-range locks between processes, with try semantics: true when the lock is
-    // now held, false when another process holds a conflicting one. Several shared locks may
-    // cover the same bytes; an exclusive one excludes every other lock. Requires: the file is
-    // open for writing when kind is Exclusive, and a process locks a range through one file
-    // only (systems differ on whether two files of one process conflict). Locks end with
-    // unlock() or when the file is closed; on POSIX systems also when the process closes any
-    // other file on the same disk file.
+    // Advisory byte-range locks between open files, with try semantics: true when the lock is
+    // now held, false when another file (of this process or another) holds a conflicting one.
+    // Several shared locks may cover the same bytes; an exclusive one excludes every other
+    // lock. Requires: the file is open for writing when kind is Exclusive. Locks end with
+    // unlock() or when the file is closed. (DiskFileAccess: LockFileEx, and open-file-description
+    // locks on Linux; on POSIX systems without them, locks belong to the process, two files of
+    // one process do not conflict, and closing any file on the same disk file ends them.)
     enum class LockKind { Shared, Exclusive };
     virtual Result<bool> tryLock(LockKind kind, qint64 offset, qint64 length) = 0;
     virtual Status unlock(qint64 offset, qint64 length) = 0;
@@ -84,6 +84,9 @@ public:
     // Gives the file at from the name to, on the same volume; never replaces a file:
     // InvalidArgument when to exists. IOError otherwise.
     virtual Status rename(const QString &from, const QString &to) = 0;
+    // Gives the file at from the name to, on the same volume, replacing a file there in one
+    // step: someone opening to finds the old file or the new one, never none. IOError.
+    virtual Status replace(const QString &from, const QString &to) = 0;
     // Makes the files created, renamed and removed in folder durable.
     virtual Status syncFolder(const QString &folder) = 0;
 };

@@ -150,17 +150,28 @@ Result<PhysicalStats> TableRows::stats(const TableDef &t) const
 
 bool TableRows::fits(const TableDef &t, quint32 page, int length) const
 {
-    return ownsPage(t, page) && roomForRow(m_store.page(page), length);
+    if (!ownsPage(t, page))
+        return false;
+    const uchar *pg = m_store.page(page);
+    return roomForRow(pg, length) || roomAfterPacking(pg, length);
 }
 
-Result<quint32> TableRows::lastFreePage(const TableDef &t) const
+Result<quint32> TableRows::firstFreePage(const TableDef &t, int length)
 {
+    // The free-space map lists the pages that may have room; the lowest that has room for
+    // this row takes it, so that space given back by deletes is used before the file grows.
+    // A page without room leaves the map, as a full page leaves it with other writers; a
+    // delete on it puts it back.
     Result<QList<quint32>> free = m_maps.pages(t.freeMap);
     if (!free)
         return free.status();
-    for (auto it = free->crbegin(); it != free->crend(); ++it) {
-        if (ownsPage(t, *it))
-            return *it;
+    for (quint32 p : *free) {
+        if (!ownsPage(t, p))
+            continue;
+        if (fits(t, p, length))
+            return p;
+        if (Status s = m_maps.setBit(t.freeMap, p, false); !s)
+            return s;
     }
     return 0u;
 }
@@ -183,21 +194,14 @@ Result<quint32> TableRows::pageForRow(const TableDef &t, int length, quint32 pre
     if (prefer && fits(t, prefer, length))
         return prefer;
     quint32 &insertPage = m_insertPage[t.tdefPage];
-    if (insertPage == 0) {
-        // The last page that the table owns and lists as having free space.
-        Result<quint32> last = lastFreePage(t);
-        if (!last)
-            return last.status();
-        insertPage = *last;
-    }
     if (insertPage && fits(t, insertPage, length))
         return insertPage;
-    if (insertPage) {
-        // Full for this row: it leaves the free-space map, as it would with other writers.
-        if (Status s = m_maps.setBit(t.freeMap, insertPage, false); !s)
-            return s;
-        insertPage = 0;
-    }
+    Result<quint32> free = firstFreePage(t, length);
+    if (!free)
+        return free.status();
+    insertPage = *free;
+    if (insertPage)
+        return insertPage;
     Result<quint32> np = newDataPage(t);
     if (!np)
         return np.status();
@@ -207,7 +211,10 @@ Result<quint32> TableRows::pageForRow(const TableDef &t, int length, quint32 pre
 
 RowId TableRows::place(quint32 page, const QByteArray &bytes, quint16 flags)
 {
-    return RowId { page, quint8(appendRow(m_store.mutablePage(page), bytes, flags)) };
+    uchar *pg = m_store.mutablePage(page);
+    if (roomForRow(pg, int(bytes.size())))
+        return RowId { page, quint8(appendRow(pg, bytes, flags)) };
+    return RowId { page, quint8(packAndPlaceRow(pg, bytes, flags)) };
 }
 
 void TableRows::addRowCount(const TableDef &t, int delta)
@@ -271,6 +278,9 @@ Status TableRows::update(const TableDef &t, RowId id, const Row &values)
     if (!(at->data == id)) {
         // The previous target is abandoned: flag it so that no reader shows it as a row.
         flagSlot(m_store.mutablePage(at->data.page), at->data.row, kRowDeleted | kRowOverflow);
+        if (Status s = m_maps.setBit(t.freeMap, at->data.page, true); !s)
+            return s;
+        m_insertPage.remove(t.tdefPage);
     }
     return Status::ok();
 }
@@ -280,16 +290,24 @@ Status TableRows::remove(const TableDef &t, RowId id)
     Result<Located> at = locate(t, id);
     if (!at)
         return at.status();
-    // The header slot and every row of its overflow chain are flagged deleted.
+    // The header slot and every row of its overflow chain are flagged deleted, and their
+    // pages are listed as having free space again: the next inserts reclaim it.
     RowId cur = id;
+    QList<quint32> touched;
     for (int hop = 0; hop <= kMaxOverflowHops; ++hop) {
         uchar *pg = m_store.mutablePage(cur.page);
         const quint16 slot = slotAt(pg, cur.row);
         flagSlot(pg, cur.row, kRowDeleted | kRowOverflow);
+        if (!touched.contains(cur.page))
+            touched.append(cur.page);
         if (cur == at->data || !(slot & kRowOverflow))
             break;
         cur = pointerTarget(pg + (slot & kRowOffsetMask));
     }
+    for (quint32 p : touched)
+        if (Status s = m_maps.setBit(t.freeMap, p, true); !s)
+            return s;
+    m_insertPage.remove(t.tdefPage);
     addRowCount(t, -1);
     return Status::ok();
 }

@@ -62,7 +62,7 @@ private:
     bool ownsPage(const TableDef &t, quint32 page) const;
     bool fits(const TableDef &t, quint32 page, int length) const;
     Result<quint32> pageForRow(const TableDef &t, int length, quint32 prefer);
-    Result<quint32> lastFreePage(const TableDef &t) const;
+    Result<quint32> firstFreePage(const TableDef &t, int length);
     Result<quint32> newDataPage(const TableDef &t);
     RowId place(quint32 page, const QByteArray &bytes, quint16 flags);
     void pointTo(RowId header, RowId target);
