@@ -181,6 +181,10 @@ private:
     // ---- binders ----
     void EnterBinderContentsPanel();
     void EnterBinderMaintenance();
+    void ShowBinderPanel();
+    void ShowBinderContents();
+    void SaveFileOrder();
+    void Rec2Binder();
 
     // ---- layout ----
     int pixelsToTwips(int pixels) const;
@@ -200,6 +204,7 @@ private:
     void picDragDropped(const QPoint &globalPos);
     void udDragDropped(const QPoint &globalPos);
 
+    bool applyTextFontSize(int points);
     void SaveFontSize();
     void shutdown();
     void helpViewerMissing();
@@ -226,6 +231,7 @@ private:
     QString m_currentFileDate;
     QString m_lastChosenFolder;
     int m_openedRow = 0; // OpenedRow: the list row of the record shown
+    int m_currentResultRow = 0; // CurrentResultRow: the row of fs clicked last since it was filled
 
     int m_textFontSize = 10;
     int m_helpContextId = 0;

@@ -1,10 +1,16 @@
 #include "shell/ui/qtprompter.h"
 
 #include <QColorDialog>
+#include <QComboBox>
+#include <QDialog>
 #include <QFileDialog>
+#include <QHBoxLayout>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QRegularExpression>
+#include <QVBoxLayout>
 
 namespace tolvane::shell {
 
@@ -109,6 +115,53 @@ QString QtPrompter::text(const QString &title, const QString &label, const QStri
 int QtPrompter::number(const QString &title, const QString &label, int initial, int min, int max, bool *ok)
 {
     return QInputDialog::getInt(m_parent, title, label, initial, min, max, 1, ok);
+}
+
+QString QtPrompter::textForm(const TextForm &form, bool *ok)
+{
+    QInputDialog dlg(m_parent);
+    dlg.setWindowTitle(form.title);
+    dlg.setLabelText(form.label);
+    dlg.setTextValue(form.initial);
+    dlg.setInputMode(QInputDialog::TextInput);
+    if (!form.okCaption.isEmpty())
+        dlg.setOkButtonText(form.okCaption);
+    dlg.setCancelButtonText(QStringLiteral("キャンセル"));
+    const bool accepted = dlg.exec() == QDialog::Accepted;
+    if (ok)
+        *ok = accepted;
+    return accepted ? dlg.textValue() : QString();
+}
+
+int QtPrompter::choose(const ChoiceForm &form, bool *ok)
+{
+    QDialog dlg(m_parent);
+    dlg.setWindowTitle(form.title);
+    auto *layout = new QVBoxLayout(&dlg);
+    if (!form.label.isEmpty())
+        layout->addWidget(new QLabel(form.label, &dlg));
+    auto *combo = new QComboBox(&dlg);
+    combo->setObjectName(QStringLiteral("Combo1"));
+    combo->addItems(form.items);
+    combo->setPlaceholderText(form.placeholder);
+    combo->setCurrentIndex(-1);
+    layout->addWidget(combo);
+    auto *buttons = new QHBoxLayout;
+    auto *okButton = new QPushButton(QStringLiteral("OK"), &dlg);
+    okButton->setObjectName(QStringLiteral("Command1(0)"));
+    okButton->setDefault(true);
+    auto *cancelButton = new QPushButton(QStringLiteral("キャンセル"), &dlg);
+    cancelButton->setObjectName(QStringLiteral("Command1(1)"));
+    buttons->addStretch();
+    buttons->addWidget(okButton);
+    buttons->addWidget(cancelButton);
+    layout->addLayout(buttons);
+    QObject::connect(okButton, &QPushButton::clicked, &dlg, &QDialog::accept);
+    QObject::connect(cancelButton, &QPushButton::clicked, &dlg, &QDialog::reject);
+    const bool accepted = dlg.exec() == QDialog::Accepted;
+    if (ok)
+        *ok = accepted;
+    return accepted ? combo->currentIndex() : -1;
 }
 
 } // namespace tolvane::shell

@@ -96,4 +96,26 @@ int ScriptedPrompter::number(const QString &title, const QString &label, int ini
     return v.isValid() ? v.toInt() : initial;
 }
 
+QString ScriptedPrompter::textForm(const TextForm &form, bool *ok)
+{
+    Call call { QStringLiteral("text"), form.title, form.label };
+    call.initial = form.initial;
+    call.okCaption = form.okCaption;
+    const QVariant v = take(QStringLiteral("text"), call);
+    if (ok)
+        *ok = v.isValid();
+    return v.toString();
+}
+
+int ScriptedPrompter::choose(const ChoiceForm &form, bool *ok)
+{
+    Call call { QStringLiteral("choice"), form.title, form.label };
+    call.items = form.items;
+    call.initial = form.placeholder;
+    const QVariant v = take(QStringLiteral("choice"), call);
+    if (ok)
+        *ok = v.isValid();
+    return v.isValid() ? v.toInt() : -1;
+}
+
 } // namespace tolvane::test

@@ -12,11 +12,14 @@ namespace tolvane::test {
 class ScriptedPrompter : public Prompter {
 public:
     struct Call {
-        QString kind; // "message", "openFile", "saveFile", "folder", "color", "text", "number"
+        QString kind; // "message", "openFile", "saveFile", "folder", "color", "text", "number", "choice"
         QString title;
         QString text; // message text, filter, label, or the folder dialog's start folder
         Icon icon = Icon::None;
         Buttons buttons = Buttons::Ok;
+        QString initial; // text forms: the text the box starts with
+        QString okCaption; // text forms: the confirm button's caption
+        QStringList items; // choice forms: the items offered
     };
 
     ~ScriptedPrompter() override;
@@ -30,6 +33,11 @@ public:
     void planText(const QString &t, bool ok = true)
     {
         m_plan.append({ QStringLiteral("text"), ok ? QVariant(t) : QVariant() });
+    }
+    // A choice form: the index chosen (-1: confirmed without a choice), or cancelled.
+    void planChoice(int index, bool ok = true)
+    {
+        m_plan.append({ QStringLiteral("choice"), ok ? QVariant(index) : QVariant() });
     }
     void planNumber(int n, bool ok = true)
     {
@@ -52,6 +60,9 @@ public:
     QColor color(const QString &title, const QColor &initial) override;
     QString text(const QString &title, const QString &label, const QString &initial, bool *ok) override;
     int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) override;
+    // Recorded as kind "text" (with initial and okCaption) and "choice" (with items).
+    QString textForm(const TextForm &form, bool *ok) override;
+    int choose(const ChoiceForm &form, bool *ok) override;
 
 private:
     QVariant take(const QString &kind, const Call &call);
