@@ -10,5 +10,9 @@ int runCreate(const QStringList &args);
 int runRegister(const QStringList &args);
 int runDump(const QStringList &args);
 int runSearch(const QStringList &args);
+int runBinder(const QStringList &args);
+
+// A folder as the folder dialog gives it: absolute, native separators, no trailing separator.
+QString shownFolder(const QString &arg);
 
 } // namespace tolvane::cli

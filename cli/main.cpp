@@ -1,4 +1,4 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search, binders).
 #include <QCoreApplication>
 
 #include "cli/commands.h"
@@ -10,7 +10,9 @@ int usage()
     tolvane::cli::writeErr(QStringLiteral("usage: tolvane-cli create CATALOG.mdb\n"
                                           "       tolvane-cli register CATALOG.mdb FOLDER\n"
                                           "       tolvane-cli dump CATALOG.mdb TABLE\n"
-                                          "       tolvane-cli search CATALOG.mdb ..."));
+                                          "       tolvane-cli search CATALOG.mdb ...\n"
+                                          "       tolvane-cli binder list|create|rename|delete|add|contents|move "
+                                          "CATALOG.mdb ..."));
     return 2;
 }
 } // namespace
@@ -30,5 +32,7 @@ int main(int argc, char *argv[])
         return tolvane::cli::runDump(args);
     if (command == QLatin1String("search"))
         return tolvane::cli::runSearch(args);
+    if (command == QLatin1String("binder"))
+        return tolvane::cli::runBinder(args);
     return usage();
 }

@@ -12,8 +12,6 @@
 
 namespace tolvane::cli {
 
-namespace {
-// The folder as the folder dialog gives it: absolute, native separators, no trailing separator.
 QString shownFolder(const QString &arg)
 {
     QString path = QDir::cleanPath(QFileInfo(arg).absoluteFilePath());
@@ -21,7 +19,6 @@ QString shownFolder(const QString &arg)
         path.chop(1);
     return QDir::toNativeSeparators(path);
 }
-} // namespace
 
 int runRegister(const QStringList &args)
 {
