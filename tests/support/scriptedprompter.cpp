@@ -98,10 +98,9 @@ int ScriptedPrompter::number(const QString &title, const QString &label, int ini
 
 QString ScriptedPrompter::textForm(const TextForm &form, bool *ok)
 {
-    Call call { QStringLiteral("text"), form.title, form.label };
-    call.initial = form.initial;
-    call.okCaption = form.okCaption;
-    const QVariant v = take(QStringLiteral("text"), call);
+    m_forms.append({ form.initial, form.okCaption, {} });
+    const QVariant v = take(
+        QStringLiteral("text"), { QStringLiteral("text"), form.title, form.label, Icon::None, Buttons::OkCancel });
     if (ok)
         *ok = v.isValid();
     return v.toString();
@@ -109,10 +108,9 @@ QString ScriptedPrompter::textForm(const TextForm &form, bool *ok)
 
 int ScriptedPrompter::choose(const ChoiceForm &form, bool *ok)
 {
-    Call call { QStringLiteral("choice"), form.title, form.label };
-    call.items = form.items;
-    call.initial = form.placeholder;
-    const QVariant v = take(QStringLiteral("choice"), call);
+    m_forms.append({ form.placeholder, {}, form.items });
+    const QVariant v = take(
+        QStringLiteral("choice"), { QStringLiteral("choice"), form.title, form.label, Icon::None, Buttons::OkCancel });
     if (ok)
         *ok = v.isValid();
     return v.isValid() ? v.toInt() : -1;

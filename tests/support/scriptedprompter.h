@@ -17,7 +17,10 @@ public:
         QString text; // message text, filter, label, or the folder dialog's start folder
         Icon icon = Icon::None;
         Buttons buttons = Buttons::Ok;
-        QString initial; // text forms: the text the box starts with
+    };
+    // What a text or choice form showed besides its title and label (also recorded as a call).
+    struct Form {
+        QString initial; // text forms: the text the box starts with; choice forms: the placeholder
         QString okCaption; // text forms: the confirm button's caption
         QStringList items; // choice forms: the items offered
     };
@@ -45,10 +48,16 @@ public:
     }
 
     const QList<Call> &calls() const { return m_calls; }
+    // The text and choice forms shown, in order.
+    const QList<Form> &forms() const { return m_forms; }
     // Messages only, for the usual assertions.
     QList<Call> messages() const;
     const Call &lastMessage() const;
-    void clear() { m_calls.clear(); }
+    void clear()
+    {
+        m_calls.clear();
+        m_forms.clear();
+    }
     int unusedAnswers() const { return int(m_plan.size()); }
     // Messages with an OK button are answered Ok without planning when this is on (default).
     void setAutoAcknowledge(bool on) { m_autoAck = on; }
@@ -72,6 +81,7 @@ private:
     };
     QList<Planned> m_plan;
     QList<Call> m_calls;
+    QList<Form> m_forms;
     bool m_autoAck = true;
 };
 
