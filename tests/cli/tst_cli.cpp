@@ -133,6 +133,56 @@ private slots:
         QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out.count(QLatin1Char('\n')), count);
     }
 
+    // The binder commands on a registered folder: the window's rules and messages, refusals
+    // with status 1, listings in BdNo and DocNo order.
+    void binders()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/b.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString folder = m_tmp.path() + QStringLiteral("/綴");
+        QVERIFY(QDir().mkpath(folder));
+        for (const char *name : { "a.txt", "b.txt" })
+            QVERIFY(tolvane::test::writeFile(folder + QLatin1Char('/') + QString::fromLatin1(name), 1));
+        QCOMPARE(cli({ QStringLiteral("register"), mdb, folder }).code, 0);
+        auto binder = [&](QStringList args) {
+            args.insert(1, mdb);
+            args.prepend(QStringLiteral("binder"));
+            return cli(args);
+        };
+
+        QCOMPARE(binder({ QStringLiteral("create"), QStringLiteral("請求書") }).code, 0);
+        Run r = binder({ QStringLiteral("create"), QStringLiteral(" 請求書 ") });
+        QCOMPARE(r.code, 1);
+        QCOMPARE(r.err, QStringLiteral("同名のバインダが既にあります。　別の名前に変更してください。\n"));
+        QCOMPARE(binder({ QStringLiteral("create"), QStringLiteral("見積") }).code, 0);
+        r = binder({ QStringLiteral("list") });
+        QCOMPARE(r.out, QStringLiteral("1\t請求書\t1\n3\t見積\t3\n"));
+
+        r = binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("b.txt") });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("表示中のファイルを、バインダ「請求書」　に登録しました。\n"));
+        QCOMPARE(binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("a.txt") }).code, 0);
+        QCOMPARE(
+            binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("none.txt") }).code, 1);
+        QCOMPARE(binder({ QStringLiteral("add"), QStringLiteral("無い"), folder, QStringLiteral("a.txt") }).code, 1);
+        r = binder({ QStringLiteral("move"), QStringLiteral("請求書"), QStringLiteral("a.txt"), QStringLiteral("up") });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("並べ替えを登録しました。\n"));
+        r = binder({ QStringLiteral("contents"), QStringLiteral("請求書") });
+        QCOMPARE(r.out, QStringLiteral("1\ta.txt\t1\t1\n1\tb.txt\t1\t2\n"));
+        r = binder({ QStringLiteral("move"), QStringLiteral("見積"), QStringLiteral("a.txt"), QStringLiteral("up") });
+        QCOMPARE(r.code, 1);
+        QCOMPARE(r.err, QStringLiteral("バインダにはファイルがありません。\n"));
+
+        QCOMPARE(binder({ QStringLiteral("rename"), QStringLiteral("見積"), QStringLiteral("請求書") }).code, 1);
+        QCOMPARE(binder({ QStringLiteral("rename"), QStringLiteral("見積"), QStringLiteral("見積書") }).code, 0);
+        QCOMPARE(binder({ QStringLiteral("delete"), QStringLiteral("請求書") }).code, 0);
+        QCOMPARE(binder({ QStringLiteral("list") }).out, QStringLiteral("3\t見積書\t3\n"));
+        QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("BINDER") }).out, QString());
+        QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out.count(QLatin1Char('\n')), 2);
+        QCOMPARE(binder({ QStringLiteral("list"), QStringLiteral("extra") }).code, 2);
+    }
+
     void refusals()
     {
         const QString mdb = m_tmp.path() + QStringLiteral("/r.mdb");
