@@ -35,6 +35,7 @@
 #include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
 #include "shell/browseforfolder.h"
+#include "shell/panes.h"
 #include "shell/ui/desktophelplauncher.h"
 #include "shell/ui/frmabout.h"
 #include "shell/ui/splitterhandle.h"
@@ -63,11 +64,6 @@ constexpr int kRecordHelp = 10031;
 constexpr int kPanelPicture = 2;
 constexpr int kPanelText = 4;
 constexpr int kPanelResultList = 11;
-// Left-pane selectors of ShowLeftPane.
-constexpr int kLeftFolders = 0;
-constexpr int kLeftSlip = 1;
-constexpr int kLeftFiles = 2;
-constexpr int kLeftBinders = 3;
 
 // The search of each search mode; nullopt for the other modes.
 std::optional<search::SearchKind> searchKindOf(Mode mode)
@@ -488,8 +484,8 @@ void Form1::dispatchBackTo()
             break;
         RestoreSearchList();
         m_layoutState = LayoutState::Lists;
-        ShowLeftPane(kLeftFolders);
-        UpdateLayout();
+        m_binderList = false;
+        ArrangePanes();
         ShowLayout(SearchListLayout(m_mode));
         ShowModeStatus(ModeStatus::ResultListed);
         break;
@@ -513,9 +509,8 @@ void Form1::dispatchBackTo()
         ShowLayout(SearchListLayout(m_mode));
         RestoreSearchList();
         ShowModeStatus(ModeStatus::ResultListed);
-        ShowLeftPane(kLeftFolders);
         m_layoutState = LayoutState::SearchPanel;
-        UpdateLayout5();
+        ArrangePanes();
         break;
     case Mode::Start:
         break;
@@ -527,8 +522,8 @@ void Form1::ResetToStartScreen()
     PutViewerAway();
     m_search->HideSearchPanel();
     m_layoutState = LayoutState::Lists;
-    ShowLeftPane(kLeftFolders);
-    UpdateLayout();
+    m_binderList = false;
+    ArrangePanes();
 }
 
 void Form1::ResetToFolderScreen()
@@ -539,9 +534,9 @@ void Form1::ResetToFolderScreen()
     InitStatusBar();
     ShowModeStatus(ModeStatus::FileShow);
     m_helpContextId = Help::FileShow;
-    ShowLeftPane(kLeftFolders);
+    m_binderList = false;
     BringPanelToFront(1);
-    UpdateLayout();
+    ArrangePanes();
 }
 
 // The folder dialog, then the chosen folder's files listed in fr with the first one shown.
@@ -592,7 +587,7 @@ void Form1::enterSearchMode(Mode mode, ModeStatus status, int helpId)
         m_search->EnterSearchPanel(*kind);
     ShowModeStatus(status);
     m_layoutState = LayoutState::SearchPanel;
-    UpdateLayout5();
+    ArrangePanes();
     m_helpContextId = helpId;
 }
 
@@ -656,8 +651,8 @@ void Form1::EnterBinderFilesMode(BinderOp op)
 void Form1::ShowBinderPanel()
 {
     fg3->resize(twipsToPixels(kFolderPanelTwips), fg3->height());
-    ShowLeftPane(kLeftBinders);
-    UpdateLayout4();
+    m_binderList = true;
+    ArrangePanes();
 }
 
 // Binder browsing, file reordering and detaching: binder list on the left, a binder's files
@@ -848,9 +843,8 @@ void Form1::ShowFirstFile()
 // Shows the browser's current file beside the folder tree.
 void Form1::ShowListedFile(int previousRow, int helpId)
 {
-    UpdateLayout2();
-    ShowLeftPane(kLeftFiles);
     m_layoutState = LayoutState::FolderFileShown;
+    ArrangePanes();
     m_browser->ShowListedFile(previousRow);
     m_currentFolder = m_browser->listedFolder();
     m_currentFileName = m_browser->currentFileName();
@@ -1029,7 +1023,7 @@ bool Form1::ShowOpenedRecord()
     m_layoutState = LayoutState::RecordShown;
 
     const bool binderList = m_mode == Mode::BinderFiles;
-    ShowLeftPane(kLeftSlip);
+    ShowLeftPane(int(LeftPane::Slip));
     if (m_classArr.isEmpty())
         LoadClassItems();
     registration::ui::RegistrationController::RecordView view;
@@ -1057,7 +1051,7 @@ bool Form1::ShowOpenedRecord()
         ShowModeStatus(ModeStatus::Stepping);
     fg2->resize(twipsToPixels(binderList ? kBinderSlipTwips : kSlipTwips), fg2->height());
     vs->resize(fg2->width(), vs->height());
-    UpdateLayout3();
+    ArrangePanes();
     m_helpContextId = kRecordHelp;
     return true;
 }
@@ -1472,25 +1466,31 @@ void Form1::ShowLeftPane(int selector)
     }
 }
 
+// The panes of the current state: its left grid in front, then its layout procedure.
+void Form1::ArrangePanes()
+{
+    ShowLeftPane(int(paneSetFor(m_layoutState, m_binderList).left));
+    ArrangeForLayoutState();
+}
+
+// The layout procedure of the current state (also on every resize of the window).
 void Form1::ArrangeForLayoutState()
 {
-    switch (m_layoutState) {
-    case LayoutState::Lists:
-        if (fg3->isHidden())
-            UpdateLayout();
-        else
-            UpdateLayout4();
+    switch (paneSetFor(m_layoutState, m_binderList).layout) {
+    case PaneLayout::Lists:
+        UpdateLayout();
         break;
-    case LayoutState::FolderFileShown:
+    case PaneLayout::FileBesideList:
         UpdateLayout2();
         break;
-    case LayoutState::RecordShown:
+    case PaneLayout::Record:
         UpdateLayout3();
         break;
-    case LayoutState::SearchPanel:
-        UpdateLayout5();
+    case PaneLayout::Binders:
+        UpdateLayout4();
         break;
-    default:
+    case PaneLayout::WideList:
+        UpdateLayout5();
         break;
     }
 }
@@ -1520,7 +1520,7 @@ void Form1::picDragDropped(const QPoint &globalPos)
     if (!target)
         return;
     const int x = target->mapFromGlobal(globalPos).x();
-    const bool binderPanel = m_layoutState == LayoutState::Lists && !fg3->isHidden();
+    const bool binderPanel = m_layoutState == LayoutState::Lists && m_binderList;
     if (target == fg3 || (binderPanel && target != fg2 && target != vs)) {
         // Beside the binder list the drop point itself becomes the list's right edge.
         const int right = target == fg3 ? fg3->x() + x : target->x() + x;

@@ -194,6 +194,7 @@ private:
     void UpdateLayout4();
     void UpdateLayout5();
     void ShowLeftPane(int selector);
+    void ArrangePanes();
     void ArrangeForLayoutState();
     QRect leftRect(int leftWidth) const;
     QRect rightRect(int leftWidth) const;
@@ -221,6 +222,7 @@ private:
 
     Mode m_mode = Mode::Start;
     LayoutState m_layoutState = LayoutState::Lists;
+    bool m_binderList = false; // the binder list fg3 leads the lists arrangement
     BinderOp m_binderOperation = BinderOp::None;
     // The viewer buttons on the toolbar (ViewerToolbarKind); none while a mode's own are shown.
     std::optional<ViewerKind> m_viewerButtons;

@@ -260,6 +260,13 @@ private slots:
         QTest::mouseRelease(bar, Qt::LeftButton, {}, bar->mapFromGlobal(h.fs()->mapToGlobal(QPoint(40, 40))));
         QCOMPARE(fg3->x() + fg3->width(), h.fs()->x() - 4);
         QVERIFY(fg3->width() > h.w->twipsToPixels(3000));
+        // A resize keeps the binder list leading.
+        const int listWidth = fg3->width();
+        h.w->resize(h.w->width() + 120, h.w->height());
+        QCoreApplication::processEvents();
+        QCOMPARE(fg3->width(), listWidth);
+        QCOMPARE(h.fs()->x(), fg3->x() + fg3->width() + 4);
+        QVERIFY(!h.w->findChild<QWidget *>(u"fg"_s)->isVisible());
     }
 
     void filingAndSteppingThroughAResult()
