@@ -3,9 +3,11 @@
 #include <functional>
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -134,6 +136,51 @@ private Q_SLOTS:
     {
         QCOMPARE(QtPrompter::defaultSuffix(QStringLiteral("Database (*.mdb)")), QStringLiteral("mdb"));
         QCOMPARE(QtPrompter::defaultSuffix(QStringLiteral("All files (*)")), QString());
+    }
+
+    // The binder chooser and the name form as the user meets them.
+    void smallForms()
+    {
+        QtPrompter prompter;
+        const Prompter::ChoiceForm choice { QStringLiteral("バインダ選択"), QString(),
+            { QStringLiteral("請求書"), QStringLiteral("見積") }, QStringLiteral("バインダ選択") };
+        // OK with nothing picked: confirmed, no item.
+        QString shown;
+        whenModal<QDialog>([&](QDialog *dlg) {
+            auto *combo = dlg->findChild<QComboBox *>(QStringLiteral("Combo1"));
+            shown = combo ? combo->currentText() + QLatin1Char('/') + combo->placeholderText() : QString();
+            dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"))->click();
+        });
+        bool ok = false;
+        QCOMPARE(prompter.choose(choice, &ok), -1);
+        QVERIFY(ok);
+        QCOMPARE(shown, QStringLiteral("/バインダ選択"));
+        whenModal<QDialog>([&](QDialog *dlg) {
+            dlg->findChild<QComboBox *>(QStringLiteral("Combo1"))->setCurrentIndex(1);
+            dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"))->click();
+        });
+        QCOMPARE(prompter.choose(choice, &ok), 1);
+        whenModal<QDialog>([&](QDialog *dlg) {
+            dlg->findChild<QComboBox *>(QStringLiteral("Combo1"))->setCurrentIndex(1);
+            dlg->findChild<QPushButton *>(QStringLiteral("Command1(1)"))->click();
+        });
+        QCOMPARE(prompter.choose(choice, &ok), -1);
+        QVERIFY(!ok);
+
+        // The name form carries its own confirm caption and starts with the given name.
+        QString button;
+        whenModal<QInputDialog>([&](QInputDialog *dlg) {
+            button = dlg->okButtonText();
+            dlg->setTextValue(dlg->textValue() + QStringLiteral("集"));
+            dlg->accept();
+        });
+        const QString typed = prompter.textForm(
+            { QStringLiteral("バインダ名　変更"), QStringLiteral("変更後のバインダ名を記入してください。"),
+                QStringLiteral("図面"), QStringLiteral("変更") },
+            &ok);
+        QVERIFY(ok);
+        QCOMPARE(typed, QStringLiteral("図面集"));
+        QCOMPARE(button, QStringLiteral("変更"));
     }
 };
 
