@@ -756,16 +756,23 @@ void Form1::StepResultFile(bool next)
             return;
         binders::StepCircular(*m_searchResultSet, m_openedRow, count, !next);
     } else if (m_mode == Mode::BinderFiles && m_binderOperation == BinderOp::Browse && m_binderSet) {
-        m_openedRow = binders::StepCircular(*m_binderSet, m_openedRow, count, next);
-        binders::RecordsetSlot record;
-        const Result<bool> found = binders::OpenFiledRecord(*db, *m_binderSet, record);
-        if (found && found.value()) {
+        // A filing whose file is no longer registered has no record to show: the walk passes it.
+        int steps = 0;
+        while (steps < count) {
+            m_openedRow = binders::StepCircular(*m_binderSet, m_openedRow, count, next);
+            ++steps;
+            binders::RecordsetSlot record;
+            const Result<bool> found = binders::OpenFiledRecord(*db, *m_binderSet, record);
+            if (!found || !found.value())
+                continue;
             std::swap(record, m_searchResultSet);
             if (ShowOpenedRecord())
                 return;
             std::swap(record, m_searchResultSet);
+            break;
         }
-        binders::StepCircular(*m_binderSet, m_openedRow, count, !next);
+        while (steps-- > 0)
+            m_openedRow = binders::StepCircular(*m_binderSet, m_openedRow, count, !next);
     }
     m_openedRow = before;
 }
