@@ -45,6 +45,7 @@ public:
         QString label;
         QString initial;
         QString okCaption;
+        QString name; // the form's name in the program ("Form4"), for those who look it up
     };
     virtual QString textForm(const TextForm &form, bool *ok) { return text(form.title, form.label, form.initial, ok); }
 
@@ -57,6 +58,7 @@ public:
         QString label;
         QStringList items;
         QString placeholder;
+        QString name; // the form's name in the program ("Form2")
     };
     virtual int choose(const ChoiceForm &form, bool *ok)
     {

@@ -137,7 +137,7 @@ void BinderController::CreateBinderForm()
     jet::Database *db = writableDb();
     if (!db)
         return;
-    nameForm({ kCreateCaption, kCreatePrompt, QString(), kCreateButton },
+    nameForm({ kCreateCaption, kCreatePrompt, QString(), kCreateButton, QStringLiteral("Form4") },
         [&](const QString &typed) { return CreateBinder(*db, m_prompter, typed); });
 }
 
@@ -147,7 +147,7 @@ void BinderController::RenameBinderForm()
     if (!db)
         return;
     const int bdID = m_currentBinderID;
-    nameForm({ kRenameCaption, kRenamePrompt, m_currentBinderName, kRenameButton },
+    nameForm({ kRenameCaption, kRenamePrompt, m_currentBinderName, kRenameButton, QStringLiteral("Form4") },
         [&](const QString &typed) { return RenameBinder(*db, m_prompter, m_binderSet, bdID, typed); });
 }
 
@@ -211,7 +211,7 @@ void BinderController::Rec2Binder(int pnID, const QString &fName)
     for (const BinderEntry &b : binders.value())
         names << b.bName;
     bool ok = false;
-    const int index = m_prompter.choose({ kChooserText, QString(), names, kChooserText }, &ok);
+    const int index = m_prompter.choose({ kChooserText, QString(), names, kChooserText, QStringLiteral("Form2") }, &ok);
     if (!ok) {
         m_currentBinderID = -1;
         return;

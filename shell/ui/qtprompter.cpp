@@ -7,12 +7,32 @@
 #include <QHBoxLayout>
 #include <QInputDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QVBoxLayout>
 
 namespace tolvane::shell {
+
+namespace {
+// The two buttons of the small forms: Command1(0) confirms, Command1(1) cancels.
+QHBoxLayout *confirmButtons(QDialog *dlg, const QString &okCaption, QPushButton **okButton)
+{
+    auto *buttons = new QHBoxLayout;
+    *okButton = new QPushButton(okCaption, dlg);
+    (*okButton)->setObjectName(QStringLiteral("Command1(0)"));
+    (*okButton)->setDefault(true);
+    auto *cancelButton = new QPushButton(QStringLiteral("キャンセル"), dlg);
+    cancelButton->setObjectName(QStringLiteral("Command1(1)"));
+    buttons->addStretch();
+    buttons->addWidget(*okButton);
+    buttons->addWidget(cancelButton);
+    QObject::connect(*okButton, &QPushButton::clicked, dlg, &QDialog::accept);
+    QObject::connect(cancelButton, &QPushButton::clicked, dlg, &QDialog::reject);
+    return buttons;
+}
+} // namespace
 
 Prompter::Answer QtPrompter::message(const Message &msg)
 {
@@ -119,23 +139,29 @@ int QtPrompter::number(const QString &title, const QString &label, int initial, 
 
 QString QtPrompter::textForm(const TextForm &form, bool *ok)
 {
-    QInputDialog dlg(m_parent);
+    QDialog dlg(m_parent);
+    dlg.setObjectName(form.name);
     dlg.setWindowTitle(form.title);
-    dlg.setLabelText(form.label);
-    dlg.setTextValue(form.initial);
-    dlg.setInputMode(QInputDialog::TextInput);
-    if (!form.okCaption.isEmpty())
-        dlg.setOkButtonText(form.okCaption);
-    dlg.setCancelButtonText(QStringLiteral("キャンセル"));
+    auto *layout = new QVBoxLayout(&dlg);
+    auto *label = new QLabel(form.label, &dlg);
+    label->setObjectName(QStringLiteral("Label1"));
+    layout->addWidget(label);
+    auto *edit = new QLineEdit(form.initial, &dlg);
+    edit->setObjectName(QStringLiteral("Text1"));
+    layout->addWidget(edit);
+    QPushButton *okButton = nullptr;
+    layout->addLayout(
+        confirmButtons(&dlg, form.okCaption.isEmpty() ? QStringLiteral("OK") : form.okCaption, &okButton));
     const bool accepted = dlg.exec() == QDialog::Accepted;
     if (ok)
         *ok = accepted;
-    return accepted ? dlg.textValue() : QString();
+    return accepted ? edit->text() : QString();
 }
 
 int QtPrompter::choose(const ChoiceForm &form, bool *ok)
 {
     QDialog dlg(m_parent);
+    dlg.setObjectName(form.name);
     dlg.setWindowTitle(form.title);
     auto *layout = new QVBoxLayout(&dlg);
     if (!form.label.isEmpty())
@@ -146,18 +172,8 @@ int QtPrompter::choose(const ChoiceForm &form, bool *ok)
     combo->setPlaceholderText(form.placeholder);
     combo->setCurrentIndex(-1);
     layout->addWidget(combo);
-    auto *buttons = new QHBoxLayout;
-    auto *okButton = new QPushButton(QStringLiteral("OK"), &dlg);
-    okButton->setObjectName(QStringLiteral("Command1(0)"));
-    okButton->setDefault(true);
-    auto *cancelButton = new QPushButton(QStringLiteral("キャンセル"), &dlg);
-    cancelButton->setObjectName(QStringLiteral("Command1(1)"));
-    buttons->addStretch();
-    buttons->addWidget(okButton);
-    buttons->addWidget(cancelButton);
-    layout->addLayout(buttons);
-    QObject::connect(okButton, &QPushButton::clicked, &dlg, &QDialog::accept);
-    QObject::connect(cancelButton, &QPushButton::clicked, &dlg, &QDialog::reject);
+    QPushButton *okButton = nullptr;
+    layout->addLayout(confirmButtons(&dlg, QStringLiteral("OK"), &okButton));
     const bool accepted = dlg.exec() == QDialog::Accepted;
     if (ok)
         *ok = accepted;

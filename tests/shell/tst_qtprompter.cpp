@@ -143,7 +143,8 @@ private Q_SLOTS:
     {
         QtPrompter prompter;
         const Prompter::ChoiceForm choice { QStringLiteral("バインダ選択"), QString(),
-            { QStringLiteral("請求書"), QStringLiteral("見積") }, QStringLiteral("バインダ選択") };
+            { QStringLiteral("請求書"), QStringLiteral("見積") }, QStringLiteral("バインダ選択"),
+            QStringLiteral("Form2") };
         // OK with nothing picked: confirmed, no item.
         QString shown;
         whenModal<QDialog>([&](QDialog *dlg) {
@@ -169,18 +170,19 @@ private Q_SLOTS:
 
         // The name form carries its own confirm caption and starts with the given name.
         QString button;
-        whenModal<QInputDialog>([&](QInputDialog *dlg) {
-            button = dlg->okButtonText();
-            dlg->setTextValue(dlg->textValue() + QStringLiteral("集"));
-            dlg->accept();
+        whenModal<QDialog>([&](QDialog *dlg) {
+            auto *b = dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"));
+            button = dlg->objectName() + QLatin1Char(':') + b->text();
+            QTest::keyClicks(dlg->findChild<QLineEdit *>(QStringLiteral("Text1")), QStringLiteral("2"));
+            b->click();
         });
         const QString typed = prompter.textForm(
             { QStringLiteral("バインダ名　変更"), QStringLiteral("変更後のバインダ名を記入してください。"),
-                QStringLiteral("図面"), QStringLiteral("変更") },
+                QStringLiteral("図面"), QStringLiteral("変更"), QStringLiteral("Form4") },
             &ok);
         QVERIFY(ok);
-        QCOMPARE(typed, QStringLiteral("図面集"));
-        QCOMPARE(button, QStringLiteral("変更"));
+        QCOMPARE(typed, QStringLiteral("図面2"));
+        QCOMPARE(button, QStringLiteral("Form4:変更"));
     }
 };
 
