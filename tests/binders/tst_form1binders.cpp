@@ -18,6 +18,7 @@
 #include "search/ui/searchcontroller.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
+#include "storedrows.h"
 #include "viewer/fontsizestore.h"
 
 using namespace tolvane;
@@ -102,20 +103,9 @@ struct Harness : test::Form1Harness {
     }
 };
 
-// Rows of table as another connection reads the file: each row's cells as text.
 QList<QStringList> stored(const QString &path, const QString &table)
 {
-    auto db = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
-    if (!db)
-        return {};
-    QList<QStringList> out;
-    for (const jet::Row &row : test::tableRows(db->get(), table)) {
-        QStringList cells;
-        for (const QVariant &v : row)
-            cells << (v.typeId() == QMetaType::QDateTime ? v.toDate().toString(Qt::ISODate) : v.toString());
-        out << cells;
-    }
-    return out;
+    return test::storedRows(path, table);
 }
 
 QStringList storedColumn(const QString &path, const QString &table, int col)
