@@ -519,6 +519,7 @@ void Form1::dispatchBackTo()
 
 void Form1::ResetToStartScreen()
 {
+    SaveShownRecord();
     PutViewerAway();
     m_search->HideSearchPanel();
     m_layoutState = LayoutState::Lists;
@@ -528,6 +529,7 @@ void Form1::ResetToStartScreen()
 
 void Form1::ResetToFolderScreen()
 {
+    SaveShownRecord();
     m_layoutState = LayoutState::Lists;
     fg->resize(twipsToPixels(kFolderPanelTwips), fg->height());
     m_browser->InitControls();
@@ -625,6 +627,7 @@ void Form1::EnterBinderMaintenanceMode(BinderOp op)
     setMode(Mode::Start);
     m_layoutState = LayoutState::Lists;
     m_binderOperation = op;
+    SaveShownRecord();
     PutViewerAway();
     m_search->HideSearchPanel();
     EnterBinderMaintenance();
@@ -640,6 +643,7 @@ void Form1::EnterBinderFilesMode(BinderOp op)
 {
     setMode(Mode::BinderFiles);
     m_binderOperation = op;
+    SaveShownRecord();
     PutViewerAway();
     m_search->HideSearchPanel();
     EnterBinderContentsPanel();
@@ -1072,6 +1076,13 @@ bool Form1::SaveRecordIfDirty()
         return true;
     }
     return m_registration->SaveRecordIfDirty(*db, *m_searchResultSet, m_layoutState == LayoutState::RecordShown);
+}
+
+// A menu command leaves the shown record: its edits are written first, as "BackTo" does.
+void Form1::SaveShownRecord()
+{
+    if (m_layoutState == LayoutState::RecordShown)
+        SaveRecordIfDirty();
 }
 
 void Form1::EditHistoryLine(Command command)

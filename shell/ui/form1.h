@@ -170,6 +170,7 @@ private:
     void OpenResultRow(int gridRow);
     bool ShowOpenedRecord();
     bool SaveRecordIfDirty();
+    void SaveShownRecord();
     void StepResultFile(bool next);
     void EditHistoryLine(Command command);
 

@@ -321,6 +321,11 @@ private slots:
         h.fg2()->setCurrentIndex(h.fg2()->model()->index(2, 2));
         QTest::keyClick(h.fg2(), Qt::Key_Left);
         QCOMPARE(h.slipTitle(), u"管理票　3/3"_s);
+
+        // Leaving the record through a menu writes its edits too.
+        Harness::type(h.fg2(), 4, 2, u"綴じる前"_s);
+        h.menu("mSearch7");
+        QCOMPARE(stored(path, catalog::kFileAtrTable)[2].value(3), u"綴じる前"_s);
     }
 
     void browsingReorderingAndDetachingABinder()
