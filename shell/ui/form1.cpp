@@ -565,6 +565,7 @@ void Form1::EnterRecordMode()
 
 void Form1::EnterFolderSearchMode()
 {
+    SaveShownRecord();
     setMode(Mode::FolderSearch);
     m_layoutState = LayoutState::Lists;
     ResetToStartScreen();
@@ -624,10 +625,10 @@ void Form1::EnterBinderBrowseMode()
 
 void Form1::EnterBinderMaintenanceMode(BinderOp op)
 {
+    SaveShownRecord();
     setMode(Mode::Start);
     m_layoutState = LayoutState::Lists;
     m_binderOperation = op;
-    SaveShownRecord();
     PutViewerAway();
     m_search->HideSearchPanel();
     EnterBinderMaintenance();
@@ -641,9 +642,9 @@ void Form1::EnterBinderMaintenanceMode(BinderOp op)
 
 void Form1::EnterBinderFilesMode(BinderOp op)
 {
+    SaveShownRecord();
     setMode(Mode::BinderFiles);
     m_binderOperation = op;
-    SaveShownRecord();
     PutViewerAway();
     m_search->HideSearchPanel();
     EnterBinderContentsPanel();

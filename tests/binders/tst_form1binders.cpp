@@ -326,6 +326,11 @@ private slots:
         Harness::type(h.fg2(), 4, 2, u"綴じる前"_s);
         h.menu("mSearch7");
         QCOMPARE(stored(path, catalog::kFileAtrTable)[2].value(3), u"綴じる前"_s);
+        h.clickBinder(1);
+        h.clickRow(1);
+        Harness::type(h.fg2(), 4, 2, u"並べ替え前"_s);
+        h.menu("mSort2");
+        QCOMPARE(stored(path, catalog::kFileAtrTable)[0].value(3), u"並べ替え前"_s);
     }
 
     void browsingReorderingAndDetachingABinder()
