@@ -269,7 +269,7 @@ Result<bool> OpenBinderContents(jet::Database &db, RecordsetSlot &set, int bdID)
     return !set->bof();
 }
 
-Outcome FileIntoBinder(
+Outcome FileShownIntoBinder(
     jet::Database &db, Prompter &prompter, int bdID, const QString &binderName, int pnID, const QString &fName)
 {
     const Result<int> docNo = catalog::NextDocNo(db, prompter);

@@ -79,7 +79,7 @@ Result<bool> OpenBinderContents(jet::Database &db, RecordsetSlot &set, int bdID)
 // Files the registered file (pnID, fName) into binder bdID: draws the next DocNo and adds the
 // BINDER row, then "表示中のファイルを、バインダ「name」　に登録しました。". Filing the same
 // file twice adds a second row.
-Outcome FileIntoBinder(
+Outcome FileShownIntoBinder(
     jet::Database &db, Prompter &prompter, int bdID, const QString &binderName, int pnID, const QString &fName);
 // Detaches the file of row (1-based, in DocNo order) of binderSet, the open contents of the
 // binder named binderName, after asking. A row outside the contents does nothing (Declined,

@@ -129,7 +129,7 @@ int add(jet::Database &db, Prompter &prompter, const QString &name, const QStrin
         return 1;
     }
     const QString storedName = record.value()->field(QStringLiteral("fName")).toString();
-    return exitCode(binders::FileIntoBinder(db, prompter, bdID, name, pnID.value(), storedName));
+    return exitCode(binders::FileShownIntoBinder(db, prompter, bdID, name, pnID.value(), storedName));
 }
 
 // The window's "up"/"down" on the file's row, then "reg".

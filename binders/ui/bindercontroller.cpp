@@ -199,19 +199,27 @@ void BinderController::SaveNewOrder()
         m_list->setCurrentItem(m_root->child(row - 1));
 }
 
+// The chooser's items: the binders' names in BdNo order; their identifiers are returned.
+Result<QList<BinderEntry>> BinderController::FillBinderCombo(jet::Database &db, Prompter::ChoiceForm &form)
+{
+    auto binders = ReadBinders(db);
+    if (binders)
+        for (const BinderEntry &b : binders.value())
+            form.items << b.bName;
+    return binders;
+}
+
 void BinderController::Rec2Binder(int pnID, const QString &fName)
 {
     jet::Database *db = writableDb();
     if (!db)
         return;
-    const auto binders = ReadBinders(*db);
+    Prompter::ChoiceForm form2 { kChooserText, QString(), {}, kChooserText, QStringLiteral("Form2") };
+    const auto binders = FillBinderCombo(*db, form2);
     if (!binders)
         return;
-    QStringList names;
-    for (const BinderEntry &b : binders.value())
-        names << b.bName;
     bool ok = false;
-    const int index = m_prompter.choose({ kChooserText, QString(), names, kChooserText, QStringLiteral("Form2") }, &ok);
+    const int index = m_prompter.choose(form2, &ok);
     if (!ok) {
         m_currentBinderID = -1;
         return;
@@ -223,7 +231,7 @@ void BinderController::Rec2Binder(int pnID, const QString &fName)
     }
     m_currentBinderID = binders->at(index).bdID;
     m_currentBinderName = binders->at(index).bName;
-    FileIntoBinder(*db, m_prompter, m_currentBinderID, m_currentBinderName, pnID, fName);
+    FileShownIntoBinder(*db, m_prompter, m_currentBinderID, m_currentBinderName, pnID, fName);
 }
 
 Result<bool> BinderController::QueryBinderContents()

@@ -80,6 +80,7 @@ Q_SIGNALS:
 
 private:
     void rowClicked(QTreeWidgetItem *item);
+    static Result<QList<BinderEntry>> FillBinderCombo(jet::Database &db, Prompter::ChoiceForm &form);
     void RenameBinderForm();
     // Form4: asks for a name until write accepts one (or the form is cancelled).
     void nameForm(const Prompter::TextForm &form, const std::function<Outcome(const QString &)> &write);

@@ -144,10 +144,11 @@ private slots:
         ScriptedPrompter prompter;
         // The same file twice in one binder, and once in the other.
         for (int bd : { 1, 1, 2 })
-            QCOMPARE(FileIntoBinder(*m_db, prompter, bd, bd == 1 ? u"A"_s : u"B"_s, 1, u"報告.doc"_s), Outcome::Done);
+            QCOMPARE(
+                FileShownIntoBinder(*m_db, prompter, bd, bd == 1 ? u"A"_s : u"B"_s, 1, u"報告.doc"_s), Outcome::Done);
         QCOMPARE(prompter.lastMessage().text, QStringLiteral("表示中のファイルを、バインダ「B」　に登録しました。"));
         QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Information);
-        QCOMPARE(FileIntoBinder(*m_db, prompter, 1, u"A"_s, 2, u"図面.p21"_s), Outcome::Done);
+        QCOMPARE(FileShownIntoBinder(*m_db, prompter, 1, u"A"_s, 2, u"図面.p21"_s), Outcome::Done);
         QCOMPARE(stored(m_path, catalog::kBinderTable),
             (QList<QStringList> {
                 cells("1|報告.doc|1|1"), cells("1|報告.doc|1|2"), cells("2|報告.doc|1|3"), cells("1|図面.p21|2|4") }));
