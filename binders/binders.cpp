@@ -234,15 +234,13 @@ Outcome DeleteBinderRows(jet::Database &db, Prompter &prompter, RecordsetSlot &b
     return outcome;
 }
 
-Outcome SaveBinderOrder(
-    jet::Database &db, Prompter &prompter, RecordsetSlot &binderSet, const QStringList &displayedNames)
+Outcome SaveBinderOrder(jet::Database &db, Prompter &prompter, RecordsetSlot &binderSet, const QList<int> &displayedIds)
 {
     const Outcome outcome = inTransaction(db, prompter, [&]() -> Status {
         if (Status s = ensureBinderList(db, binderSet); !s)
             return s;
         for (binderSet->moveFirst(); !binderSet->eof(); binderSet->moveNext()) {
-            // Names are unique, so the first equal displayed name is this binder's row.
-            const int bdNo = int(displayedNames.indexOf(binderSet->field(kBName).toString())) + 1;
+            const int bdNo = int(displayedIds.indexOf(binderSet->field(kBdID).toInt())) + 1;
             if (Status s = setAndUpdate(*binderSet, kBdNo, bdNo); !s)
                 return s;
         }

@@ -66,10 +66,11 @@ Outcome RenameBinder(
 // closed afterwards.
 Outcome DeleteBinderRows(jet::Database &db, Prompter &prompter, RecordsetSlot &binderSet, int bdID);
 // Stores the displayed order of the binders: each binder of binderSet (the open list, opened
-// when null) gets as BdNo the position (1..n) of the first displayed name equal to its name,
-// or 0 when its name is not displayed. Then "並べ替えを登録しました。". binderSet is closed.
+// when null) gets as BdNo its position (1..n) among the displayed binders, or 0 when it is not
+// displayed. The binders are matched by bdID, so that a name stored with blanks around it (the
+// list shows names trimmed) keeps its place. Then "並べ替えを登録しました。". binderSet is closed.
 Outcome SaveBinderOrder(
-    jet::Database &db, Prompter &prompter, RecordsetSlot &binderSet, const QStringList &displayedNames);
+    jet::Database &db, Prompter &prompter, RecordsetSlot &binderSet, const QList<int> &displayedIds);
 
 // ---- a binder's files ----
 

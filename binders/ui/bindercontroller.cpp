@@ -67,12 +67,12 @@ int BinderController::ShowBinders()
     return n;
 }
 
-QStringList BinderController::displayedNames() const
+QList<int> BinderController::displayedIds() const
 {
-    QStringList names;
+    QList<int> ids;
     for (int i = 0; i < m_root->childCount(); ++i)
-        names << m_root->child(i)->text(0);
-    return names;
+        ids << m_root->child(i)->data(0, kKeyRole).toString().toInt();
+    return ids;
 }
 
 int BinderController::selectedRow() const
@@ -188,7 +188,7 @@ void BinderController::SaveNewOrder()
     if (!db)
         return;
     const int row = selectedRow();
-    if (SaveBinderOrder(*db, m_prompter, m_binderSet, displayedNames()) != Outcome::Done) {
+    if (SaveBinderOrder(*db, m_prompter, m_binderSet, displayedIds()) != Outcome::Done) {
         // What is stored is what is shown again.
         refreshList();
         return;

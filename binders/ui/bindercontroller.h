@@ -48,8 +48,8 @@ public:
     // Lists the binders under the root row in BdNo order, from BinderSet (left open). Returns
     // the number of binders.
     int ShowBinders();
-    // Rows 1..n of fg3: the binders' names as displayed.
-    QStringList displayedNames() const;
+    // Rows 1..n of fg3: the binders' identifiers as displayed.
+    QList<int> displayedIds() const;
     // The row of fg3 chosen last (0: the root or none).
     int selectedRow() const;
 

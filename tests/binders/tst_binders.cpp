@@ -97,14 +97,14 @@ private slots:
     }
 
     // Rows as years of reordering and other writers leave them: BdNo and DocNo with gaps and
-    // out of storage order. They list in number order; saving the displayed order makes them
-    // 1..n, and a binder the list did not show gets 0.
+    // out of storage order, a name with blanks around it. They list in number order; saving the
+    // displayed order makes them 1..n, and a binder the list did not show gets 0.
     void gappedNumbersListInOrderAndSavingRenumbers()
     {
         addBinder(7, QStringLiteral("B"), 40);
         addBinder(2, QStringLiteral("A"), 7);
         addBinder(9, QStringLiteral("C"), 1000);
-        addBinder(4, QStringLiteral("D"), 300);
+        addBinder(4, QStringLiteral(" D "), 300); // another writer's blanks
         addFiling(2, QStringLiteral("x.txt"), 1, 90);
         addFiling(2, QStringLiteral("y.txt"), 1, 5);
         addFiling(7, QStringLiteral("y.txt"), 1, 12);
@@ -112,14 +112,14 @@ private slots:
 
         RecordsetSlot list;
         QVERIFY(OpenBinderList(*m_db, list).value());
-        QCOMPARE(names(*list, "bName"), (QStringList { u"A"_s, u"B"_s, u"D"_s, u"C"_s }));
+        QCOMPARE(names(*list, "bName"), (QStringList { u"A"_s, u"B"_s, u" D "_s, u"C"_s }));
 
         ScriptedPrompter prompter;
-        QCOMPARE(SaveBinderOrder(*m_db, prompter, list, { u"C"_s, u"A"_s, u"B"_s }), Outcome::Done);
+        QCOMPARE(SaveBinderOrder(*m_db, prompter, list, { 9, 2, 4 }), Outcome::Done);
         QCOMPARE(prompter.lastMessage().text, kOrderSavedMessage);
         QVERIFY(!list);
         QCOMPARE(stored(m_path, catalog::kBinderNameTable),
-            (QList<QStringList> { cells("7|B|3"), cells("2|A|2"), cells("9|C|1"), cells("4|D|0") }));
+            (QList<QStringList> { cells("7|B|0"), cells("2|A|2"), cells("9|C|1"), cells("4| D |3") }));
 
         RecordsetSlot files;
         QVERIFY(OpenBinderContents(*m_db, files, 2).value());
@@ -192,7 +192,7 @@ private slots:
         ScriptedPrompter prompter;
         RecordsetSlot list;
         files.arm(test::FailingFileAccess::Fault::FailedSync, 1);
-        QCOMPARE(SaveBinderOrder(*db, prompter, list, { u"B"_s, u"A"_s }), Outcome::Failed);
+        QCOMPARE(SaveBinderOrder(*db, prompter, list, { 2, 1 }), Outcome::Failed);
         QCOMPARE(prompter.messages().size(), 1);
         QVERIFY(prompter.lastMessage().text.startsWith(kWriteFailedMessage + QStringLiteral("\r\n")));
         files.disarm();
