@@ -171,6 +171,8 @@ int QtPrompter::choose(const ChoiceForm &form, bool *ok)
     combo->addItems(form.items);
     combo->setPlaceholderText(form.placeholder);
     combo->setCurrentIndex(-1);
+    combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    combo->setMinimumContentsLength(16);
     layout->addWidget(combo);
     QPushButton *okButton = nullptr;
     layout->addLayout(confirmButtons(&dlg, QStringLiteral("OK"), &okButton));
