@@ -13,5 +13,6 @@ int runSearch(const QStringList &args);
 int runClasses(const QStringList &args);
 int runCompact(const QStringList &args);
 int runRepair(const QStringList &args);
+int runBinder(const QStringList &args);
 
 } // namespace tolvane::cli

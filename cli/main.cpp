@@ -1,4 +1,5 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair,
+// binders).
 #include <QCoreApplication>
 
 #include "cli/commands.h"
@@ -13,7 +14,9 @@ int usage()
                                           "       tolvane-cli search CATALOG.mdb ...\n"
                                           "       tolvane-cli classes list|set CATALOG.mdb [FILE.tsv]\n"
                                           "       tolvane-cli compact CATALOG.mdb\n"
-                                          "       tolvane-cli repair CATALOG.mdb [NEW.mdb]"));
+                                          "       tolvane-cli repair CATALOG.mdb [NEW.mdb]\n"
+                                          "       tolvane-cli binder list|create|rename|delete|add|contents|move "
+                                          "CATALOG.mdb ..."));
     return 2;
 }
 } // namespace
@@ -39,5 +42,7 @@ int main(int argc, char *argv[])
         return tolvane::cli::runCompact(args);
     if (command == QLatin1String("repair"))
         return tolvane::cli::runRepair(args);
+    if (command == QLatin1String("binder"))
+        return tolvane::cli::runBinder(args);
     return usage();
 }

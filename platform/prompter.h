@@ -40,6 +40,36 @@ public:
     virtual QString text(const QString &title, const QString &label, const QString &initial, bool *ok) = 0;
     virtual int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) = 0;
 
+    // A small form asking for one line of text, with the caption of its confirm button (empty:
+    // the usual one). Returns the text as typed; ok=false when the form was cancelled.
+    struct TextForm {
+        QString title;
+        QString label;
+        QString initial;
+        QString okCaption;
+        QString name; // the form's name in the program ("Form4"), for those who look it up
+    };
+    virtual QString textForm(const TextForm &form, bool *ok) { return text(form.title, form.label, form.initial, ok); }
+
+    // A small form choosing one of items from a drop-down list that starts showing placeholder
+    // with nothing chosen. Returns the index of the chosen item, or -1 when the form was
+    // confirmed without a choice; ok=false (and -1) when it was cancelled. Without a form of its
+    // own a prompter cancels.
+    struct ChoiceForm {
+        QString title;
+        QString label;
+        QStringList items;
+        QString placeholder;
+        QString name; // the form's name in the program ("Form2")
+    };
+    virtual int choose(const ChoiceForm &form, bool *ok)
+    {
+        Q_UNUSED(form);
+        if (ok)
+            *ok = false;
+        return -1;
+    }
+
     // Convenience for the common one-button message box.
     Answer inform(const QString &title, const QString &text, Icon icon)
     {

@@ -67,6 +67,17 @@ int ResultListModel::addRow()
     return row + 1;
 }
 
+void ResultListModel::moveDataRow(int from, int to)
+{
+    const int n = int(m_rows.size());
+    if (from < 1 || from > n || to < 1 || to > n || from == to)
+        return;
+    // Qt names the destination as the row the moved one goes before.
+    beginMoveRows({}, from - 1, from - 1, {}, to > from ? to : to - 1);
+    m_rows.move(from - 1, to - 1);
+    endMoveRows();
+}
+
 int ResultListModel::appendRows(const QList<QList<QVariant>> &rows, int backColumn, const QList<QColor> &backColors)
 {
     const int first = int(m_rows.size());

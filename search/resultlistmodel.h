@@ -36,6 +36,9 @@ public:
     // colour leaves the cell's default).
     int appendRows(const QList<QList<QVariant>> &rows, int backColumn = -1, const QList<QColor> &backColors = {});
 
+    // Moves data row from to grid row to (both 1..rows()-1), the others closing up.
+    void moveDataRow(int from, int to);
+
     // Cell access by grid row: row 0 addresses the heading. Out-of-range writes are ignored,
     // reads give a null value.
     void setCell(int row, int col, const QVariant &value);

@@ -80,11 +80,28 @@ ToolbarLayout SearchListLayout(Mode modeNo)
     return l;
 }
 
+// Reordering moves rows and stores their order; deleting and detaching delete; creating,
+// renaming and browsing need none of the four.
+void ShowBinderButtons(ToolbarLayout &layout, BinderOp binderOperation)
+{
+    const bool reorder = binderOperation == BinderOp::ReorderBinders || binderOperation == BinderOp::ReorderFiles;
+    const bool remove = binderOperation == BinderOp::Delete || binderOperation == BinderOp::Detach;
+    for (ToolButtonSpec &b : layout) {
+        if (b.key == QStringLiteral("del"))
+            b.visible = remove;
+        else if (b.key == QStringLiteral("up") || b.key == QStringLiteral("down") || b.key == QStringLiteral("reg"))
+            b.visible = reorder;
+    }
+}
+
 ToolbarLayout BinderListLayout(BinderOp binderOperation)
 {
-    return { gap("ph1", 800), button("BackToINI", "　　戻る　　", "arrow", kToStart), button("up", "移動", "up"),
-        button("down", "移動", "down"), button("del", binderOperation == BinderOp::Detach ? "取り外し" : "削除", "del"),
+    ToolbarLayout l { gap("ph1", 800), button("BackToINI", "　　戻る　　", "arrow", kToStart),
+        button("up", "移動", "up"), button("down", "移動", "down"),
+        button("del", binderOperation == BinderOp::Detach ? "取り外し" : "削除", "del"),
         button("reg", "登録", "record") };
+    ShowBinderButtons(l, binderOperation);
+    return l;
 }
 
 ToolbarLayout ViewerLayout(ViewerKind kind, Mode modeNo, LayoutState layoutState, bool archive)

@@ -40,7 +40,11 @@ ToolbarLayout RecordLayout(bool archive);
 ToolbarLayout SearchMenuLayout();
 // The search modes and the binder-contents list; the rows depend on the mode.
 ToolbarLayout SearchListLayout(Mode mode);
+// Binder maintenance and a binder's contents; "up", "down", "del" and "reg" are visible as the
+// operation needs them (ShowBinderButtons).
 ToolbarLayout BinderListLayout(BinderOp op);
+// Sets which of "up", "down", "del" and "reg" a binder operation shows.
+void ShowBinderButtons(ToolbarLayout &layout, BinderOp op);
 ToolbarLayout ViewerLayout(ViewerKind kind, Mode mode, LayoutState layoutState, bool archive);
 
 // Every picture key a layout may name.

@@ -1,5 +1,6 @@
 #include "search/ui/searchcontroller.h"
 
+#include <QItemSelectionModel>
 #include <QLineEdit>
 
 #include "catalog/records.h"
@@ -80,6 +81,40 @@ void SearchController::tidy()
 void SearchController::PrepShow2FS()
 {
     prepareList();
+}
+
+void SearchController::PrepShow2FS_Binder()
+{
+    search::PrepShow2FS_Binder(m_fs, [this](int) { Q_EMIT listPrepared(); });
+    m_resultCount = 0;
+    tidy();
+    SetResultColumns(m_fs, kBinderColumns, true);
+}
+
+int SearchController::ShowBinderRows(jet::Recordset &rs)
+{
+    m_resultCount = FillBinderRows(m_fs, rs, m_fontSize);
+    tidy();
+    SetResultColumns(m_fs, kBinderColumns, true);
+    return m_resultCount;
+}
+
+int SearchController::selectedRow() const
+{
+    const QModelIndexList rows = m_view->selectionModel()->selectedRows();
+    return rows.isEmpty() ? 0 : rows.last().row() + 1;
+}
+
+bool SearchController::MoveListRow(bool up)
+{
+    const int row = selectedRow();
+    const int last = m_fs.rows() - 1;
+    if (row < 1 || (up && row == 1) || (!up && row == last))
+        return false;
+    const int to = up ? row - 1 : row + 1;
+    m_fs.moveDataRow(row, to);
+    m_view->selectRow(to - 1);
+    return true;
 }
 
 void SearchController::HideSearchPanel()

@@ -57,6 +57,17 @@ public:
 
     // Empties the list and prepares its catalogue headings (PrepShow2FS).
     void PrepShow2FS();
+    // Empties the list and prepares the headings of a binder's files (PrepShow2FS_Binder).
+    void PrepShow2FS_Binder();
+    // A binder's files from rs (BinderSet) into the prepared list; their number becomes the
+    // ResultCount.
+    int ShowBinderRows(jet::Recordset &rs);
+    // The data row chosen last in the list (0: none).
+    int selectedRow() const;
+    // "up" / "down": moves the chosen row one place in the display only (not the heading, not
+    // past either end). True when it moved.
+    bool MoveListRow(bool up);
+
     // Hides the search inputs (start screen and the modes without them).
     void HideSearchPanel();
     // Hides the word box while a picture or drawing is shown.

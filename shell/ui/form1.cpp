@@ -20,8 +20,11 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QTreeView>
+#include <QTreeWidget>
 #include <QWidgetAction>
 
+#include "binders/binders.h"
+#include "binders/bindertexts.h"
 #include "binders/ui/bindercontroller.h"
 #include "browser/ui/browsercontroller.h"
 #include "catalog/lifecycle.h"
@@ -31,9 +34,11 @@
 #include "platform/apptitle.h"
 #include "platform/utf8.h"
 #include "registration/ui/registrationcontroller.h"
+#include "search/resultlistmodel.h"
 #include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
 #include "shell/browseforfolder.h"
+#include "shell/panes.h"
 #include "shell/ui/desktophelplauncher.h"
 #include "shell/ui/frmabout.h"
 #include "shell/ui/maintenanceprogressdialog.h"
@@ -53,6 +58,7 @@ constexpr int kRightMargin = 200; // twips kept free right of the right area
 constexpr int kStatusPanel1 = 2000; // twips
 constexpr int kStatusPanel2Of3 = 5000; // twips
 constexpr int kFolderPanelTwips = 3000;
+constexpr int kMinLeftTwips = 200; // the binder list never shrinks away
 constexpr int kSlipTwips = 4600;
 constexpr int kBinderSlipTwips = 4000;
 constexpr int kFileListFirstColumnTwips = 800;
@@ -62,11 +68,6 @@ constexpr int kRecordHelp = 10031;
 constexpr int kPanelPicture = 2;
 constexpr int kPanelText = 4;
 constexpr int kPanelResultList = 11;
-// Left-pane selectors of ShowLeftPane.
-constexpr int kLeftFolders = 0;
-constexpr int kLeftSlip = 1;
-constexpr int kLeftFiles = 2;
-constexpr int kLeftBinders = 3;
 
 // The search of each search mode; nullopt for the other modes.
 std::optional<search::SearchKind> searchKindOf(Mode mode)
@@ -146,7 +147,7 @@ void Form1::createControllers()
     m_search = new search::ui::SearchController(m_prompter, m_catalog, m_searchResultSet, Toolbar, m_area, this);
     m_registration = new registration::ui::RegistrationController(m_prompter, m_area, this);
     m_viewer = new viewer::ui::ViewerController(m_prompter, m_area, this);
-    m_binders = new binders::ui::BinderController(m_area, this);
+    m_binders = new binders::ui::BinderController(m_prompter, m_catalog, m_binderSet, m_area, this);
 
     fg = m_browser->folderPanel();
     fr = m_browser->fileList();
@@ -188,6 +189,8 @@ void Form1::connectControllers()
         m_search, &search::ui::SearchController::listPrepared, this, [this] { BringPanelToFront(kPanelResultList); });
     connect(m_search, &search::ui::SearchController::recordRowClicked, this, &Form1::OpenResultRow);
     connect(m_search, &search::ui::SearchController::classPicked, this, &Form1::Combo1_Click);
+
+    connect(m_binders, &binders::ui::BinderController::binderChosen, this, [this](int) { ShowBinderContents(); });
 
     connect(m_registration, &registration::ui::RegistrationController::stepRequested, this, [this](bool next) {
         if (m_layoutState == LayoutState::RecordShown)
@@ -410,8 +413,7 @@ void Form1::run(Command command)
             StepResultFile(command == Command::Next);
         break;
     case Command::Rec2Binder:
-        if (!archive)
-            m_binders->Rec2Binder();
+        Rec2Binder();
         break;
     case Command::AddLine:
     case Command::DelLine:
@@ -419,17 +421,26 @@ void Form1::run(Command command)
         break;
     case Command::Up:
     case Command::Down:
-        m_binders->MoveListRow(command == Command::Up);
+        if (m_binderOperation == BinderOp::ReorderBinders && m_mode == Mode::Start)
+            m_binders->MoveListRow(command == Command::Up);
+        else if (m_binderOperation == BinderOp::ReorderFiles && m_mode == Mode::BinderFiles)
+            m_search->MoveListRow(command == Command::Up);
         break;
     case Command::Reg:
-        m_binders->SaveNewOrder();
+        if (m_binderOperation == BinderOp::ReorderBinders && m_mode == Mode::Start)
+            m_binders->SaveNewOrder();
+        else if (m_binderOperation == BinderOp::ReorderFiles && m_mode == Mode::BinderFiles)
+            SaveFileOrder();
         break;
     case Command::Apri:
         m_viewer->OpenInApplication();
         break;
     case Command::Del:
-        if (m_binderOperation == BinderOp::Delete || m_binderOperation == BinderOp::Detach)
-            m_binders->DeleteOrDetach();
+        if (m_binderOperation == BinderOp::Delete && m_mode == Mode::Start)
+            m_binders->DeleteBinder();
+        else if (m_binderOperation == BinderOp::Detach && m_mode == Mode::BinderFiles
+            && m_binders->DetachFromBinder(m_currentResultRow))
+            ShowBinderContents();
         break;
     case Command::Size:
         m_viewer->ToggleSizeCaption();
@@ -482,16 +493,19 @@ void Form1::dispatchBackTo()
             break;
         RestoreSearchList();
         m_layoutState = LayoutState::Lists;
-        ShowLeftPane(kLeftFolders);
-        UpdateLayout();
+        m_binderList = false;
+        ArrangePanes();
         ShowLayout(SearchListLayout(m_mode));
         ShowModeStatus(ModeStatus::ResultListed);
         break;
     case Mode::BinderFiles:
         if (!SaveRecordIfDirty())
             break;
+        // The binder's file list is still on screen under the viewer: it is not read again.
         PutViewerAway();
-        m_binders->RestoreBinderPanel();
+        m_layoutState = LayoutState::Lists;
+        ShowBinderPanel();
+        BringPanelToFront(kPanelResultList);
         ShowLayout(SearchListLayout(m_mode));
         ShowModeStatus(ModeStatus::ResultListed);
         break;
@@ -504,9 +518,8 @@ void Form1::dispatchBackTo()
         ShowLayout(SearchListLayout(m_mode));
         RestoreSearchList();
         ShowModeStatus(ModeStatus::ResultListed);
-        ShowLeftPane(kLeftFolders);
         m_layoutState = LayoutState::SearchPanel;
-        UpdateLayout5();
+        ArrangePanes();
         break;
     case Mode::Start:
         break;
@@ -515,25 +528,27 @@ void Form1::dispatchBackTo()
 
 void Form1::ResetToStartScreen()
 {
+    SaveShownRecord();
     PutViewerAway();
     m_search->HideSearchPanel();
     m_layoutState = LayoutState::Lists;
-    ShowLeftPane(kLeftFolders);
-    UpdateLayout();
+    m_binderList = false;
+    ArrangePanes();
 }
 
 void Form1::ResetToFolderScreen()
 {
+    SaveShownRecord();
     m_layoutState = LayoutState::Lists;
     fg->resize(twipsToPixels(kFolderPanelTwips), fg->height());
     InitStatusBar();
     ShowModeStatus(ModeStatus::FileShow);
     m_helpContextId = Help::FileShow;
-    ShowLeftPane(kLeftFolders);
+    m_binderList = false;
     BringPanelToFront(1);
     // After the list is in front: its re-applied look must not undo the starting widths.
     m_browser->InitControls();
-    UpdateLayout();
+    ArrangePanes();
 }
 
 // The folder dialog, then the chosen folder's files listed in fr with the first one shown.
@@ -560,6 +575,7 @@ void Form1::EnterRecordMode()
 
 void Form1::EnterFolderSearchMode()
 {
+    SaveShownRecord();
     setMode(Mode::FolderSearch);
     m_layoutState = LayoutState::Lists;
     ResetToStartScreen();
@@ -584,7 +600,7 @@ void Form1::enterSearchMode(Mode mode, ModeStatus status, int helpId)
         m_search->EnterSearchPanel(*kind);
     ShowModeStatus(status);
     m_layoutState = LayoutState::SearchPanel;
-    UpdateLayout5();
+    ArrangePanes();
     m_helpContextId = helpId;
 }
 
@@ -619,49 +635,161 @@ void Form1::EnterBinderBrowseMode()
 
 void Form1::EnterBinderMaintenanceMode(BinderOp op)
 {
+    SaveShownRecord();
     setMode(Mode::Start);
     m_layoutState = LayoutState::Lists;
     m_binderOperation = op;
+    PutViewerAway();
     m_search->HideSearchPanel();
     EnterBinderMaintenance();
     if (const auto code = binderStatusCode(op))
         ShowModeStatus(*code);
     if (const auto help = binderHelpContext(op))
         m_helpContextId = *help;
+    if (op == BinderOp::Create)
+        m_binders->CreateBinderForm();
 }
 
 void Form1::EnterBinderFilesMode(BinderOp op)
 {
+    SaveShownRecord();
     setMode(Mode::BinderFiles);
     m_binderOperation = op;
+    PutViewerAway();
     m_search->HideSearchPanel();
     EnterBinderContentsPanel();
     if (const auto help = binderHelpContext(op))
         m_helpContextId = *help;
 }
 
-// Binder browsing, file reordering and detaching: binder list on the left, its files on the right.
+// The binder list on the left (3000 twips wide), the result list on the right.
+void Form1::ShowBinderPanel()
+{
+    fg3->resize(twipsToPixels(kFolderPanelTwips), fg3->height());
+    m_binderList = true;
+    ArrangePanes();
+}
+
+// Binder browsing, file reordering and detaching: binder list on the left, a binder's files
+// on the right once one is clicked.
 void Form1::EnterBinderContentsPanel()
 {
+    m_layoutState = LayoutState::Lists;
+    m_currentResultRow = 0;
+    m_binders->setClickAction(binders::ui::BinderController::ClickAction::ShowContents);
+    m_search->PrepShow2FS_Binder();
     ShowLayout(BinderListLayout(m_binderOperation));
-    ShowLeftPane(kLeftBinders);
-    UpdateLayout4();
+    ShowBinderPanel();
+    m_binders->InitFG3();
+    const int binders = m_binders->ShowBinders();
     if (const auto code = binderStatusCode(m_binderOperation))
         ShowModeStatus(*code);
+    if (binders < 1)
+        m_prompter.inform(appTitle(), binders::kNoBindersMessage, Prompter::Icon::Warning);
 }
 
-// Binder creation, deletion, renaming and reordering.
+// Binder creation, deletion, renaming and reordering: the binder list, the result list emptied.
 void Form1::EnterBinderMaintenance()
 {
+    using ClickAction = binders::ui::BinderController::ClickAction;
+    m_binders->setClickAction(m_binderOperation == BinderOp::Rename ? ClickAction::Rename : ClickAction::Select);
     ShowLayout(BinderListLayout(m_binderOperation));
-    ShowLeftPane(kLeftBinders);
-    UpdateLayout4();
+    m_binders->InitFG3();
+    m_binders->ShowBinders();
+    m_search->PrepShow2FS();
+    ShowBinderPanel();
 }
 
-// TODO(#17): "Prev"/"Next" over a result list or a binder's files.
+// The files of the binder chosen in fg3 in the result list (ShowBinderContents).
+void Form1::ShowBinderContents()
+{
+    m_currentResultRow = 0;
+    m_search->PrepShow2FS_Binder();
+    const Result<bool> found = m_binders->QueryBinderContents();
+    if (!found)
+        return;
+    if (!found.value()) {
+        m_prompter.inform(
+            appTitle(), binders::emptyBinderMessage(m_binders->CurrentBinderName()), Prompter::Icon::Information);
+        return;
+    }
+    m_search->ShowBinderRows(*m_binderSet);
+    switch (m_binderOperation) {
+    case BinderOp::ReorderFiles:
+        ShowModeStatus(ModeStatus::RowsMoving);
+        break;
+    case BinderOp::Detach:
+        ShowModeStatus(ModeStatus::RowsDetaching);
+        break;
+    default:
+        ShowModeStatus(ModeStatus::ResultListed);
+        if (m_search->listHasRows())
+            setToolEnabled(QStringLiteral("FullTextSearchDB"), true);
+        break;
+    }
+}
+
+// "reg" while reordering a binder's files: the DocNo column of the rows as displayed.
+void Form1::SaveFileOrder()
+{
+    constexpr int kDocNoColumn = 4;
+    const search::ResultListModel &list = m_search->resultModel();
+    QList<int> docNos;
+    for (int r = 1; r < list.rows(); ++r)
+        docNos << list.cell(r, kDocNoColumn).toInt();
+    m_binders->SaveFileOrder(docNos);
+    // The list and BinderSet read alike again, for a further move and save.
+    if (m_binderSet)
+        ShowBinderContents();
+}
+
+// "Rec2Binder": the record shown is filed into a binder chosen in the binder chooser.
+void Form1::Rec2Binder()
+{
+    if (m_catalog.isArchive() || m_mode == Mode::BinderFiles || m_layoutState != LayoutState::RecordShown
+        || !m_searchResultSet || m_searchResultSet->bof() || m_searchResultSet->eof())
+        return;
+    m_binders->Rec2Binder(m_searchResultSet->field(QStringLiteral("pnID")).toInt(),
+        m_searchResultSet->field(QStringLiteral("fName")).toString());
+}
+
+// "Prev"/"Next" while a record of a result list or of a binder is shown: the edits of the
+// shown record are written first; the walk is circular; a record whose folder cannot be found
+// leaves the previous one shown.
 void Form1::StepResultFile(bool next)
 {
-    Q_UNUSED(next);
+    jet::Database *db = m_catalog.db();
+    if (!db || m_layoutState != LayoutState::RecordShown || !m_searchResultSet)
+        return;
+    if (!SaveRecordIfDirty())
+        return;
+    const int count = m_search->resultCount();
+    const int before = m_openedRow;
+    if (isSearchMode(m_mode)) {
+        m_openedRow = binders::StepCircular(*m_searchResultSet, m_openedRow, count, next);
+        if (ShowOpenedRecord())
+            return;
+        binders::StepCircular(*m_searchResultSet, m_openedRow, count, !next);
+    } else if (m_mode == Mode::BinderFiles && m_binderOperation == BinderOp::Browse && m_binderSet) {
+        // A filing whose file is no longer registered has no record to show: the walk passes it.
+        int steps = 0;
+        while (steps < count) {
+            m_openedRow = binders::StepCircular(*m_binderSet, m_openedRow, count, next);
+            ++steps;
+            binders::RecordsetSlot record;
+            const Result<bool> found = binders::OpenFiledRecord(*db, *m_binderSet, record);
+            if (!found || !found.value())
+                continue;
+            std::swap(record, m_searchResultSet);
+            if (ShowOpenedRecord())
+                return;
+            std::swap(record, m_searchResultSet);
+            break;
+        }
+        while (steps-- > 0)
+            m_openedRow = binders::StepCircular(*m_binderSet, m_openedRow, count, !next);
+    }
+    m_openedRow = before;
 }
 
 // The classification editor; after a store the class table is read again.
@@ -704,6 +832,9 @@ void Form1::OpenCatalog()
         return;
     }
     m_classArr.clear();
+    // The text size chosen last with this catalogue comes back with it.
+    if (const Result<int> size = viewer::ReadFontSize(m_catalog.db()))
+        applyTextFontSize(size.value());
     m_helpContextId = Help::CatalogOpened;
     Q_EMIT catalogOpened();
 }
@@ -802,9 +933,8 @@ void Form1::ShowFirstFile()
 // Shows the browser's current file beside the folder tree.
 void Form1::ShowListedFile(int previousRow, int helpId)
 {
-    UpdateLayout2();
-    ShowLeftPane(kLeftFiles);
     m_layoutState = LayoutState::FolderFileShown;
+    ArrangePanes();
     m_browser->ShowListedFile(previousRow);
     m_currentFolder = m_browser->listedFolder();
     m_currentFileName = m_browser->currentFileName();
@@ -945,22 +1075,19 @@ void Form1::OpenResultRow(int gridRow)
     jet::Database *db = m_catalog.db();
     if (!db || gridRow < 1)
         return;
+    m_currentResultRow = gridRow;
     if (m_mode == Mode::BinderFiles) {
+        // While reordering or detaching a click only chooses the row.
         if (m_binderOperation == BinderOp::ReorderFiles || m_binderOperation == BinderOp::Detach || !m_binderSet)
             return;
         m_binderSet->moveFirst();
         m_binderSet->move(gridRow - 1);
-        if (m_binderSet->bof() || m_binderSet->eof())
-            return;
         // The filed file's catalogue record becomes the current record of SearchResultSet.
-        const QVariant pnID = m_binderSet->field(QStringLiteral("pnID"));
-        const QVariant fName = m_binderSet->field(QStringLiteral("fName"));
-        auto table = db->openTable(catalog::kFileAtrTable);
-        if (!table)
+        binders::RecordsetSlot record;
+        const Result<bool> found = binders::OpenFiledRecord(*db, *m_binderSet, record);
+        if (!found || !found.value())
             return;
-        m_searchResultSet = table.take();
-        m_searchResultSet->setFilter({ jet::Condition::equal(QStringLiteral("pnID"), pnID),
-            jet::Condition::equal(QStringLiteral("fName"), fName) });
+        m_searchResultSet = std::move(record);
     } else if (isSearchMode(m_mode)) {
         if (!m_searchResultSet)
             return;
@@ -992,7 +1119,7 @@ bool Form1::ShowOpenedRecord()
     m_layoutState = LayoutState::RecordShown;
 
     const bool binderList = m_mode == Mode::BinderFiles;
-    ShowLeftPane(kLeftSlip);
+    ShowLeftPane(int(LeftPane::Slip));
     if (m_classArr.isEmpty())
         LoadClassItems();
     registration::ui::RegistrationController::RecordView view;
@@ -1020,7 +1147,7 @@ bool Form1::ShowOpenedRecord()
         ShowModeStatus(ModeStatus::Stepping);
     fg2->resize(twipsToPixels(binderList ? kBinderSlipTwips : kSlipTwips), fg2->height());
     vs->resize(fg2->width(), vs->height());
-    UpdateLayout3();
+    ArrangePanes();
     m_helpContextId = kRecordHelp;
     return true;
 }
@@ -1045,6 +1172,13 @@ bool Form1::ReleaseShownRecord()
         return true;
     return m_registration->SaveRecordIfDirty(*db, *m_searchResultSet, m_layoutState == LayoutState::RecordShown,
         registration::ui::RegistrationController::Leaving::Close);
+}
+
+// A menu command leaves the shown record: its edits are written first, as "BackTo" does.
+void Form1::SaveShownRecord()
+{
+    if (m_layoutState == LayoutState::RecordShown)
+        SaveRecordIfDirty();
 }
 
 void Form1::EditHistoryLine(Command command)
@@ -1445,22 +1579,31 @@ void Form1::ShowLeftPane(int selector)
     }
 }
 
+// The panes of the current state: its left grid in front, then its layout procedure.
+void Form1::ArrangePanes()
+{
+    ShowLeftPane(int(paneSetFor(m_layoutState, m_binderList).left));
+    ArrangeForLayoutState();
+}
+
+// The layout procedure of the current state (also on every resize of the window).
 void Form1::ArrangeForLayoutState()
 {
-    switch (m_layoutState) {
-    case LayoutState::Lists:
+    switch (paneSetFor(m_layoutState, m_binderList).layout) {
+    case PaneLayout::Lists:
         UpdateLayout();
         break;
-    case LayoutState::FolderFileShown:
+    case PaneLayout::FileBesideList:
         UpdateLayout2();
         break;
-    case LayoutState::RecordShown:
+    case PaneLayout::Record:
         UpdateLayout3();
         break;
-    case LayoutState::SearchPanel:
-        UpdateLayout5();
+    case PaneLayout::Binders:
+        UpdateLayout4();
         break;
-    default:
+    case PaneLayout::WideList:
+        UpdateLayout5();
         break;
     }
 }
@@ -1481,7 +1624,7 @@ bool Form1::eventFilter(QObject *watched, QEvent *event)
 void Form1::picDragDropped(const QPoint &globalPos)
 {
     QWidget *target = nullptr;
-    for (QWidget *c : { fg2, vs, fg, fr, fs, mData, imk }) {
+    for (QWidget *c : { fg2, vs, fg3, fg, fr, fs, mData, imk }) {
         if (c->isVisible() && c->rect().contains(c->mapFromGlobal(globalPos))) {
             target = c;
             break;
@@ -1490,7 +1633,13 @@ void Form1::picDragDropped(const QPoint &globalPos)
     if (!target)
         return;
     const int x = target->mapFromGlobal(globalPos).x();
-    if (target == fg) {
+    const bool binderPanel = m_layoutState == LayoutState::Lists && m_binderList;
+    if (target == fg3 || (binderPanel && target != fg2 && target != vs)) {
+        // Beside the binder list the drop point itself becomes the list's right edge.
+        const int right = target == fg3 ? fg3->x() + x : target->x() + x;
+        fg3->resize(std::max(right - fg3->x(), twipsToPixels(kMinLeftTwips)), fg3->height());
+        UpdateLayout4();
+    } else if (target == fg) {
         fg->resize(std::max(x, 1), fg->height());
         UpdateLayout();
     } else if (target == fg2 || target == vs) {
@@ -1530,18 +1679,30 @@ void Form1::udDragDropped(const QPoint &globalPos)
 
 // ---------------------------------------------------------------- text size and help
 
+namespace {
+constexpr int kTextSizes[] = { 9, 10, 11, 12, 14, 16 };
+}
+
+// A text-size item: the size applied, checked in the menu and stored in the catalogue.
 void Form1::SetTextFontSize(int points)
 {
-    static const int sizes[] = { 9, 10, 11, 12, 14, 16 };
-    if (std::find(std::begin(sizes), std::end(sizes), points) == std::end(sizes))
+    if (!applyTextFontSize(points))
         return;
+    if (m_catalog.isOpen() && !m_catalog.isArchive())
+        SaveFontSize();
+}
+
+// The size for the grids' next fills and the file text, and its menu item checked alone.
+bool Form1::applyTextFontSize(int points)
+{
+    if (std::find(std::begin(kTextSizes), std::end(kTextSizes), points) == std::end(kTextSizes))
+        return false;
     m_textFontSize = points;
     m_browser->setFontSize(points);
     m_search->setFontSize(points);
-    for (int s : sizes)
+    for (int s : kTextSizes)
         m_menuItems.value(QStringLiteral("m%1").arg(s))->setChecked(s == points);
-    if (m_catalog.isOpen())
-        SaveFontSize();
+    return true;
 }
 
 // Stores the text size in the catalogue's FontSize table.

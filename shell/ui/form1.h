@@ -178,6 +178,7 @@ private:
     bool ShowOpenedRecord();
     bool SaveRecordIfDirty();
     bool ReleaseShownRecord();
+    void SaveShownRecord();
     void StepResultFile(bool next);
     void EditHistoryLine(Command command);
 
@@ -189,6 +190,10 @@ private:
     // ---- binders ----
     void EnterBinderContentsPanel();
     void EnterBinderMaintenance();
+    void ShowBinderPanel();
+    void ShowBinderContents();
+    void SaveFileOrder();
+    void Rec2Binder();
 
     // ---- layout ----
     int pixelsToTwips(int pixels) const;
@@ -198,6 +203,7 @@ private:
     void UpdateLayout4();
     void UpdateLayout5();
     void ShowLeftPane(int selector);
+    void ArrangePanes();
     void ArrangeForLayoutState();
     QRect leftRect(int leftWidth) const;
     QRect rightRect(int leftWidth) const;
@@ -208,6 +214,7 @@ private:
     void picDragDropped(const QPoint &globalPos);
     void udDragDropped(const QPoint &globalPos);
 
+    bool applyTextFontSize(int points);
     void SaveFontSize();
     void shutdown();
     void helpViewerMissing();
@@ -224,6 +231,7 @@ private:
 
     Mode m_mode = Mode::Start;
     LayoutState m_layoutState = LayoutState::Lists;
+    bool m_binderList = false; // the binder list fg3 leads the lists arrangement
     BinderOp m_binderOperation = BinderOp::None;
     // The viewer buttons on the toolbar (ViewerToolbarKind); none while a mode's own are shown.
     std::optional<ViewerKind> m_viewerButtons;
@@ -234,6 +242,7 @@ private:
     QString m_currentFileDate;
     QString m_lastChosenFolder;
     int m_openedRow = 0; // OpenedRow: the list row of the record shown
+    int m_currentResultRow = 0; // CurrentResultRow: the row of fs clicked last since it was filled
 
     int m_textFontSize = 10;
     int m_helpContextId = 0;

@@ -1,12 +1,38 @@
 #include "shell/ui/qtprompter.h"
 
 #include <QColorDialog>
+#include <QComboBox>
+#include <QDialog>
 #include <QFileDialog>
+#include <QHBoxLayout>
 #include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QRegularExpression>
+#include <QVBoxLayout>
 
 namespace tolvane::shell {
+
+namespace {
+// The two buttons of the small forms: Command1(0) confirms, Command1(1) cancels.
+QHBoxLayout *confirmButtons(QDialog *dlg, const QString &okCaption, QPushButton **okButton)
+{
+    auto *buttons = new QHBoxLayout;
+    *okButton = new QPushButton(okCaption, dlg);
+    (*okButton)->setObjectName(QStringLiteral("Command1(0)"));
+    (*okButton)->setDefault(true);
+    auto *cancelButton = new QPushButton(QStringLiteral("キャンセル"), dlg);
+    cancelButton->setObjectName(QStringLiteral("Command1(1)"));
+    buttons->addStretch();
+    buttons->addWidget(*okButton);
+    buttons->addWidget(cancelButton);
+    QObject::connect(*okButton, &QPushButton::clicked, dlg, &QDialog::accept);
+    QObject::connect(cancelButton, &QPushButton::clicked, dlg, &QDialog::reject);
+    return buttons;
+}
+} // namespace
 
 Prompter::Answer QtPrompter::message(const Message &msg)
 {
@@ -111,6 +137,51 @@ QString QtPrompter::text(const QString &title, const QString &label, const QStri
 int QtPrompter::number(const QString &title, const QString &label, int initial, int min, int max, bool *ok)
 {
     return QInputDialog::getInt(m_parent, title, label, initial, min, max, 1, ok);
+}
+
+QString QtPrompter::textForm(const TextForm &form, bool *ok)
+{
+    QDialog dlg(m_parent);
+    dlg.setObjectName(form.name);
+    dlg.setWindowTitle(form.title);
+    auto *layout = new QVBoxLayout(&dlg);
+    auto *label = new QLabel(form.label, &dlg);
+    label->setObjectName(QStringLiteral("Label1"));
+    layout->addWidget(label);
+    auto *edit = new QLineEdit(form.initial, &dlg);
+    edit->setObjectName(QStringLiteral("Text1"));
+    layout->addWidget(edit);
+    QPushButton *okButton = nullptr;
+    layout->addLayout(
+        confirmButtons(&dlg, form.okCaption.isEmpty() ? QStringLiteral("OK") : form.okCaption, &okButton));
+    const bool accepted = dlg.exec() == QDialog::Accepted;
+    if (ok)
+        *ok = accepted;
+    return accepted ? edit->text() : QString();
+}
+
+int QtPrompter::choose(const ChoiceForm &form, bool *ok)
+{
+    QDialog dlg(m_parent);
+    dlg.setObjectName(form.name);
+    dlg.setWindowTitle(form.title);
+    auto *layout = new QVBoxLayout(&dlg);
+    if (!form.label.isEmpty())
+        layout->addWidget(new QLabel(form.label, &dlg));
+    auto *combo = new QComboBox(&dlg);
+    combo->setObjectName(QStringLiteral("Combo1"));
+    combo->addItems(form.items);
+    combo->setPlaceholderText(form.placeholder);
+    combo->setCurrentIndex(-1);
+    combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    combo->setMinimumContentsLength(16);
+    layout->addWidget(combo);
+    QPushButton *okButton = nullptr;
+    layout->addLayout(confirmButtons(&dlg, QStringLiteral("OK"), &okButton));
+    const bool accepted = dlg.exec() == QDialog::Accepted;
+    if (ok)
+        *ok = accepted;
+    return accepted ? combo->currentIndex() : -1;
 }
 
 } // namespace tolvane::shell

@@ -25,6 +25,9 @@ public:
     QColor color(const QString &title, const QColor &initial, const QList<QColor> &customColours) override;
     QString text(const QString &title, const QString &label, const QString &initial, bool *ok) override;
     int number(const QString &title, const QString &label, int initial, int min, int max, bool *ok) override;
+    QString textForm(const TextForm &form, bool *ok) override;
+    // A dialog with the drop-down list (Combo1) and the two buttons Command1(0) and Command1(1).
+    int choose(const ChoiceForm &form, bool *ok) override;
 
     // The first extension of a filter such as "Database (*.mdb)" ("mdb"), or empty.
     static QString defaultSuffix(const QString &filter);

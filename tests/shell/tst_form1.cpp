@@ -361,6 +361,9 @@ private Q_SLOTS:
         const QString path = withCatalogue ? makeCatalogue() : QString();
         for (const QString &f : folders)
             h.prompter.planFolder(f == QStringLiteral("dir") ? m_folder : f);
+        // Creating a binder opens the name form at once; here it is cancelled.
+        if (steps.contains(QStringLiteral("m:mBinderFolder")))
+            h.prompter.planText(QString(), false);
         bool fromViewer = false;
         for (const QString &step : steps) {
             if (step == QStringLiteral("open")) {

@@ -100,4 +100,24 @@ int ScriptedPrompter::number(const QString &title, const QString &label, int ini
     return v.isValid() ? v.toInt() : initial;
 }
 
+QString ScriptedPrompter::textForm(const TextForm &form, bool *ok)
+{
+    m_forms.append({ form.initial, form.okCaption, {} });
+    const QVariant v = take(
+        QStringLiteral("text"), { QStringLiteral("text"), form.title, form.label, Icon::None, Buttons::OkCancel });
+    if (ok)
+        *ok = v.isValid();
+    return v.toString();
+}
+
+int ScriptedPrompter::choose(const ChoiceForm &form, bool *ok)
+{
+    m_forms.append({ form.placeholder, {}, form.items });
+    const QVariant v = take(
+        QStringLiteral("choice"), { QStringLiteral("choice"), form.title, form.label, Icon::None, Buttons::OkCancel });
+    if (ok)
+        *ok = v.isValid();
+    return v.isValid() ? v.toInt() : -1;
+}
+
 } // namespace tolvane::test
