@@ -188,158 +188,155 @@ private slots:
         r = cli({ QStringLiteral("repair"), mdb });
         QCOMPARE(r.code, 1);
         QVERIFY(r.err.startsWith(QStringLiteral("修復ができませんでした。")));
-        // The binder commands on a registered folder: the window's rules and messages, refusals
-        // with status 1, listings in BdNo and DocNo order.
-        void binders()
+    }
+
+    // The binder commands on a registered folder: the window's rules and messages, refusals
+    // with status 1, listings in BdNo and DocNo order.
+    void binders()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/b.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString folder = m_tmp.path() + QStringLiteral("/綴");
+        QVERIFY(QDir().mkpath(folder));
+        for (const char *name : { "a.txt", "b.txt" })
+            QVERIFY(tolvane::test::writeFile(folder + QLatin1Char('/') + QString::fromLatin1(name), 1));
+        QCOMPARE(cli({ QStringLiteral("register"), mdb, folder }).code, 0);
+        auto binder = [&](QStringList args) {
+            args.insert(1, mdb);
+            args.prepend(QStringLiteral("binder"));
+            return cli(args);
+        };
+
+        QCOMPARE(binder({ QStringLiteral("create"), QStringLiteral("請求書") }).code, 0);
+        Run r = binder({ QStringLiteral("create"), QStringLiteral(" 請求書 ") });
+        QCOMPARE(r.code, 1);
+        QCOMPARE(r.err, QStringLiteral("同名のバインダが既にあります。　別の名前に変更してください。\n"));
+        QCOMPARE(binder({ QStringLiteral("create"), QStringLiteral("見積") }).code, 0);
+        r = binder({ QStringLiteral("list") });
+        QCOMPARE(r.out, QStringLiteral("1\t請求書\t1\n3\t見積\t3\n"));
+
+        r = binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("b.txt") });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("表示中のファイルを、バインダ「請求書」　に登録しました。\n"));
+        QCOMPARE(binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("a.txt") }).code, 0);
+        QCOMPARE(
+            binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("none.txt") }).code, 1);
+        QCOMPARE(binder({ QStringLiteral("add"), QStringLiteral("無い"), folder, QStringLiteral("a.txt") }).code, 1);
+        r = binder({ QStringLiteral("move"), QStringLiteral("請求書"), QStringLiteral("a.txt"), QStringLiteral("up") });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("並べ替えを登録しました。\n"));
+        r = binder({ QStringLiteral("contents"), QStringLiteral("請求書") });
+        QCOMPARE(r.out, QStringLiteral("1\ta.txt\t1\t1\n1\tb.txt\t1\t2\n"));
+        r = binder({ QStringLiteral("move"), QStringLiteral("見積"), QStringLiteral("a.txt"), QStringLiteral("up") });
+        QCOMPARE(r.code, 1);
+        QCOMPARE(r.err, QStringLiteral("バインダにはファイルがありません。\n"));
+
+        QCOMPARE(binder({ QStringLiteral("rename"), QStringLiteral("見積"), QStringLiteral("請求書") }).code, 1);
+        QCOMPARE(binder({ QStringLiteral("rename"), QStringLiteral("見積"), QStringLiteral("見積書") }).code, 0);
+        QCOMPARE(binder({ QStringLiteral("delete"), QStringLiteral("請求書") }).code, 0);
+        QCOMPARE(binder({ QStringLiteral("list") }).out, QStringLiteral("3\t見積書\t3\n"));
+        QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("BINDER") }).out, QString());
+        QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out.count(QLatin1Char('\n')), 2);
+        QCOMPARE(binder({ QStringLiteral("list"), QStringLiteral("extra") }).code, 2);
+    }
+
+    void refusals()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/r.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString empty = m_tmp.path() + QStringLiteral("/empty");
+        QVERIFY(QDir().mkpath(empty));
+        Run r = cli({ QStringLiteral("register"), mdb, empty });
+        QCOMPARE(r.code, 1);
+        QCOMPARE(r.err, QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。\n"));
+        QCOMPARE(r.out, QString());
+
+        // A file the catalogue cannot store is named on standard error; the rest is registered.
+        const QString longName = QString(121, QLatin1Char('n'));
+        QVERIFY(tolvane::test::writeFile(empty + QLatin1Char('/') + longName, 1, QDateTime::currentDateTime()));
+        QVERIFY(tolvane::test::writeFile(empty + QStringLiteral("/a.txt"), 1, QDateTime::currentDateTime()));
+        r = cli({ QStringLiteral("register"), mdb, empty });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("1件のファイル情報を登録しました。\n"));
+        QCOMPARE(r.err,
+            QStringLiteral("次の1件のファイルは登録できませんでした。\n　") + longName
+                + QStringLiteral("（ファイル名が長すぎます（120文字まで））\n"));
+
+        r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("NoSuchTable") });
+        QCOMPARE(r.code, 1);
+        QVERIFY(!r.err.isEmpty());
+        r = cli({ QStringLiteral("dump"), m_tmp.path() + QStringLiteral("/missing.mdb"), QStringLiteral("DBID") });
+        QCOMPARE(r.code, 1);
+        QCOMPARE(cli({ QStringLiteral("register"), mdb }).code, 2);
+
+        // A Jet file that is not a catalogue (another writer's, or one whose DBID row is gone)
+        // is refused by every command that works on a catalogue, as the window refuses it.
+        const QString foreign = m_tmp.path() + QStringLiteral("/foreign.mdb");
+        QVERIFY(QFile::copy(QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-sample.mdb"), foreign));
+        const QString noMark = m_tmp.path() + QStringLiteral("/nomark.mdb");
+        QVERIFY(QFile::copy(mdb, noMark));
         {
-            const QString mdb = m_tmp.path() + QStringLiteral("/b.mdb");
-            QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
-            const QString folder = m_tmp.path() + QStringLiteral("/綴");
-            QVERIFY(QDir().mkpath(folder));
-            for (const char *name : { "a.txt", "b.txt" })
-                QVERIFY(tolvane::test::writeFile(folder + QLatin1Char('/') + QString::fromLatin1(name), 1));
-            QCOMPARE(cli({ QStringLiteral("register"), mdb, folder }).code, 0);
-            auto binder = [&](QStringList args) {
-                args.insert(1, mdb);
-                args.prepend(QStringLiteral("binder"));
-                return cli(args);
-            };
-
-            QCOMPARE(binder({ QStringLiteral("create"), QStringLiteral("請求書") }).code, 0);
-            Run r = binder({ QStringLiteral("create"), QStringLiteral(" 請求書 ") });
-            QCOMPARE(r.code, 1);
-            QCOMPARE(r.err, QStringLiteral("同名のバインダが既にあります。　別の名前に変更してください。\n"));
-            QCOMPARE(binder({ QStringLiteral("create"), QStringLiteral("見積") }).code, 0);
-            r = binder({ QStringLiteral("list") });
-            QCOMPARE(r.out, QStringLiteral("1\t請求書\t1\n3\t見積\t3\n"));
-
-            r = binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("b.txt") });
-            QCOMPARE(r.code, 0);
-            QCOMPARE(r.out, QStringLiteral("表示中のファイルを、バインダ「請求書」　に登録しました。\n"));
-            QCOMPARE(
-                binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("a.txt") }).code, 0);
-            QCOMPARE(
-                binder({ QStringLiteral("add"), QStringLiteral("請求書"), folder, QStringLiteral("none.txt") }).code,
-                1);
-            QCOMPARE(
-                binder({ QStringLiteral("add"), QStringLiteral("無い"), folder, QStringLiteral("a.txt") }).code, 1);
-            r = binder(
-                { QStringLiteral("move"), QStringLiteral("請求書"), QStringLiteral("a.txt"), QStringLiteral("up") });
-            QCOMPARE(r.code, 0);
-            QCOMPARE(r.out, QStringLiteral("並べ替えを登録しました。\n"));
-            r = binder({ QStringLiteral("contents"), QStringLiteral("請求書") });
-            QCOMPARE(r.out, QStringLiteral("1\ta.txt\t1\t1\n1\tb.txt\t1\t2\n"));
-            r = binder(
-                { QStringLiteral("move"), QStringLiteral("見積"), QStringLiteral("a.txt"), QStringLiteral("up") });
-            QCOMPARE(r.code, 1);
-            QCOMPARE(r.err, QStringLiteral("バインダにはファイルがありません。\n"));
-
-            QCOMPARE(binder({ QStringLiteral("rename"), QStringLiteral("見積"), QStringLiteral("請求書") }).code, 1);
-            QCOMPARE(binder({ QStringLiteral("rename"), QStringLiteral("見積"), QStringLiteral("見積書") }).code, 0);
-            QCOMPARE(binder({ QStringLiteral("delete"), QStringLiteral("請求書") }).code, 0);
-            QCOMPARE(binder({ QStringLiteral("list") }).out, QStringLiteral("3\t見積書\t3\n"));
-            QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("BINDER") }).out, QString());
-            QCOMPARE(cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") }).out.count(QLatin1Char('\n')), 2);
-            QCOMPARE(binder({ QStringLiteral("list"), QStringLiteral("extra") }).code, 2);
+            auto db = tolvane::jet::Database::open(noMark);
+            QVERIFY(db);
+            auto dbid = (*db)->openTable(tolvane::catalog::kDbidTable);
+            QVERIFY(dbid && !(*dbid)->eof());
+            QVERIFY((*dbid)->deleteCurrent());
         }
-
-        void refusals()
-        {
-            const QString mdb = m_tmp.path() + QStringLiteral("/r.mdb");
-            QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
-            const QString empty = m_tmp.path() + QStringLiteral("/empty");
-            QVERIFY(QDir().mkpath(empty));
-            Run r = cli({ QStringLiteral("register"), mdb, empty });
-            QCOMPARE(r.code, 1);
-            QCOMPARE(r.err, QStringLiteral("ファイルが存在しません。　左パネルからフォルダを選択してください。\n"));
-            QCOMPARE(r.out, QString());
-
-            // A file the catalogue cannot store is named on standard error; the rest is registered.
-            const QString longName = QString(121, QLatin1Char('n'));
-            QVERIFY(tolvane::test::writeFile(empty + QLatin1Char('/') + longName, 1, QDateTime::currentDateTime()));
-            QVERIFY(tolvane::test::writeFile(empty + QStringLiteral("/a.txt"), 1, QDateTime::currentDateTime()));
-            r = cli({ QStringLiteral("register"), mdb, empty });
-            QCOMPARE(r.code, 0);
-            QCOMPARE(r.out, QStringLiteral("1件のファイル情報を登録しました。\n"));
-            QCOMPARE(r.err,
-                QStringLiteral("次の1件のファイルは登録できませんでした。\n　") + longName
-                    + QStringLiteral("（ファイル名が長すぎます（120文字まで））\n"));
-
-            r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("NoSuchTable") });
-            QCOMPARE(r.code, 1);
-            QVERIFY(!r.err.isEmpty());
-            r = cli({ QStringLiteral("dump"), m_tmp.path() + QStringLiteral("/missing.mdb"), QStringLiteral("DBID") });
-            QCOMPARE(r.code, 1);
-            QCOMPARE(cli({ QStringLiteral("register"), mdb }).code, 2);
-
-            // A Jet file that is not a catalogue (another writer's, or one whose DBID row is gone)
-            // is refused by every command that works on a catalogue, as the window refuses it.
-            const QString foreign = m_tmp.path() + QStringLiteral("/foreign.mdb");
-            QVERIFY(QFile::copy(QStringLiteral(TOLVANE_SHARED_DIR "/testdata/jackcess-sample.mdb"), foreign));
-            const QString noMark = m_tmp.path() + QStringLiteral("/nomark.mdb");
-            QVERIFY(QFile::copy(mdb, noMark));
-            {
-                auto db = tolvane::jet::Database::open(noMark);
-                QVERIFY(db);
-                auto dbid = (*db)->openTable(tolvane::catalog::kDbidTable);
-                QVERIFY(dbid && !(*dbid)->eof());
-                QVERIFY((*dbid)->deleteCurrent());
-            }
-            const QString notCatalog = QStringLiteral("Tolvane 用データベースを選択してください。\n");
-            for (const QString &file : { foreign, noMark }) {
-                for (const QStringList &args :
-                    { QStringList { QStringLiteral("search"), file, QStringLiteral("--keyword"), QStringLiteral("%") },
-                        QStringList { QStringLiteral("register"), file, empty } }) {
-                    r = cli(args);
-                    QCOMPARE(r.code, 1);
-                    QCOMPARE(r.err, notCatalog);
-                    QCOMPARE(r.out, QString());
-                }
+        const QString notCatalog = QStringLiteral("Tolvane 用データベースを選択してください。\n");
+        for (const QString &file : { foreign, noMark }) {
+            for (const QStringList &args :
+                { QStringList { QStringLiteral("search"), file, QStringLiteral("--keyword"), QStringLiteral("%") },
+                    QStringList { QStringLiteral("register"), file, empty } }) {
+                r = cli(args);
+                QCOMPARE(r.code, 1);
+                QCOMPARE(r.err, notCatalog);
+                QCOMPARE(r.out, QString());
             }
         }
+    }
 
-        // classes set replaces the list in the order of the file's positions; a refused file or
-        // value leaves it as it was.
-        void classesListAndSet()
-        {
-            const QString mdb = m_tmp.path() + QStringLiteral("/分類.mdb");
-            QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
-            const QString sample
-                = QStringLiteral("朝霧　凪\t&HFFFFC0\t1\n水無瀬　灯\t&HC0FFFF\t2\n霜月　柊\t&HFFC0C0\t3\n");
-            QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, sample);
+    // classes set replaces the list in the order of the file's positions; a refused file or
+    // value leaves it as it was.
+    void classesListAndSet()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/分類.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString sample
+            = QStringLiteral("朝霧　凪\t&HFFFFC0\t1\n水無瀬　灯\t&HC0FFFF\t2\n霜月　柊\t&HFFC0C0\t3\n");
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, sample);
 
-            auto listFile = [&](const QString &name, const QString &text) {
-                QFile f(m_tmp.path() + QLatin1Char('/') + name);
-                if (!f.open(QIODevice::WriteOnly))
-                    return QString();
-                f.write("\xEF\xBB\xBF" + text.toUtf8()); // with a byte-order mark, as Windows editors write
-                return f.fileName();
-            };
-            const QString tsv = listFile(QStringLiteral("new.tsv"),
-                QStringLiteral("O'Neil's　図面\t12648447\t20\r\n\r\nｶﾀﾛｸﾞ\t\t5\r\n見積\t&HFFC0C0\t5\r\n"));
-            Run r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, tsv });
-            QCOMPARE(r.err, QString());
-            QCOMPARE(r.code, 0);
-            QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out,
-                QStringLiteral("ｶﾀﾛｸﾞ\t\t1\n見積\t&HFFC0C0\t2\nO'Neil's　図面\t12648447\t3\n"));
-            QVERIFY(tolvane::test::jetCheck(mdb).ok);
+        auto listFile = [&](const QString &name, const QString &text) {
+            QFile f(m_tmp.path() + QLatin1Char('/') + name);
+            if (!f.open(QIODevice::WriteOnly))
+                return QString();
+            f.write("\xEF\xBB\xBF" + text.toUtf8()); // with a byte-order mark, as Windows editors write
+            return f.fileName();
+        };
+        const QString tsv = listFile(QStringLiteral("new.tsv"),
+            QStringLiteral("O'Neil's　図面\t12648447\t20\r\n\r\nｶﾀﾛｸﾞ\t\t5\r\n見積\t&HFFC0C0\t5\r\n"));
+        Run r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, tsv });
+        QCOMPARE(r.err, QString());
+        QCOMPARE(r.code, 0);
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out,
+            QStringLiteral("ｶﾀﾛｸﾞ\t\t1\n見積\t&HFFC0C0\t2\nO'Neil's　図面\t12648447\t3\n"));
+        QVERIFY(tolvane::test::jetCheck(mdb).ok);
 
-            const QString listed = cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out;
-            const QString tooLong = listFile(QStringLiteral("long.tsv"),
-                QStringLiteral("a\t1\t1\n") + QString(61, QLatin1Char('x')) + QStringLiteral("\t2\t2\n"));
-            r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, tooLong });
-            QCOMPARE(r.code, 1);
-            QVERIFY(r.err.contains(QStringLiteral("row 2")));
-            const QString badColour = listFile(QStringLiteral("colour.tsv"), QStringLiteral("a\tred\t1\n"));
-            r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, badColour });
-            QCOMPARE(r.code, 1);
-            QVERIFY(r.err.contains(QStringLiteral("colour.tsv:1:")));
-            const QString twoFields = listFile(QStringLiteral("two.tsv"), QStringLiteral("a\t1\n"));
-            QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, twoFields }).code, 1);
-            QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, listed);
-            QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("add"), mdb }).code, 2);
-        }
-    };
+        const QString listed = cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out;
+        const QString tooLong = listFile(QStringLiteral("long.tsv"),
+            QStringLiteral("a\t1\t1\n") + QString(61, QLatin1Char('x')) + QStringLiteral("\t2\t2\n"));
+        r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, tooLong });
+        QCOMPARE(r.code, 1);
+        QVERIFY(r.err.contains(QStringLiteral("row 2")));
+        const QString badColour = listFile(QStringLiteral("colour.tsv"), QStringLiteral("a\tred\t1\n"));
+        r = cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, badColour });
+        QCOMPARE(r.code, 1);
+        QVERIFY(r.err.contains(QStringLiteral("colour.tsv:1:")));
+        const QString twoFields = listFile(QStringLiteral("two.tsv"), QStringLiteral("a\t1\n"));
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, twoFields }).code, 1);
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, listed);
+        QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("add"), mdb }).code, 2);
+    }
+};
 
-    QTEST_GUILESS_MAIN(TestCli)
+QTEST_GUILESS_MAIN(TestCli)
 #include "tst_cli.moc"

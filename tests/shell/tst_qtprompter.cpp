@@ -184,53 +184,55 @@ private Q_SLOTS:
             QCOMPARE(QColorDialog::customColor(i).rgb(), custom[i].rgb());
         whenModal<QColorDialog>([](QColorDialog *dlg) { dlg->reject(); });
         QVERIFY(!prompter.color(QStringLiteral("背景色"), Qt::white, custom).isValid());
-        // The binder chooser and the name form as the user meets them.
-        void smallForms()
-        {
-            QtPrompter prompter;
-            const Prompter::ChoiceForm choice { QStringLiteral("バインダ選択"), QString(),
-                { QStringLiteral("請求書"), QStringLiteral("見積") }, QStringLiteral("バインダ選択"),
-                QStringLiteral("Form2") };
-            // OK with nothing picked: confirmed, no item.
-            QString shown;
-            whenModal<QDialog>([&](QDialog *dlg) {
-                auto *combo = dlg->findChild<QComboBox *>(QStringLiteral("Combo1"));
-                shown = combo ? combo->currentText() + QLatin1Char('/') + combo->placeholderText() : QString();
-                dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"))->click();
-            });
-            bool ok = false;
-            QCOMPARE(prompter.choose(choice, &ok), -1);
-            QVERIFY(ok);
-            QCOMPARE(shown, QStringLiteral("/バインダ選択"));
-            whenModal<QDialog>([&](QDialog *dlg) {
-                dlg->findChild<QComboBox *>(QStringLiteral("Combo1"))->setCurrentIndex(1);
-                dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"))->click();
-            });
-            QCOMPARE(prompter.choose(choice, &ok), 1);
-            whenModal<QDialog>([&](QDialog *dlg) {
-                dlg->findChild<QComboBox *>(QStringLiteral("Combo1"))->setCurrentIndex(1);
-                dlg->findChild<QPushButton *>(QStringLiteral("Command1(1)"))->click();
-            });
-            QCOMPARE(prompter.choose(choice, &ok), -1);
-            QVERIFY(!ok);
+    }
 
-            // The name form carries its own confirm caption and starts with the given name.
-            QString button;
-            whenModal<QDialog>([&](QDialog *dlg) {
-                auto *b = dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"));
-                button = dlg->objectName() + QLatin1Char(':') + b->text();
-                QTest::keyClicks(dlg->findChild<QLineEdit *>(QStringLiteral("Text1")), QStringLiteral("2"));
-                b->click();
-            });
-            const QString typed = prompter.textForm(
-                { QStringLiteral("バインダ名　変更"), QStringLiteral("変更後のバインダ名を記入してください。"),
-                    QStringLiteral("図面"), QStringLiteral("変更"), QStringLiteral("Form4") },
-                &ok);
-            QVERIFY(ok);
-            QCOMPARE(typed, QStringLiteral("図面2"));
-            QCOMPARE(button, QStringLiteral("Form4:変更"));
-        }
-    };
+    // The binder chooser and the name form as the user meets them.
+    void smallForms()
+    {
+        QtPrompter prompter;
+        const Prompter::ChoiceForm choice { QStringLiteral("バインダ選択"), QString(),
+            { QStringLiteral("請求書"), QStringLiteral("見積") }, QStringLiteral("バインダ選択"),
+            QStringLiteral("Form2") };
+        // OK with nothing picked: confirmed, no item.
+        QString shown;
+        whenModal<QDialog>([&](QDialog *dlg) {
+            auto *combo = dlg->findChild<QComboBox *>(QStringLiteral("Combo1"));
+            shown = combo ? combo->currentText() + QLatin1Char('/') + combo->placeholderText() : QString();
+            dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"))->click();
+        });
+        bool ok = false;
+        QCOMPARE(prompter.choose(choice, &ok), -1);
+        QVERIFY(ok);
+        QCOMPARE(shown, QStringLiteral("/バインダ選択"));
+        whenModal<QDialog>([&](QDialog *dlg) {
+            dlg->findChild<QComboBox *>(QStringLiteral("Combo1"))->setCurrentIndex(1);
+            dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"))->click();
+        });
+        QCOMPARE(prompter.choose(choice, &ok), 1);
+        whenModal<QDialog>([&](QDialog *dlg) {
+            dlg->findChild<QComboBox *>(QStringLiteral("Combo1"))->setCurrentIndex(1);
+            dlg->findChild<QPushButton *>(QStringLiteral("Command1(1)"))->click();
+        });
+        QCOMPARE(prompter.choose(choice, &ok), -1);
+        QVERIFY(!ok);
 
-    QTEST_MAIN(TestQtPrompter)
+        // The name form carries its own confirm caption and starts with the given name.
+        QString button;
+        whenModal<QDialog>([&](QDialog *dlg) {
+            auto *b = dlg->findChild<QPushButton *>(QStringLiteral("Command1(0)"));
+            button = dlg->objectName() + QLatin1Char(':') + b->text();
+            QTest::keyClicks(dlg->findChild<QLineEdit *>(QStringLiteral("Text1")), QStringLiteral("2"));
+            b->click();
+        });
+        const QString typed = prompter.textForm(
+            { QStringLiteral("バインダ名　変更"), QStringLiteral("変更後のバインダ名を記入してください。"),
+                QStringLiteral("図面"), QStringLiteral("変更"), QStringLiteral("Form4") },
+            &ok);
+        QVERIFY(ok);
+        QCOMPARE(typed, QStringLiteral("図面2"));
+        QCOMPARE(button, QStringLiteral("Form4:変更"));
+    }
+};
+
+QTEST_MAIN(TestQtPrompter)
 #include "tst_qtprompter.moc"
