@@ -28,6 +28,7 @@
 #include "platform/apptitle.h"
 #include "platform/utf8.h"
 #include "registration/ui/registrationcontroller.h"
+#include "registration/ui/slipgrid.h"
 #include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
 #include "shell/browseforfolder.h"
@@ -423,7 +424,14 @@ void Form1::run(Command command)
             m_binders->DeleteOrDetach();
         break;
     case Command::Size:
-        m_viewer->ToggleSizeCaption();
+        if (QAction *size = toolAction(QStringLiteral("size"))) {
+            const viewer::SizeButton next = m_viewer->ToggleSizeCaption(size->iconText());
+            size->setIcon(toolbarIcon(next.image));
+            size->setText(next.caption);
+            size->setIconText(next.caption);
+            size->setToolTip(next.toolTip);
+            size->setWhatsThis(next.toolTip);
+        }
         break;
     case Command::Left90:
     case Command::Right90:
@@ -443,7 +451,7 @@ void Form1::run(Command command)
         m_viewer->ChooseBackColor();
         break;
     case Command::Excel:
-        m_viewer->ExportToExcel();
+        m_viewer->ExportToExcel(pictureSheet());
         break;
     }
 }
@@ -963,6 +971,23 @@ void Form1::EditHistoryLine(Command command)
 }
 
 // ---------------------------------------------------------------- viewer
+
+// The data the "excel" export writes beside the picture: the file's own data when the files of
+// a folder are shown, the slip's first five rows when the picture comes from the catalogue.
+viewer::PictureSheet Form1::pictureSheet() const
+{
+    viewer::PictureSheet sheet;
+    sheet.variant
+        = m_mode == Mode::FileShow ? viewer::PictureSheet::Variant::FileData : viewer::PictureSheet::Variant::Slip;
+    sheet.catalogName = m_catalog.CatalogName;
+    sheet.folder = m_currentFolder;
+    sheet.fileName = m_currentFileName;
+    sheet.fileDate = m_currentFileDate;
+    for (int row = 1; row <= 5; ++row)
+        sheet.slipRows.append(
+            { m_registration->slipGrid()->cellText(row, 1), m_registration->slipGrid()->cellText(row, 2) });
+    return sheet;
+}
 
 // Shows the current file by its extension and keeps the viewer part of the toolbar in step.
 void Form1::DispFR()
