@@ -1,11 +1,11 @@
 #include "viewer/excelexport.h"
 
+#include <xlsxwriter.h>
+
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <xlsxwriter.h>
 
 #include "viewer/picturefile.h"
 
@@ -81,7 +81,8 @@ int pictureSheetRow(PictureSheet::Variant variant)
     return variant == PictureSheet::Variant::FileData ? 7 : 13;
 }
 
-Result<PictureSheetOutcome> writePictureSheet(const QString &xlsxPath, const PictureSheet &sheet, const QString &picturePath)
+Result<PictureSheetOutcome> writePictureSheet(
+    const QString &xlsxPath, const PictureSheet &sheet, const QString &picturePath)
 {
     if (QFileInfo::exists(xlsxPath))
         return Status::invalidArgument(xlsxPath);

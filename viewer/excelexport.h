@@ -41,6 +41,7 @@ struct PictureSheetOutcome {
 // pixels to the inch); formats the spreadsheet cannot hold (TIFF, PCX, metafiles …) are
 // re-encoded to PNG. IOError when the workbook could not be written; InvalidArgument when
 // xlsxPath exists already.
-Result<PictureSheetOutcome> writePictureSheet(const QString &xlsxPath, const PictureSheet &sheet, const QString &picturePath);
+Result<PictureSheetOutcome> writePictureSheet(
+    const QString &xlsxPath, const PictureSheet &sheet, const QString &picturePath);
 
 } // namespace tolvane::viewer

@@ -1,10 +1,9 @@
 #include "viewer/tiffpages.h"
 
 #include <memory>
+#include <tiffio.h>
 
 #include <QFile>
-
-#include <tiffio.h>
 
 namespace tolvane::viewer {
 

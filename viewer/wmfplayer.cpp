@@ -185,8 +185,8 @@ QBrush brushFor(int style, QColor colour, int hatch)
     case 1:
         return QBrush(Qt::NoBrush);
     case 2: {
-        static const Qt::BrushStyle hatches[] = { Qt::HorPattern, Qt::VerPattern, Qt::BDiagPattern,
-            Qt::FDiagPattern, Qt::CrossPattern, Qt::DiagCrossPattern };
+        static const Qt::BrushStyle hatches[] = { Qt::HorPattern, Qt::VerPattern, Qt::BDiagPattern, Qt::FDiagPattern,
+            Qt::CrossPattern, Qt::DiagCrossPattern };
         return QBrush(colour, hatch >= 0 && hatch < 6 ? hatches[hatch] : Qt::SolidPattern);
     }
     default:

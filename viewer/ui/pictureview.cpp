@@ -288,6 +288,9 @@ void PictureView::scrollContentsBy(int, int)
 
 bool PictureView::viewportEvent(QEvent *event)
 {
+    // The scroll bars coming or going change the viewport; the ranges follow it.
+    if (event->type() == QEvent::Resize)
+        updateScrollBars();
     if (m_magnifier) {
         if (event->type() == QEvent::MouseMove) {
             m_pointer = static_cast<QMouseEvent *>(event)->position().toPoint();
