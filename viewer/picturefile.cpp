@@ -189,7 +189,11 @@ QImage withSquarePixels(const QImage &image)
         size.setHeight(qRound(qreal(size.height()) * dx / dy));
     else
         size.setWidth(qRound(qreal(size.width()) * dy / dx));
-    QImage square = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    // Fax pages are black and white: repeating lines keeps them crisp and costs a fraction of
+    // smooth scaling, which would turn a 1-bit page into 32 bits.
+    const bool bilevel = image.depth() == 1;
+    QImage square
+        = image.scaled(size, Qt::IgnoreAspectRatio, bilevel ? Qt::FastTransformation : Qt::SmoothTransformation);
     const int d = std::max(dx, dy);
     square.setDotsPerMeterX(d);
     square.setDotsPerMeterY(d);
