@@ -26,6 +26,8 @@
 #include "catalog/lifecycle.h"
 #include "catalog/schema.h"
 #include "platform/apptitle.h"
+#include "platform/tableexport.h"
+#include "platform/ui/gridview.h"
 #include "platform/utf8.h"
 #include "registration/ui/registrationcontroller.h"
 #include "registration/ui/slipgrid.h"
@@ -231,6 +233,7 @@ void Form1::createMenus()
     item(mFile, "mFileDBOpen", "データベースを開く", [this] { OpenCatalog(); });
     mFile->addSeparator();
     item(mFile, "mFileDBCreate", "データベース新規作成", [this] { mFileDBCreate_Click(); });
+    item(mFile, "mFileExportList", "検索結果を書き出す", [this] { ExportResultList(); });
     item(mFile, "mFileQuit", "終了", [this] { close(); });
 
     QMenu *mRec = menu(bar, nullptr, "mRec", "登録");
@@ -968,6 +971,27 @@ void Form1::EditHistoryLine(Command command)
         m_registration->AddLine();
     else
         m_registration->DelLine();
+}
+
+// ---------------------------------------------------------------- result list export
+
+// Writes the result list as shown (its seven columns and their headings) to a spreadsheet or
+// CSV file the user names.
+void Form1::ExportResultList()
+{
+    const QStringList headings = tolvane::ui::gridHeadings(m_search->resultList());
+    const QList<QStringList> rows = tolvane::ui::gridTexts(m_search->resultList());
+    if (rows.isEmpty()) {
+        m_prompter.inform(appTitle(), QStringLiteral("書き出す検索結果がありません。"), Prompter::Icon::Information);
+        return;
+    }
+    const QString path = m_prompter.saveFile(
+        QStringLiteral("検索結果を書き出す"), QStringLiteral("Excel ブック (*.xlsx);;CSV UTF-8 (*.csv)"));
+    if (path.isEmpty())
+        return;
+    if (const Status written = writeTable(path, headings, rows); !written)
+        m_prompter.inform(appTitle(), QDir::toNativeSeparators(path) + QStringLiteral(" に書き出せませんでした。"),
+            Prompter::Icon::Warning);
 }
 
 // ---------------------------------------------------------------- viewer

@@ -145,6 +145,7 @@ private:
     void setToolEnabled(const QString &key, bool enabled);
     void showViewerButtons(ViewerKind kind);
     viewer::PictureSheet pictureSheet() const;
+    void ExportResultList();
 
     // ---- status bar and menus ----
     void InitStatusBar();

@@ -411,6 +411,24 @@ private slots:
         const Anchor a = pictureAnchor(m_opened.first());
         QCOMPARE(a.row, 13); // A14
         QVERIFY(qAbs(a.cx - 160 * 9525) < 9525);
+
+        // The result list itself goes out too: File > 検索結果を書き出す, as shown.
+        const QString list = m_catDir.filePath(QStringLiteral("result.xlsx"));
+        prompter().planSaveFile(list);
+        form().menuItem(QStringLiteral("mFileExportList"))->trigger();
+        QVERIFY(prompter().messages().isEmpty());
+        const auto shown = cells(list);
+        const QAbstractItemModel *model = fs->model();
+        QCOMPARE(model->rowCount(), 1);
+        for (int col = 0; col < model->columnCount(); ++col) {
+            const QString cell = QString(QChar(u'A' + col));
+            QCOMPARE(shown.value(cell + QLatin1Char('1')), model->headerData(col, Qt::Horizontal).toString());
+            QCOMPARE(shown.value(cell + QLatin1Char('2')), model->index(0, col).data().toString());
+        }
+        const QStringList second = shown.values().filter(QRegularExpression(QStringLiteral(".+")));
+        QVERIFY(second.contains(QStringLiteral(u"朝霧\u3000凪")));
+        QVERIFY(second.contains(QStringLiteral("港の朝")));
+        QVERIFY(!second.filter(QRegularExpression(QStringLiteral("^2024.05.01"))).isEmpty());
     }
 
     void exportWithoutSpreadsheetApplication()
