@@ -255,9 +255,15 @@ void PictureView::paintEvent(QPaintEvent *)
         // A fitted picture is scaled once per size, not on every repaint.
         if (m_fittedCache.size() != target.size()) {
             const QImage &shown = shownImage();
-            m_fittedCache = QPixmap::fromImage(shown.size() == target.size()
-                    ? shown
-                    : shown.scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+            if (shown.size() == target.size()) {
+                m_fittedCache = QPixmap::fromImage(shown);
+            } else {
+                // Bi-level pages (fax scans) are reduced in grey, so that thin strokes stay
+                // visible instead of dropping out between sampled pixels.
+                const QImage source = shown.depth() == 1 ? shown.convertToFormat(QImage::Format_Grayscale8) : shown;
+                m_fittedCache
+                    = QPixmap::fromImage(source.scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+            }
         }
         p.drawPixmap(target.topLeft(), m_fittedCache);
     } else {
