@@ -3,6 +3,8 @@
 // and its pixels, the background toggle, a large JPEG shown reduced then whole, and the
 // "excel" export in both layouts read back from the written workbook, with its two failure
 // messages. No picture file is written by any of it.
+#include <tuple>
+
 #include <QAction>
 #include <QDateTime>
 #include <QDir>
@@ -172,6 +174,32 @@ private slots:
         QVERIFY(photo.save(m_tmp.filePath(QStringLiteral("photo.png")), "PNG"));
         QVERIFY(photo.save(m_tmp.filePath(QStringLiteral("photo.tif")), "TIFF"));
         QVERIFY(photo.save(m_tmp.filePath(QStringLiteral("view.png")), "PNG"));
+        // Three pages, each one grey level (10, 20, 30) throughout.
+        QByteArray tiff("II*\0", 4);
+        const auto u16 = [&](int v) { tiff.append(char(v & 0xFF)).append(char((v >> 8) & 0xFF)); };
+        const auto u32 = [&](qint64 v) {
+            for (int i = 0; i < 4; ++i)
+                tiff.append(char((v >> (8 * i)) & 0xFF));
+        };
+        u32(8);
+        for (int page = 0; page < 3; ++page) {
+            const qint64 dir = tiff.size();
+            const qint64 data = dir + 2 + 9 * 12 + 4;
+            u16(9);
+            for (const auto &[tag, type, value] : { std::tuple { 256, 3, 8 }, { 257, 3, 8 }, { 258, 3, 8 },
+                     { 259, 3, 1 }, { 262, 3, 1 }, { 273, 4, 0 }, { 277, 3, 1 }, { 278, 4, 8 }, { 279, 4, 64 } }) {
+                u16(tag);
+                u16(type);
+                u32(1);
+                u32(tag == 273 ? data : value);
+            }
+            u32(page < 2 ? data + 64 : 0);
+            tiff.append(QByteArray(64, char(10 * (page + 1))));
+        }
+        QFile pages(m_tmp.filePath(QStringLiteral("pages.tif")));
+        QVERIFY(pages.open(QIODevice::WriteOnly));
+        pages.write(tiff);
+        pages.close();
         QImage wide(2000, 1500, QImage::Format_RGB32);
         wide.fill(Qt::darkGreen);
         QVERIFY(wide.save(m_tmp.filePath(QStringLiteral("wide.png")), "PNG"));
@@ -332,6 +360,26 @@ private slots:
         QVERIFY(qGray(view->lensImage(r.topLeft() + QPoint(3 * r.width() / 4, r.height() / 2)).pixel(100, 100)) > 225);
         QVERIFY(press("size"));
         QCOMPARE(view->pictureRect().size(), QSize(4000, 3000));
+    }
+
+    // A multi-page picture goes to a page by its number: double click or Ctrl+G on the picture.
+    void goToPage()
+    {
+        showFolder();
+        QVERIFY(show(QStringLiteral("pages.tif")));
+        QCOMPARE(form().viewer().pageCount(), 3);
+        prompter().planNumber(3);
+        QTest::mouseDClick(imk()->viewport(), Qt::LeftButton, {}, imk()->viewport()->rect().center());
+        QCOMPARE(form().viewer().currentPage(), 2);
+        QCOMPARE(form().statusPanelText(2), QStringLiteral("マルチページ：　3/3"));
+        QCOMPARE(qRed(imk()->image().pixel(0, 0)), 30);
+        prompter().planNumber(0, false); // cancelled: the page stays
+        imk()->setFocus();
+        QTest::keyClick(imk(), Qt::Key_G, Qt::ControlModifier);
+        QCOMPARE(form().viewer().currentPage(), 2);
+        QVERIFY(show(QStringLiteral("photo.png")));
+        QTest::mouseDClick(imk()->viewport(), Qt::LeftButton, {}, imk()->viewport()->rect().center());
+        QVERIFY(prompter().messages().isEmpty()); // a single picture asks for nothing
     }
 
     void backgroundTogglesBetweenGreyAndBlack()

@@ -297,6 +297,8 @@ bool PictureView::viewportEvent(QEvent *event)
     // The scroll bars coming or going change the viewport; the ranges follow it.
     if (event->type() == QEvent::Resize)
         updateScrollBars();
+    if (event->type() == QEvent::MouseButtonDblClick)
+        emit doubleClicked();
     if (m_magnifier) {
         if (event->type() == QEvent::MouseMove) {
             m_pointer = static_cast<QMouseEvent *>(event)->position().toPoint();

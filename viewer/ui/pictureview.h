@@ -68,6 +68,8 @@ public:
 
 signals:
     void imageChanged();
+    // The user double-clicked the view.
+    void doubleClicked();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -3,6 +3,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
+#include <QShortcut>
 #include <QTemporaryDir>
 #include <QTextEdit>
 #include <QUrl>
@@ -26,6 +27,11 @@ ViewerController::ViewerController(Prompter &prompter, QWidget *frame, QObject *
 {
     m_picture->setObjectName(QStringLiteral("imk"));
     m_picture->hide();
+    m_picture->setFocusPolicy(Qt::ClickFocus);
+    auto *goTo = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), m_picture);
+    goTo->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(goTo, &QShortcut::activated, this, &ViewerController::GoToPage);
+    connect(m_picture, &PictureView::doubleClicked, this, &ViewerController::GoToPage);
     m_text->setObjectName(QStringLiteral("mData"));
     m_text->setReadOnly(true);
     m_text->hide();
@@ -43,6 +49,7 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
     m_folder = folder;
     m_name = name;
     const Presentation presentation = presentationFor(name);
+    m_multiPage = presentation == Presentation::MultiPagePicture;
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
@@ -94,6 +101,20 @@ void ViewerController::StepPage(bool next)
         m_currentPage = m_currentPage + 1 > m_pageCount - 1 ? 0 : m_currentPage + 1;
     else
         m_currentPage = m_currentPage - 1 < 0 ? m_pageCount - 1 : m_currentPage - 1;
+    ShowPage(m_picture, m_folder, m_name, m_currentPage);
+    Q_EMIT pageChanged(m_currentPage, m_pageCount);
+}
+
+void ViewerController::GoToPage()
+{
+    if (!m_multiPage || m_pageCount < 2)
+        return;
+    bool ok = false;
+    const int page = m_prompter.number(
+        appTitle(), QStringLiteral("表示するページ（1～%1）").arg(m_pageCount), m_currentPage + 1, 1, m_pageCount, &ok);
+    if (!ok || page < 1 || page > m_pageCount)
+        return;
+    m_currentPage = page - 1;
     ShowPage(m_picture, m_folder, m_name, m_currentPage);
     Q_EMIT pageChanged(m_currentPage, m_pageCount);
 }

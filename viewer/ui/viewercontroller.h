@@ -61,6 +61,10 @@ public:
 
     // "Gprev" / "Gnext": the previous or next page, wrapping around at either end.
     void StepPage(bool next);
+    // Asks for a page number (1 to PageCount) and shows that page of the multi-page picture
+    // shown last; a double click on the picture or Ctrl+G on it does the same. Nothing happens
+    // for a picture of one page or when the input is cancelled.
+    void GoToPage();
     // "apri": opens the shown file in its application. Other three-letter extensions are refused
     // with a message; other four-letter ones do nothing.
     void OpenInApplication();
@@ -103,6 +107,7 @@ private:
     std::function<bool(const QString &)> m_workbookOpener;
     QString m_folder;
     QString m_name;
+    bool m_multiPage = false; // the shown file is a multi-page picture
     int m_pageCount = 0;
     int m_currentPage = 0;
 };
