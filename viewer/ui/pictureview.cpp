@@ -92,7 +92,9 @@ void PictureView::setReducedImage(const QImage &reduced, const QSize &fullSize, 
         }
         load->ready.notify_all();
     }).detach();
+    updateScrollBars();
     viewport()->update();
+    emit imageChanged();
 }
 
 void PictureView::setPicture(const QPicture &picture, qreal scale)
