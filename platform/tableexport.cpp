@@ -29,7 +29,12 @@ Status writeXlsx(const QString &path, const QStringList &headings, const QList<Q
 {
     const QString part = path + QStringLiteral(".part");
     QFile::remove(part);
+    // libxlsxwriter opens its file with a UTF-8 name on Windows, the local encoding elsewhere.
+#ifdef Q_OS_WIN
+    const QByteArray partName = part.toUtf8();
+#else
     const QByteArray partName = QFile::encodeName(part);
+#endif
     lxw_workbook *book = workbook_new(partName.constData());
     if (!book)
         return Status::ioError(part);

@@ -89,7 +89,12 @@ Result<PictureSheetOutcome> writePictureSheet(
     const QString partPath = xlsxPath + QStringLiteral(".part");
     QFile::remove(partPath);
 
+    // libxlsxwriter opens its file with a UTF-8 name on Windows, the local encoding elsewhere.
+#ifdef Q_OS_WIN
+    const QByteArray partName = partPath.toUtf8();
+#else
     const QByteArray partName = QFile::encodeName(partPath);
+#endif
     std::unique_ptr<lxw_workbook, WorkbookCloser> book(workbook_new(partName.constData()));
     if (!book)
         return Status::ioError(partPath);
