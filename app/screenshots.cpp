@@ -1,9 +1,19 @@
 // Makes the README's pictures: the main window offscreen at start-up, with a catalogue
-// open, showing the files of a folder, reordering binders, a binder's files, and a filed
-// record being stepped through, saved as PNG files. Usage: tolvane-screenshots <output folder>
+// open, showing the files of a folder, reordering binders, a binder's files, a filed record
+// being stepped through, a registered photograph beside its slip, the magnifier lens, and a
+// multi-page scan with its page counter, saved as PNG files.
+// Usage: tolvane-screenshots <output folder>
+#include <tiffio.h>
+
+#include <QAbstractScrollArea>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTreeWidget>
@@ -26,7 +36,10 @@ public:
         , m_folder(std::move(folder))
     {
     }
-    Answer message(const Message &) override { return Answer::Ok; }
+    Answer message(const Message &m) override
+    {
+        return m.buttons == Buttons::YesNo || m.buttons == Buttons::YesNoCancel ? Answer::Yes : Answer::Ok;
+    }
     QString openFile(const QString &, const QString &, const QString &) override { return m_file; }
     QString saveFile(const QString &, const QString &, const QString &) override { return {}; }
     QString folder(const QString &, const QString &) override { return m_folder; }
@@ -41,6 +54,8 @@ public:
         *ok = false;
         return initial;
     }
+
+    void setFolder(const QString &folder) { m_folder = folder; }
 
 private:
     QString m_file;
@@ -83,6 +98,103 @@ void clickBinder(tolvane::shell::Form1 &w, int row)
     Q_EMIT fg3->itemClicked(fg3->topLevelItem(0)->child(row - 1), 0);
 }
 
+// A photograph-like picture: sky, sun, hills and a harbour wall.
+QImage landscape()
+{
+    QImage image(1600, 1067, QImage::Format_RGB32);
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient sky(0, 0, 0, 700);
+    sky.setColorAt(0, QColor(70, 120, 200));
+    sky.setColorAt(1, QColor(250, 200, 150));
+    p.fillRect(image.rect(), sky);
+    p.setBrush(QColor(255, 230, 160));
+    p.setPen(Qt::NoPen);
+    p.drawEllipse(QPointF(1150, 420), 90, 90);
+    QPainterPath hills(QPointF(0, 720));
+    hills.cubicTo(300, 520, 600, 640, 900, 600);
+    hills.cubicTo(1200, 560, 1400, 680, 1600, 640);
+    hills.lineTo(1600, 1067);
+    hills.lineTo(0, 1067);
+    p.fillPath(hills, QColor(60, 110, 70));
+    QLinearGradient sea(0, 760, 0, 1067);
+    sea.setColorAt(0, QColor(40, 90, 140));
+    sea.setColorAt(1, QColor(20, 50, 90));
+    p.fillRect(QRect(0, 780, 1600, 287), sea);
+    p.fillRect(QRect(200, 840, 900, 40), QColor(180, 170, 160));
+    for (int i = 0; i < 12; ++i)
+        p.fillRect(QRect(230 + i * 70, 800, 30, 40), QColor(200, 60 + i * 10, 50));
+    return image;
+}
+
+// A three-page fax scan (G4), each page a few lines of text.
+bool writeScan(const QString &path)
+{
+    TIFF *tiff = TIFFOpen(QFile::encodeName(path).constData(), "w");
+    if (!tiff)
+        return false;
+    const int width = 1700, height = 2200;
+    for (int n = 0; n < 3; ++n) {
+        QImage paper(width, height, QImage::Format_RGB32);
+        paper.fill(Qt::white);
+        QPainter p(&paper);
+        p.setPen(Qt::black);
+        QFont font(QStringLiteral("Noto Sans CJK JP"));
+        font.setPixelSize(64);
+        p.setFont(font);
+        p.drawText(150, 250, QStringLiteral("打合せ記録　第%1頁").arg(n + 1));
+        font.setPixelSize(40);
+        p.setFont(font);
+        for (int line = 0; line < 30; ++line)
+            p.drawText(150, 420 + line * 56,
+                QStringLiteral("%1. 現地確認の結果を図面に反映し、次回までに修正案を提出する。").arg(line + 1));
+        p.drawRect(100, 150, width - 200, height - 300);
+        p.end();
+        // Min-is-white: a set bit is black ink.
+        QImage page = paper.convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
+        if (qGray(page.color(1)) > 128)
+            page.invertPixels();
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, height);
+        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 200.0f);
+        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 200.0f);
+        TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+        TIFFSetField(tiff, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+        TIFFSetField(tiff, TIFFTAG_PAGENUMBER, n, 3);
+        for (int y = 0; y < height; ++y)
+            TIFFWriteScanline(tiff, page.scanLine(y), uint32_t(y), 0);
+        TIFFWriteDirectory(tiff);
+    }
+    TIFFClose(tiff);
+    return true;
+}
+
+// A left click on a cell of a grid, as the user makes it.
+void clickCell(QTableView *view, int row, int col)
+{
+    const QPoint at = view->visualRect(view->model()->index(row, col)).center();
+    for (const QEvent::Type type : { QEvent::MouseButtonPress, QEvent::MouseButtonRelease }) {
+        QMouseEvent e(type, at, view->viewport()->mapToGlobal(at), Qt::LeftButton,
+            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(view->viewport(), &e);
+    }
+}
+
+// The result-list row of fileName (column 2 holds the names), -1 when it is not there.
+int resultRow(QTableView *fs, const QString &fileName)
+{
+    for (int r = 0; r < fs->model()->rowCount(); ++r)
+        for (int c = 0; c < fs->model()->columnCount(); ++c)
+            if (fs->model()->index(r, c).data().toString() == fileName)
+                return r;
+    return -1;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -114,6 +226,13 @@ int main(int argc, char *argv[])
     if (!fillCatalogue(base + QStringLiteral(".mdb"), folder, files))
         return 3;
 
+    // A folder of pictures to register: a photograph and a multi-page scan.
+    const QString pictures = tmp.filePath(QStringLiteral("現場写真"));
+    QDir().mkpath(pictures);
+    if (!landscape().save(QDir(pictures).filePath(QStringLiteral("港の朝.jpg")), "JPG", 92)
+        || !writeScan(QDir(pictures).filePath(QStringLiteral("打合せ記録.tif"))))
+        return 4;
+
     FixedPrompter prompter(base + QStringLiteral(".mdb"), folder);
     tolvane::shell::Form1 window(prompter);
     window.show();
@@ -135,5 +254,45 @@ int main(int argc, char *argv[])
     Q_EMIT window.search().recordRowClicked(1);
     window.Toolbar_ButtonClick(QStringLiteral("Next"));
     ok = save(window, out, "binder-stepping.png") && ok;
+
+    // Register the pictures, find them with a keyword search for "%", open the photograph.
+    window.Toolbar_ButtonClick(QStringLiteral("BackToStart"));
+    window.Toolbar_ButtonClick(QStringLiteral("DBopen"));
+    prompter.setFolder(pictures);
+    window.Toolbar_ButtonClick(QStringLiteral("DBrec"));
+    window.Toolbar_ButtonClick(QStringLiteral("RecAll"));
+    window.Toolbar_ButtonClick(QStringLiteral("BackTo"));
+    window.Toolbar_ButtonClick(QStringLiteral("Search"));
+    window.Toolbar_ButtonClick(QStringLiteral("DBKeyword"));
+    if (auto *word = window.findChild<QLineEdit *>(QStringLiteral("Text1(0)")))
+        word->setText(QStringLiteral("%"));
+    window.Toolbar_ButtonClick(QStringLiteral("DurSeek"));
+    auto *fs = window.findChild<QTableView *>(QStringLiteral("fs"));
+    const int photo = fs ? resultRow(fs, QStringLiteral("港の朝.jpg")) : -1;
+    if (photo < 0)
+        return 5;
+    clickCell(fs, photo, 1);
+    QCoreApplication::processEvents();
+    ok = save(window, out, "picture-slip.png") && ok;
+
+    // The lens over the harbour wall.
+    window.Toolbar_ButtonClick(QStringLiteral("enlarge"));
+    if (auto *imk = window.findChild<QAbstractScrollArea *>(QStringLiteral("imk"))) {
+        QWidget *view = imk->viewport();
+        const QPoint at(view->width() * 38 / 100, view->height() * 78 / 100);
+        QMouseEvent move(QEvent::MouseMove, at, view->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(view, &move);
+    }
+    ok = save(window, out, "lens.png") && ok;
+    window.Toolbar_ButtonClick(QStringLiteral("enlarge"));
+
+    // The scan, on its second page.
+    window.Toolbar_ButtonClick(QStringLiteral("BackTo"));
+    const int scan = resultRow(fs, QStringLiteral("打合せ記録.tif"));
+    if (scan < 0)
+        return 6;
+    clickCell(fs, scan, 1);
+    window.Toolbar_ButtonClick(QStringLiteral("Gnext"));
+    ok = save(window, out, "scan.png") && ok;
     return ok ? 0 : 1;
 }

@@ -1,5 +1,6 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
-// prints the rows, one line each, with the seven catalogue fields separated by tabs.
+// prints the rows, one line each, with the seven catalogue fields separated by tabs, or with
+// --output writes them under the seven headings to a spreadsheet (.xlsx) or CSV file.
 #include <cstdio>
 
 #include <QDateTime>
@@ -10,6 +11,7 @@
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
 #include "platform/paths.h"
+#include "platform/tableexport.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -28,7 +30,8 @@ void writeRow(const QString &line)
 int usage()
 {
     writeErr(QStringLiteral("usage: tolvane-cli search CATALOG.mdb (--folder PATH | --name TEXT | "
-                            "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS]"));
+                            "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS] "
+                            "[--output FILE.xlsx|FILE.csv]"));
     return 1;
 }
 
@@ -53,6 +56,7 @@ struct Request {
     QStringList values;
     QString narrow;
     bool narrowing = false;
+    QString output;
 };
 
 bool parse(const QStringList &args, Request &req)
@@ -68,6 +72,11 @@ bool parse(const QStringList &args, Request &req)
         if (a == QStringLiteral("--narrow")) {
             req.narrow = args.at(++i);
             req.narrowing = true;
+        } else if (a == QStringLiteral("--output")) {
+            req.output = args.at(++i);
+            const QString suffix = req.output.section(QLatin1Char('.'), -1).toLower();
+            if (suffix != QStringLiteral("xlsx") && suffix != QStringLiteral("csv"))
+                return false;
         } else if (a == QStringLiteral("--folder") || a == QStringLiteral("--name") || a == QStringLiteral("--class")
             || a == QStringLiteral("--period") || a == QStringLiteral("--keyword")) {
             if (!req.kind.isEmpty())
@@ -140,13 +149,24 @@ int runSearch(const QStringList &args)
         return 0;
     }
 
+    QList<QStringList> rows;
     for (result->moveFirst(); !result->eof(); result->moveNext()) {
         QStringList fields;
         for (int i = 0; i < result->fieldCount(); ++i)
             fields.append(fieldText(result->field(i)));
-        writeRow(fields.join(QLatin1Char('\t')));
+        if (req.output.isEmpty())
+            writeRow(fields.join(QLatin1Char('\t')));
+        else
+            rows.append(fields);
     }
     std::fflush(stdout);
+    if (!req.output.isEmpty()) {
+        if (const Status written = writeTable(req.output, catalog::CatalogHeadings(), rows); !written) {
+            writeErr(QStringLiteral("%1: %2").arg(req.output, written.toString()));
+            return 1;
+        }
+        writeOut(QStringLiteral("%1件の検索結果を %2 に書き出しました。").arg(rows.size()).arg(req.output));
+    }
     return 0;
 }
 

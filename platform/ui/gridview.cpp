@@ -21,4 +21,26 @@ void setGridFontSize(QTableView *view, int points)
     view->horizontalHeader()->setFont(f);
 }
 
+QStringList gridHeadings(const QTableView *view)
+{
+    QStringList out;
+    const QAbstractItemModel *m = view ? view->model() : nullptr;
+    for (int c = 0; m && c < m->columnCount(); ++c)
+        out << m->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString();
+    return out;
+}
+
+QList<QStringList> gridTexts(const QTableView *view)
+{
+    QList<QStringList> rows;
+    const QAbstractItemModel *m = view ? view->model() : nullptr;
+    for (int r = 0; m && r < m->rowCount(); ++r) {
+        QStringList row;
+        for (int c = 0; c < m->columnCount(); ++c)
+            row << m->index(r, c).data(Qt::DisplayRole).toString();
+        rows << row;
+    }
+    return rows;
+}
+
 } // namespace tolvane::ui

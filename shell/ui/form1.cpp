@@ -32,8 +32,11 @@
 #include "catalog/schema.h"
 #include "classes/ui/form3.h"
 #include "platform/apptitle.h"
+#include "platform/tableexport.h"
+#include "platform/ui/gridview.h"
 #include "platform/utf8.h"
 #include "registration/ui/registrationcontroller.h"
+#include "registration/ui/slipgrid.h"
 #include "search/resultlistmodel.h"
 #include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
@@ -242,6 +245,8 @@ void Form1::createMenus()
     item(mFile, "mFileCompact", "データベースの最適化", [this] { mFileCompact_Click(); });
     item(mFile, "mFileRepair", "データベースの修復", [this] { mFileRepair_Click(); });
     mFile->addSeparator();
+    item(mFile, "mFileExportList", "検索結果を書き出す", [this] { ExportResultList(); });
+    mFile->addSeparator();
     item(mFile, "mFileQuit", "終了", [this] { close(); });
 
     QMenu *mRec = menu(bar, nullptr, "mRec", "登録");
@@ -443,7 +448,14 @@ void Form1::run(Command command)
             ShowBinderContents();
         break;
     case Command::Size:
-        m_viewer->ToggleSizeCaption();
+        if (QAction *size = toolAction(QStringLiteral("size"))) {
+            const viewer::SizeButton next = m_viewer->ToggleSizeCaption(size->iconText());
+            size->setIcon(toolbarIcon(next.image));
+            size->setText(next.caption);
+            size->setIconText(next.caption);
+            size->setToolTip(next.toolTip);
+            size->setWhatsThis(next.toolTip);
+        }
         break;
     case Command::Left90:
     case Command::Right90:
@@ -463,7 +475,7 @@ void Form1::run(Command command)
         m_viewer->ChooseBackColor();
         break;
     case Command::Excel:
-        m_viewer->ExportToExcel();
+        m_viewer->ExportToExcel(pictureSheet());
         break;
     }
 }
@@ -1191,7 +1203,45 @@ void Form1::EditHistoryLine(Command command)
         m_registration->DelLine();
 }
 
+// ---------------------------------------------------------------- result list export
+
+// Writes the result list as shown (its seven columns and their headings) to a spreadsheet or
+// CSV file the user names.
+void Form1::ExportResultList()
+{
+    const QStringList headings = tolvane::ui::gridHeadings(m_search->resultList());
+    const QList<QStringList> rows = tolvane::ui::gridTexts(m_search->resultList());
+    if (rows.isEmpty()) {
+        m_prompter.inform(appTitle(), QStringLiteral("書き出す検索結果がありません。"), Prompter::Icon::Information);
+        return;
+    }
+    const QString path = m_prompter.saveFile(
+        QStringLiteral("検索結果を書き出す"), QStringLiteral("Excel ブック (*.xlsx);;CSV UTF-8 (*.csv)"));
+    if (path.isEmpty())
+        return;
+    if (const Status written = writeTable(path, headings, rows); !written)
+        m_prompter.inform(appTitle(), QDir::toNativeSeparators(path) + QStringLiteral(" に書き出せませんでした。"),
+            Prompter::Icon::Warning);
+}
+
 // ---------------------------------------------------------------- viewer
+
+// The data the "excel" export writes beside the picture: the file's own data when the files of
+// a folder are shown, the slip's first five rows when the picture comes from the catalogue.
+viewer::PictureSheet Form1::pictureSheet() const
+{
+    viewer::PictureSheet sheet;
+    sheet.variant
+        = m_mode == Mode::FileShow ? viewer::PictureSheet::Variant::FileData : viewer::PictureSheet::Variant::Slip;
+    sheet.catalogName = m_catalog.CatalogName;
+    sheet.folder = m_currentFolder;
+    sheet.fileName = m_currentFileName;
+    sheet.fileDate = m_currentFileDate;
+    for (int row = 1; row <= 5; ++row)
+        sheet.slipRows.append(
+            { m_registration->slipGrid()->cellText(row, 1), m_registration->slipGrid()->cellText(row, 2) });
+    return sheet;
+}
 
 // Shows the current file by its extension and keeps the viewer part of the toolbar in step.
 void Form1::DispFR()

@@ -19,6 +19,7 @@
 #include "shell/helplauncher.h"
 #include "shell/modes.h"
 #include "shell/toolbarlayouts.h"
+#include "viewer/excelexport.h"
 
 class QAction;
 class QActionGroup;
@@ -150,6 +151,8 @@ private:
     void ShowLayout(const ToolbarLayout &layout);
     void setToolEnabled(const QString &key, bool enabled);
     void showViewerButtons(ViewerKind kind);
+    viewer::PictureSheet pictureSheet() const;
+    void ExportResultList();
 
     // ---- status bar and menus ----
     void InitStatusBar();

@@ -112,6 +112,58 @@ private slots:
             r.out.endsWith(QStringLiteral("\tC:\\報告\\tA.txt\t2022-08-01 00:00:00\t\t2\t0\t\n")), qPrintable(r.out));
     }
 
+    // A search written to a spreadsheet or a CSV file instead of the terminal: the seven
+    // headings, one row per file, Japanese text and dates as printed.
+    void searchToSpreadsheet()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/export.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString folder = m_tmp.path() + QStringLiteral("/写真");
+        QVERIFY(QDir().mkpath(folder));
+        const QDateTime when(QDate(2023, 3, 14), QTime(9, 0));
+        for (const char *name : { "港の朝.jpg", "橋, 北側.png", "\"quoted\".tif" })
+            QVERIFY(tolvane::test::writeFile(folder + QLatin1Char('/') + QString::fromUtf8(name), 10, when));
+        QCOMPARE(cli({ QStringLiteral("register"), mdb, folder }).code, 0);
+
+        const QString csv = m_tmp.path() + QStringLiteral("/結果.csv");
+        Run r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--keyword"), QStringLiteral("%"),
+            QStringLiteral("--output"), csv });
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, QStringLiteral("3件の検索結果を %1 に書き出しました。\n").arg(csv));
+        QFile file(csv);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        QVERIFY(bytes.startsWith("\xEF\xBB\xBF"));
+        const QStringList lines = QString::fromUtf8(bytes.mid(3)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines[0], QStringLiteral("分類,ファイル名,更新年月日,キーワード,ファイル所在,History,BackCo"));
+        QVERIFY(lines.contains(QStringLiteral(",港の朝.jpg,2023-03-14,,1,0,")));
+        QVERIFY(lines.contains(QStringLiteral(",\"橋, 北側.png\",2023-03-14,,1,0,")));
+        QVERIFY(lines.contains(QStringLiteral(",\"\"\"quoted\"\".tif\",2023-03-14,,1,0,")));
+
+        const QString xlsx = m_tmp.path() + QStringLiteral("/結果.xlsx");
+        r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--name"), QStringLiteral("港%"),
+            QStringLiteral("--output"), xlsx });
+        QCOMPARE(r.code, 0);
+        QProcess unzip;
+        unzip.start(QStringLiteral("unzip"), { QStringLiteral("-p"), xlsx, QStringLiteral("xl/sharedStrings.xml") });
+        QVERIFY(unzip.waitForFinished());
+        const QString strings = QString::fromUtf8(unzip.readAllStandardOutput());
+        QVERIFY(strings.contains(QStringLiteral("<t>港の朝.jpg</t>")));
+        QVERIFY(strings.contains(QStringLiteral("<t>2023-03-14</t>")));
+        QVERIFY(strings.contains(QStringLiteral("<t>ファイル名</t>")));
+        unzip.start(
+            QStringLiteral("unzip"), { QStringLiteral("-p"), xlsx, QStringLiteral("xl/worksheets/sheet1.xml") });
+        QVERIFY(unzip.waitForFinished());
+        QCOMPARE(QString::fromUtf8(unzip.readAllStandardOutput()).count(QStringLiteral("<row ")), 2);
+
+        // Only the two formats are written.
+        QCOMPARE(cli({ QStringLiteral("search"), mdb, QStringLiteral("--keyword"), QStringLiteral("%"),
+                         QStringLiteral("--output"), m_tmp.path() + QStringLiteral("/x.txt") })
+                     .code,
+            1);
+    }
+
     void killedRegistrationIsAllOrNothing()
     {
         const QString mdb = m_tmp.path() + QStringLiteral("/k.mdb");

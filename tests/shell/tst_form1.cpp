@@ -176,10 +176,11 @@ private Q_SLOTS:
         const QList<QPair<const char *, const char *>> items { { "mFile", "ファイル" },
             { "mFileDBOpen", "データベースを開く" }, { "mFileDBCreate", "データベース新規作成" },
             { "mFileCompact", "データベースの最適化" }, { "mFileRepair", "データベースの修復" },
-            { "mFileQuit", "終了" }, { "mRec", "登録" }, { "mRecFile", "登録" }, { "mSearch", "各種検索" },
-            { "mSearch1", "フォルダ検索" }, { "mSearch2", "ファイル名検索" }, { "mSearch3", "分類検索" },
-            { "mSearch4", "期間検索" }, { "mSearch5", "キーワード検索" }, { "mSearch7", "バインダ閲覧" },
-            { "mBinder", "バインダ" }, { "mBinderFolder", "バインダ作成" }, { "mBinderDel", "バインダ削除" },
+            { "mFileExportList", "検索結果を書き出す" }, { "mFileQuit", "終了" }, { "mRec", "登録" },
+            { "mRecFile", "登録" }, { "mSearch", "各種検索" }, { "mSearch1", "フォルダ検索" },
+            { "mSearch2", "ファイル名検索" }, { "mSearch3", "分類検索" }, { "mSearch4", "期間検索" },
+            { "mSearch5", "キーワード検索" }, { "mSearch7", "バインダ閲覧" }, { "mBinder", "バインダ" },
+            { "mBinderFolder", "バインダ作成" }, { "mBinderDel", "バインダ削除" },
             { "mBinderRename", "バインダ名変更" }, { "mSort2", "バインダ並べ替え" },
             { "mSort3", "バインダ内ファイル並べ替え" }, { "mSort4", "バインダ内ファイル取り外し" },
             { "mOpt", "オプション" }, { "mAidCombo", "分類・コンボボックス項目編集" }, { "mOptSize", "文字サイズ" },
@@ -198,7 +199,8 @@ private Q_SLOTS:
                 s << (a->isSeparator() ? QStringLiteral("-") : a->objectName());
             return s;
         };
-        QCOMPARE(shape("mFile"), split("mFileDBOpen - mFileDBCreate - mFileCompact mFileRepair - mFileQuit"));
+        QCOMPARE(shape("mFile"),
+            split("mFileDBOpen - mFileDBCreate - mFileCompact mFileRepair - mFileExportList - mFileQuit"));
         QCOMPARE(shape("mSearch"), split("mSearch1 mSearch2 mSearch3 mSearch4 mSearch5 - mSearch7"));
         QCOMPARE(shape("mBinder"), split("mBinderFolder - mBinderDel mBinderRename mSort2 - mSort3 mSort4"));
         QCOMPARE(shape("mOpt"), split("mAidCombo - mOptSize mOptCol"));

@@ -1,10 +1,15 @@
 #include "viewer/ui/viewercontroller.h"
 
 #include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
+#include <QShortcut>
+#include <QTemporaryDir>
 #include <QTextEdit>
 #include <QUrl>
 
 #include "platform/apptitle.h"
+#include "platform/desktopopen.h"
 #include "platform/paths.h"
 #include "platform/textextract.h"
 #include "viewer/notices.h"
@@ -22,6 +27,11 @@ ViewerController::ViewerController(Prompter &prompter, QWidget *frame, QObject *
 {
     m_picture->setObjectName(QStringLiteral("imk"));
     m_picture->hide();
+    m_picture->setFocusPolicy(Qt::ClickFocus);
+    auto *goTo = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), m_picture);
+    goTo->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(goTo, &QShortcut::activated, this, &ViewerController::GoToPage);
+    connect(m_picture, &PictureView::doubleClicked, this, &ViewerController::GoToPage);
     m_text->setObjectName(QStringLiteral("mData"));
     m_text->setReadOnly(true);
     m_text->hide();
@@ -39,6 +49,7 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
     m_folder = folder;
     m_name = name;
     const Presentation presentation = presentationFor(name);
+    m_multiPage = presentation == Presentation::MultiPagePicture;
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
@@ -94,6 +105,20 @@ void ViewerController::StepPage(bool next)
     Q_EMIT pageChanged(m_currentPage, m_pageCount);
 }
 
+void ViewerController::GoToPage()
+{
+    if (!m_multiPage || m_pageCount < 2)
+        return;
+    bool ok = false;
+    const int page = m_prompter.number(
+        appTitle(), QStringLiteral("表示するページ（1～%1）").arg(m_pageCount), m_currentPage + 1, 1, m_pageCount, &ok);
+    if (!ok || page < 1 || page > m_pageCount)
+        return;
+    m_currentPage = page - 1;
+    ShowPage(m_picture, m_folder, m_name, m_currentPage);
+    Q_EMIT pageChanged(m_currentPage, m_pageCount);
+}
+
 void ViewerController::OpenInApplication()
 {
     const AppRoute route = appRouteFor(m_name);
@@ -111,18 +136,65 @@ void ViewerController::OpenInApplication()
         QDesktopServices::openUrl(QUrl::fromLocalFile(shownPath()));
 }
 
-void ViewerController::ToggleSizeCaption() { }
+SizeButton ViewerController::ToggleSizeCaption(const QString &caption)
+{
+    const SizeButton next = sizeButtonAfterPress(caption);
+    m_picture->setScale(next.actualSize ? PictureView::Scale::ActualSize : PictureView::Scale::Fitted);
+    return next;
+}
 
 void ViewerController::Rotate(bool left)
 {
-    Q_UNUSED(left);
+    // A view without a picture cannot turn: nothing is redrawn, as after a failed rotation.
+    if (m_picture->hasImage())
+        m_picture->rotateQuarter(left);
 }
 
-void ViewerController::Magnify() { }
+void ViewerController::Magnify()
+{
+    m_picture->setMagnifierEnabled(!m_picture->magnifierEnabled());
+}
 
-void ViewerController::ChooseBackColor() { }
+void ViewerController::ChooseBackColor()
+{
+    m_picture->setBackgroundColor(toggledBackground(m_picture->backgroundColor()));
+}
 
-void ViewerController::ExportToExcel() { }
+QString ViewerController::ExportToExcel(const PictureSheet &sheet)
+{
+    const QString picture = shownPath();
+    const auto noExcel = [this](const QString &detail) {
+        const QString text = QStringLiteral("Excel が見つかりません。");
+        m_prompter.inform(
+            appTitle(), detail.isEmpty() ? text : text + QLatin1Char('\n') + detail, Prompter::Icon::Critical);
+    };
+
+    // A fresh folder per export: the user may keep several workbooks open at once.
+    QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/tolvane-excel-XXXXXX"));
+    folder.setAutoRemove(false);
+    const QString base = QFileInfo(m_name).completeBaseName();
+    const QString xlsx = QDir::toNativeSeparators(
+        folder.filePath((base.isEmpty() ? QStringLiteral("picture") : base) + QStringLiteral(".xlsx")));
+    Result<PictureSheetOutcome> written = folder.isValid()
+        ? writePictureSheet(xlsx, sheet, picture)
+        : Result<PictureSheetOutcome>(Status::ioError(folder.errorString()));
+    if (!written) {
+        noExcel({});
+        return {};
+    }
+    const bool opened = m_workbookOpener
+        ? m_workbookOpener(xlsx)
+        : desktopHasHandler(QStringLiteral("application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"),
+              QStringLiteral(".xlsx"))
+            && openWithDesktop(xlsx);
+    if (!opened) {
+        noExcel(xlsx);
+        return xlsx;
+    }
+    if (!written->pictureInserted)
+        m_prompter.inform(appTitle(), picture + QStringLiteral("は見つかりません。"), Prompter::Icon::Critical);
+    return xlsx;
+}
 
 void ViewerController::ShowDrawing() { }
 

@@ -11,6 +11,8 @@
 
 #include "platform/prompter.h"
 #include "viewer/dispatch.h"
+#include "viewer/excelexport.h"
+#include "viewer/pictureops.h"
 
 class QTextEdit;
 class QWidget;
@@ -39,6 +41,9 @@ public:
     void setTextExtractor(TextExtractor *extractor) { m_extractor = extractor; }
     // Opens a file in the desktop's application for it (unset: QDesktopServices).
     void setFileOpener(std::function<bool(const QString &path)> opener) { m_opener = std::move(opener); }
+    // Opens a written workbook; false when no spreadsheet application is there (unset: the
+    // desktop's handler for .xlsx, when it has one).
+    void setWorkbookOpener(std::function<bool(const QString &path)> opener) { m_workbookOpener = std::move(opener); }
 
     // The two panes DispFR may want in front.
     enum class Pane { Picture, Text };
@@ -56,16 +61,31 @@ public:
 
     // "Gprev" / "Gnext": the previous or next page, wrapping around at either end.
     void StepPage(bool next);
+    // Asks for a page number (1 to PageCount) and shows that page of the multi-page picture
+    // shown last; a double click on the picture or Ctrl+G on it does the same. Nothing happens
+    // for a picture of one page or when the input is cancelled.
+    void GoToPage();
     // "apri": opens the shown file in its application. Other three-letter extensions are refused
     // with a message; other four-letter ones do nothing.
     void OpenInApplication();
 
-    // TODO(#13): "size", "left90", "right90", "enlarge", "BackColor" and "excel".
-    void ToggleSizeCaption();
+    // "size": caption is the button's caption now. Shows the picture at actual size (caption
+    // "原寸") or fitted ("スケール") and returns the button's new caption, image and tool tip.
+    SizeButton ToggleSizeCaption(const QString &caption);
+    // "left90" / "right90": turns the view of the picture a quarter turn; the file is not
+    // touched. Nothing happens without a picture.
     void Rotate(bool left);
+    // "enlarge": switches the 200 × 200 magnifier lens at the pointer on or off.
     void Magnify();
+    // "BackColor": grey (&HE0E0E0) unless the background is grey, then black.
     void ChooseBackColor();
-    void ExportToExcel();
+    // "excel": writes the shown picture with the data of sheet into a new workbook in a fresh
+    // temporary folder and opens it. Messages (critical): "Excel が見つかりません。" when the
+    // workbook cannot be written or opened (with the written file named when there is no
+    // spreadsheet application); the picture's full path + "は見つかりません。" when the picture
+    // could not be read (the data stays on the sheet). Returns the workbook's path (empty when
+    // none was written).
+    QString ExportToExcel(const PictureSheet &sheet);
     // TODO(#14): "sxf" draws the shown drawing.
     void ShowDrawing();
     // TODO(#12): "WordSeek" finds a phrase in the shown text.
@@ -84,8 +104,10 @@ private:
     QTextEdit *m_text;
     TextExtractor *m_extractor = nullptr;
     std::function<bool(const QString &)> m_opener;
+    std::function<bool(const QString &)> m_workbookOpener;
     QString m_folder;
     QString m_name;
+    bool m_multiPage = false; // the shown file is a multi-page picture
     int m_pageCount = 0;
     int m_currentPage = 0;
 };
