@@ -3,11 +3,13 @@
 #include <cstdio>
 
 #include <QDateTime>
+#include <QHash>
 
 #include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -16,33 +18,74 @@ namespace tolvane::cli {
 
 namespace {
 
-// Result rows go out buffered: a search may print a hundred thousand of them.
-void writeRow(const QString &line)
-{
-    const QByteArray bytes = (line + QLatin1Char('\n')).toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
-}
+// Result rows go out buffered, built as UTF-8 directly: a search may print a hundred thousand
+// of them.
+class RowWriter {
+public:
+    ~RowWriter() { flush(); }
+    // One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break
+    // inside a field, so that each row stays one line of seven columns.
+    void field(const jet::Recordset &rs, int i)
+    {
+        if (i > 0)
+            m_out.append('\t');
+        if (const std::optional<double> ole = rs.oleDate(i)) {
+            date(*ole);
+            return;
+        }
+        const QVariant value = rs.field(i);
+        if (!value.isValid() || value.isNull())
+            return;
+        if (value.typeId() == QMetaType::QDateTime) { // an invalid stored date
+            m_out.append(value.toDateTime().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+            return;
+        }
+        const qsizetype start = m_out.size();
+        if (value.typeId() == QMetaType::Int)
+            m_out.append(QByteArray::number(value.toInt()));
+        else
+            m_out.append(value.toString().toUtf8());
+        for (qsizetype k = start; k < m_out.size(); ++k)
+            if (m_out[k] == '\t' || m_out[k] == '\n' || m_out[k] == '\r')
+                m_out[k] = ' ';
+    }
+    void endRow()
+    {
+        m_out.append('\n');
+        if (m_out.size() > (1 << 16))
+            flush();
+    }
+    void flush()
+    {
+        std::fwrite(m_out.constData(), 1, size_t(m_out.size()), stdout);
+        m_out.clear();
+        std::fflush(stdout);
+    }
+
+private:
+    // The date part of a stored date, formatted once per distinct day.
+    void date(double ole)
+    {
+        jet::OleDateParts parts;
+        if (!jet::oleDateParts(ole, parts)) {
+            m_out.append(jet::fromOleDate(ole).toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+            return;
+        }
+        auto it = m_days.constFind(parts.day);
+        if (it == m_days.constEnd())
+            it = m_days.insert(parts.day, parts.date().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+        m_out.append(*it);
+    }
+
+    QByteArray m_out;
+    QHash<qint64, QByteArray> m_days;
+};
 
 int usage()
 {
     writeErr(QStringLiteral("usage: tolvane-cli search CATALOG.mdb (--folder PATH | --name TEXT | "
                             "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS]"));
     return 1;
-}
-
-// One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break inside
-// a field, so that each row stays one line of seven columns.
-QString fieldText(const QVariant &value)
-{
-    if (!value.isValid() || value.isNull())
-        return {};
-    if (value.typeId() == QMetaType::QDateTime)
-        return value.toDateTime().toString(QStringLiteral("yyyy-MM-dd"));
-    QString text = value.toString();
-    for (QChar &c : text)
-        if (c == QLatin1Char('\t') || c == QLatin1Char('\n') || c == QLatin1Char('\r'))
-            c = QLatin1Char(' ');
-    return text;
 }
 
 struct Request {
@@ -134,13 +177,12 @@ int runSearch(const QStringList &args)
         return 0;
     }
 
+    RowWriter out;
     for (result->moveFirst(); !result->eof(); result->moveNext()) {
-        QStringList fields;
         for (int i = 0; i < result->fieldCount(); ++i)
-            fields.append(fieldText(result->field(i)));
-        writeRow(fields.join(QLatin1Char('\t')));
+            out.field(*result, i);
+        out.endRow();
     }
-    std::fflush(stdout);
     return 0;
 }
 

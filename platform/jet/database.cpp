@@ -154,69 +154,16 @@ Result<std::unique_ptr<Recordset>> Database::openTable(const QString &table)
 
 Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
 {
-    Result<TableInfo> info = tableInfo(query.table);
+    m_engine->refreshIfChanged();
+    Result<internal::SelectedRows> selected = m_engine->select(query);
+    if (!selected)
+        return selected.status();
+    internal::SelectedRows &r = *selected;
+    Result<TableInfo> info = m_engine->tableInfo(query.table);
     if (!info)
         return info.status();
-    QStringList names;
-    QList<int> indexes;
-    if (query.columns.isEmpty()) {
-        for (int i = 0; i < info->columns.size(); ++i) {
-            names.append(info->columns.at(i).name);
-            indexes.append(i);
-        }
-    } else {
-        for (const QString &c : query.columns) {
-            const int i = info->columnIndex(c);
-            if (i < 0)
-                return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(c, info->name));
-            names.append(info->columns.at(i).name);
-            indexes.append(i);
-        }
-    }
-    Result<QList<int>> condCols = resolveConditions(*info, query.conditions);
-    if (!condCols)
-        return condCols.status();
-    int orderCol = -1;
-    if (!query.orderBy.isEmpty()) {
-        orderCol = info->columnIndex(query.orderBy);
-        if (orderCol < 0)
-            return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(query.orderBy, info->name));
-    }
-
-    struct Hit {
-        RowId id;
-        Row row;
-        QVariant key;
-    };
-    QList<Hit> hits;
-    Status s = scan(info->name, [&](RowId id, const Row &row) {
-        if (!matchesAll(row, query.conditions, *condCols))
-            return true;
-        Row projected;
-        projected.reserve(indexes.size());
-        for (int i : indexes)
-            projected.append(row.at(i));
-        hits.append({ id, std::move(projected), orderCol >= 0 ? row.at(orderCol) : QVariant() });
-        return true;
-    });
-    if (!s)
-        return s;
-    if (orderCol >= 0) {
-        const bool desc = query.descending;
-        std::stable_sort(hits.begin(), hits.end(), [desc](const Hit &a, const Hit &b) {
-            const int c = compareValues(a.key, b.key);
-            return desc ? c > 0 : c < 0;
-        });
-    }
-    QList<RowId> ids;
-    QList<Row> rows;
-    ids.reserve(hits.size());
-    rows.reserve(hits.size());
-    for (Hit &h : hits) {
-        ids.append(h.id);
-        rows.append(std::move(h.row));
-    }
-    return std::make_unique<Recordset>(*this, info->name, names, indexes, ids, rows);
+    return std::make_unique<Recordset>(*this, info->name, std::move(r.names), std::move(r.columns),
+        std::move(r.dateFields), std::move(r.ids), std::move(r.rows));
 }
 
 Result<QList<QPair<QVariant, int>>> Database::groupCount(

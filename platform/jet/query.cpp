@@ -76,7 +76,7 @@ int compareValues(const QVariant &a, const QVariant &b)
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
 }
 
-bool likeMatch(const QString &text, const QString &pattern)
+bool likeMatch(QStringView text, QStringView pattern)
 {
     // Greedy matching with backtracking to the last %: linear for patterns without %.
     qsizetype t = 0, p = 0, starP = -1, starT = 0;

@@ -58,7 +58,7 @@ struct Query {
 };
 
 // Like-pattern match: % and _ are wildcards, case-insensitive; every other character is literal.
-bool likeMatch(const QString &text, const QString &pattern);
+bool likeMatch(QStringView text, QStringView pattern);
 
 // Jet's text comparison: case-insensitive. Returns <0, 0, >0.
 int compareValues(const QVariant &a, const QVariant &b);

@@ -1,15 +1,18 @@
 #include "platform/jet/recordset.h"
 
+#include <cstring>
+
 #include "platform/jet/database.h"
 
 namespace tolvane::jet {
 
-Recordset::Recordset(
-    Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows)
+Recordset::Recordset(Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<bool> dateFields,
+    QList<RowId> ids, QList<Row> rows)
     : m_db(db)
     , m_table(std::move(table))
     , m_columns(std::move(columns))
     , m_tableColumns(std::move(columnIndexes))
+    , m_dateFields(std::move(dateFields))
     , m_ids(std::move(ids))
     , m_rows(std::move(rows))
     , m_deleted(m_rows.size(), false)
@@ -40,7 +43,7 @@ bool Recordset::passesFilter(int i) const
 {
     for (int k = 0; k < m_filter.size(); ++k) {
         const int col = m_filterColumns.at(k);
-        if (col < 0 || !m_filter.at(k).matches(m_rows.at(i).at(col)))
+        if (col < 0 || !m_filter.at(k).matches(asField(col, m_rows.at(i).at(col))))
             return false;
     }
     return true;
@@ -123,7 +126,34 @@ QVariant Recordset::field(int index) const
         return m_buffer.at(index);
     if (m_cur < 0 || m_cur >= m_rows.size())
         return {};
-    return m_rows.at(m_cur).at(index);
+    return asField(index, m_rows.at(m_cur).at(index));
+}
+
+QVariant Recordset::asField(int field, const QVariant &stored) const
+{
+    if (stored.typeId() != QMetaType::Double || !m_dateFields.value(field))
+        return stored;
+    // One conversion per distinct date: a local QDateTime costs a time-zone lookup.
+    const double ole = stored.toDouble();
+    quint64 bits = 0;
+    std::memcpy(&bits, &ole, sizeof bits);
+    auto it = m_dates.constFind(bits);
+    if (it == m_dates.constEnd())
+        it = m_dates.insert(bits, fromOleDate(ole));
+    return *it;
+}
+
+std::optional<double> Recordset::oleDate(int index) const
+{
+    const QVariant v = m_editing ? m_buffer.value(index)
+                                 : (m_cur >= 0 && m_cur < m_rows.size() ? m_rows.at(m_cur).value(index) : QVariant());
+    if (!m_dateFields.value(index) || !v.isValid() || v.isNull())
+        return std::nullopt;
+    if (v.typeId() == QMetaType::Double)
+        return v.toDouble();
+    if (v.typeId() == QMetaType::QDateTime && v.toDateTime().isValid())
+        return toOleDate(v.toDateTime());
+    return std::nullopt;
 }
 
 QVariant Recordset::field(const QString &name) const
@@ -156,6 +186,8 @@ Status Recordset::setField(int index, const QVariant &value)
         m_editing = true;
         m_adding = false;
         m_buffer = m_rows.at(m_cur);
+        for (int i = 0; i < m_buffer.size(); ++i)
+            m_buffer[i] = asField(i, m_buffer.at(i));
     }
     m_buffer[index] = value;
     return Status::ok();

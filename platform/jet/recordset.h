@@ -4,6 +4,11 @@
 // the Database's transaction when one is open). Not thread-safe; must not outlive its Database.
 #pragma once
 
+#include <optional>
+
+#include <QDateTime>
+#include <QHash>
+
 #include "platform/jet/query.h"
 #include "platform/jet/types.h"
 #include "platform/status.h"
@@ -14,8 +19,10 @@ class Database;
 
 class Recordset {
 public:
-    Recordset(
-        Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows);
+    // rows hold the fields in columns' order; a field marked in dateFields may hold its date as
+    // the stored OLE number (a double), converted to a QDateTime only when the field is read.
+    Recordset(Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<bool> dateFields,
+        QList<RowId> ids, QList<Row> rows);
 
     const QString &table() const { return m_table; }
     const QStringList &columnNames() const { return m_columns; }
@@ -38,6 +45,10 @@ public:
     // Field of the current row. Null QVariant when there is no current row.
     QVariant field(int index) const;
     QVariant field(const QString &name) const;
+    // A Date/Time field of the current row as its OLE number (days since 1899-12-30, wall
+    // clock), without building a QDateTime: for showing many dates (see OleDateParts).
+    // Empty when the field is null or not a date.
+    std::optional<double> oleDate(int index) const;
     RowId currentId() const;
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after
@@ -61,6 +72,8 @@ public:
 private:
     bool visible(int i) const { return i >= 0 && i < m_visible.size() && m_visible.at(i); }
     bool passesFilter(int i) const;
+    // A stored field as field() gives it: dates held as numbers become QDateTimes.
+    QVariant asField(int field, const QVariant &stored) const;
     void recomputeVisible();
     int firstVisibleFrom(int i, int step) const;
 
@@ -68,6 +81,8 @@ private:
     QString m_table;
     QStringList m_columns;
     QList<int> m_tableColumns; // index of each field in the table's column order
+    QList<bool> m_dateFields;
+    mutable QHash<quint64, QDateTime> m_dates; // converted dates, by the bits of their number
     QList<RowId> m_ids;
     QList<Row> m_rows;
     QList<bool> m_deleted;

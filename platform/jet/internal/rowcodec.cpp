@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include <QDateTime>
 #include <QUuid>
+#include <QVarLengthArray>
 
 #include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/datapage.h"
@@ -140,30 +142,42 @@ QDateTime parseDateText(const QString &text)
 
 } // namespace
 
+int decodeTextInto(const uchar *p, int n, char16_t *out)
+{
+    if (n >= 2 && p[0] == 0xFF && p[1] == 0xFE) {
+        // Compressed: 00 bytes switch between runs of one byte and of two bytes a character.
+        int len = 0;
+        bool compressed = true;
+        int i = 2;
+        while (i < n) {
+            const uchar *zero = static_cast<const uchar *>(std::memchr(p + i, 0, size_t(n - i)));
+            const int end = zero ? int(zero - p) : n;
+            if (compressed) {
+                for (int k = i; k < end; ++k)
+                    out[len++] = char16_t(p[k]);
+            } else {
+                for (int k = i; k + 1 < end; k += 2)
+                    out[len++] = char16_t(p[k] | (p[k + 1] << 8));
+            }
+            compressed = !compressed;
+            i = end + 1;
+        }
+        return len;
+    }
+    const int len = n / 2;
+    std::memcpy(out, p, size_t(len) * 2);
+    return len;
+}
+
 QString decodeText(const uchar *p, int n)
 {
     if (n >= 2 && p[0] == 0xFF && p[1] == 0xFE) {
-        QString out;
-        out.reserve(n);
-        bool compressed = true;
-        int segStart = 2;
-        auto flush = [&](int end) {
-            if (compressed) {
-                for (int i = segStart; i < end; ++i)
-                    out.append(QChar(char16_t(p[i])));
-            } else {
-                for (int i = segStart; i + 1 < end; i += 2)
-                    out.append(QChar(char16_t(p[i] | (p[i + 1] << 8))));
-            }
-        };
-        for (int i = 2; i < n; ++i) {
-            if (p[i] == 0) {
-                flush(i);
-                compressed = !compressed;
-                segStart = i + 1;
-            }
-        }
-        flush(n);
+        // One compressed run (no switch) is Latin-1 text; otherwise the runs are unpacked into
+        // one buffer of the largest possible length.
+        if (!std::memchr(p + 2, 0, size_t(n - 2)))
+            return QString::fromLatin1(reinterpret_cast<const char *>(p + 2), n - 2);
+        QString out(n, Qt::Uninitialized);
+        out.resize(decodeTextInto(p, n, reinterpret_cast<char16_t *>(out.data())));
         return out;
     }
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(p), n / 2);
@@ -193,7 +207,7 @@ QByteArray encodeText(const QString &s, bool compressible)
     return out;
 }
 
-Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store)
+Status splitRow(const TableDef &t, const uchar *row, int length, ColumnBytes *cols)
 {
     if (length < 3)
         return badRow(QStringLiteral("row of %1 bytes").arg(length));
@@ -221,18 +235,13 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
             return badRow(QStringLiteral("variable data end %1 beyond %2").arg(eod).arg(dataEnd));
     }
 
-    Row values;
-    values.reserve(t.columns.size());
-    for (const ColumnDef &c : t.columns) {
-        const bool present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
-        if (c.type == quint8(ColumnType::Boolean)) {
-            values.append(present);
+    for (qsizetype i = 0; i < t.columns.size(); ++i) {
+        const ColumnDef &c = t.columns.at(i);
+        ColumnBytes &out = cols[i];
+        out = ColumnBytes {};
+        out.present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
+        if (c.type == quint8(ColumnType::Boolean) || !out.present)
             continue;
-        }
-        if (!present) {
-            values.append(QVariant());
-            continue;
-        }
         if (c.isFixed()) {
             int size = fixedSizeOf(c.type);
             if (size < 0)
@@ -240,24 +249,45 @@ Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const Pag
             const int pos = 2 + c.fixedOffset;
             if (pos + size > dataEnd)
                 return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
-            Result<QVariant> v = decodeValue(c.type, row + pos, size, store);
-            if (!v)
-                return v.status();
-            values.append(v.take());
+            out.data = row + pos;
+            out.size = size;
         } else {
             if (c.varIndex >= nvar) {
-                values.append(QVariant());
+                out.present = false; // a row written before the column existed
                 continue;
             }
             const int start = u16(offsets - 2 * c.varIndex);
             const int end = c.varIndex + 1 < nvar ? u16(offsets - 2 * (c.varIndex + 1)) : eod;
             if (start < 2 || start > end || end > dataEnd)
                 return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
-            Result<QVariant> v = decodeValue(c.type, row + start, end - start, store);
-            if (!v)
-                return v.status();
-            values.append(v.take());
+            out.data = row + start;
+            out.size = end - start;
         }
+    }
+    return Status::ok();
+}
+
+Result<QVariant> decodeColumn(const ColumnDef &c, const ColumnBytes &b, const PageStore &store)
+{
+    if (c.type == quint8(ColumnType::Boolean))
+        return QVariant(b.present);
+    if (!b.present)
+        return QVariant();
+    return decodeValue(c.type, b.data, b.size, store);
+}
+
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store)
+{
+    QVarLengthArray<ColumnBytes, 32> cols(t.columns.size());
+    if (Status s = splitRow(t, row, length, cols.data()); !s)
+        return s;
+    Row values;
+    values.reserve(t.columns.size());
+    for (qsizetype i = 0; i < t.columns.size(); ++i) {
+        Result<QVariant> v = decodeColumn(t.columns.at(i), cols[i], store);
+        if (!v)
+            return v.status();
+        values.append(v.take());
     }
     return values;
 }
