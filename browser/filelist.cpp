@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include <QDir>
-#include <QFileInfo>
+#include "platform/filetimes.h"
 
 namespace tolvane::browser {
 
@@ -20,9 +19,8 @@ QList<ListedFile> readFolderFiles(const QString &folder)
     QList<ListedFile> out;
     if (folder.isEmpty())
         return out;
-    const QDir dir(folder);
-    // One directory read; QFileInfo caches the stat that length and date need.
-    const QFileInfoList infos = dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::NoSort);
+    // One directory read and one status call a file; times stay instants until a row is shown.
+    QList<FolderEntry> entries = readFolderEntries(folder);
     // The order of the system's file list: by the upper-cased name, character by character (so
     // "A_B" follows "AB", as '_' comes after the capital letters); ties by exact text so the order
     // is stable on case-sensitive disks.
@@ -31,14 +29,13 @@ QList<ListedFile> readFolderFiles(const QString &folder)
         ListedFile file;
     };
     QList<Keyed> keyed;
-    keyed.reserve(infos.size());
-    for (const QFileInfo &fi : infos) {
+    keyed.reserve(entries.size());
+    for (FolderEntry &e : entries) {
         ListedFile f;
-        f.name = fi.fileName();
-        if (fi.exists()) {
-            f.size = fi.size();
-            f.modified = fi.lastModified();
-        }
+        f.name = std::move(e.name);
+        f.size = e.size;
+        if (e.modified)
+            f.modified = QDateTime::fromMSecsSinceEpoch(*e.modified, Qt::UTC);
         keyed.append({ f.name.toUpper(), std::move(f) });
     }
     std::sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {

@@ -51,7 +51,11 @@ int runRegister(const QStringList &args)
     browser::FileListModel fr;
     const QString folder = shownFolder(args[1]);
     browser::ListFolderFiles(fr, folder);
-    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, fr.names());
+    QList<QDateTime> modified;
+    modified.reserve(fr.files().size());
+    for (const browser::ListedFile &f : fr.files())
+        modified.append(f.modified);
+    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, fr.names(), modified);
     catalog::CloseCatalog(state, searchResultSet, binderSet);
     using Kind = registration::RegistrationOutcome::Kind;
     switch (outcome.kind) {

@@ -4,6 +4,7 @@
 #include <QHash>
 
 #include "catalog/schema.h"
+#include "platform/filetimes.h"
 #include "platform/jet/recordset.h"
 #include "platform/paths.h"
 
@@ -24,7 +25,7 @@ Status AddPathName(jet::Database &db, const QString &path, int pnID)
 
 namespace {
 
-jet::Row newFileRow(const QString &name, int pnID, const QDateTime &day)
+jet::Row newFileRow(const QString &name, int pnID, const QDate &day)
 {
     jet::Row row(FileAtrFieldCount);
     row[FClass] = QString();
@@ -37,32 +38,12 @@ jet::Row newFileRow(const QString &name, int pnID, const QDateTime &day)
     return row;
 }
 
-// A registered file's row as read once for the in-memory matching.
-struct FolderRow {
-    jet::RowId id;
-    jet::Row values;
-};
-
 // Listed names are matched to rows by their exact text, as the deletion pass keeps rows. (On a
 // disk that tells case apart, "a.txt" and "A.txt" are two files and get two rows; matched without
 // case they would share one row whose date flipped between them at every synchronisation.)
 QString matchKey(const QString &name)
 {
     return name;
-}
-
-// The rows registered in folder pnID, in table order.
-Result<QList<FolderRow>> readFolderRows(jet::Database &db, int pnID)
-{
-    QList<FolderRow> rows;
-    const Status st = db.scan(kFileAtrTable, [&](jet::RowId id, const jet::Row &row) {
-        if (row.size() == FileAtrFieldCount && row[FPnID].isValid() && row[FPnID].toInt() == pnID)
-            rows.append({ id, row });
-        return true;
-    });
-    if (!st)
-        return st;
-    return rows;
 }
 
 bool sameDate(const QVariant &stored, const QDateTime &day)
@@ -72,7 +53,56 @@ bool sameDate(const QVariant &stored, const QDateTime &day)
     return stored.toDateTime() == day;
 }
 
+// A stored fDate against a day, compared as wall-clock dates are (to the millisecond).
+bool sameDay(const std::optional<double> &stored, const QDate &day)
+{
+    if (!stored)
+        return !day.isValid();
+    jet::OleDateParts parts;
+    return day.isValid() && jet::oleDateParts(*stored, parts) && parts.msec == 0
+        && parts.day == qint64(jet::oleDay(day));
+}
+
 } // namespace
+
+QList<QDate> modificationDays(const QString &folder, const QStringList &names)
+{
+    const LocalCalendar calendar;
+    QList<QDate> days;
+    days.reserve(names.size());
+    for (const QString &name : names) {
+        const std::optional<qint64> t = fileModifiedInstant(joinPath(folder, name));
+        days.append(t ? calendar.dayOf(*t) : QDate());
+    }
+    return days;
+}
+
+QList<QDate> modificationDays(const QList<QDateTime> &modified)
+{
+    const LocalCalendar calendar;
+    QList<QDate> days;
+    days.reserve(modified.size());
+    for (const QDateTime &t : modified)
+        days.append(!t.isValid()                ? QDate()
+                : t.timeSpec() == Qt::LocalTime ? t.date()
+                                                : calendar.dayOf(t.toMSecsSinceEpoch()));
+    return days;
+}
+
+Result<QList<FolderFileRow>> ReadFolderFileRows(jet::Database &db, int pnID)
+{
+    auto rs = db.select(jet::Query(kFileAtrTable)
+                            .select({ QStringLiteral("fName"), QStringLiteral("fDate") })
+                            .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
+    if (!rs)
+        return rs.status();
+    jet::Recordset &r = **rs;
+    QList<FolderFileRow> rows;
+    rows.reserve(r.recordCount());
+    for (r.moveFirst(); !r.eof(); r.moveNext())
+        rows.append({ r.currentId(), r.field(0).toString(), r.oleDate(1) });
+    return rows;
+}
 
 Result<bool> FindFileAndFixDate(
     jet::Database &db, const QString &name, int pnID, const QDateTime &date, int &DateFixCount)
@@ -106,14 +136,19 @@ bool IsNameInFileList(const QSet<QString> &names, const QString &name)
 Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
     const Progress &progress)
 {
-    auto existing = readFolderRows(db, pnID);
+    auto existing = ReadFolderFileRows(db, pnID);
     if (!existing)
         return existing.status();
+    return AddNewFiles(db, pnID, names, modificationDays(folder, names), *existing, DateFixCount, progress);
+}
+
+Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
+    QList<FolderFileRow> &rows, int &DateFixCount, const Progress &progress)
+{
     QHash<QString, int> byName; // match key -> index into rows
-    QList<FolderRow> &rows = *existing;
     byName.reserve(rows.size());
     for (int i = 0; i < rows.size(); ++i) {
-        const QString key = matchKey(rows[i].values[FName].toString());
+        const QString key = matchKey(rows[i].name);
         if (!byName.contains(key)) // the first row of a name wins, as in the single-file lookup
             byName.insert(key, i);
     }
@@ -125,28 +160,30 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
             return Status::cancelled();
         }
         const QString &name = names[i];
-        const QDateTime day = dayOf(QFileInfo(joinPath(folder, name)).lastModified());
+        const QDate day = days.value(i);
         const QString key = matchKey(name);
         const auto it = byName.constFind(key);
         if (it != byName.constEnd()) {
-            FolderRow &row = rows[*it];
+            FolderFileRow &row = rows[*it];
             // A listed file whose date cannot be read any more keeps its recorded date.
-            if (day.isValid() && !sameDate(row.values[FDate], day)) {
-                jet::Row updated = row.values;
-                updated[FDate] = day.isValid() ? QVariant(day) : QVariant();
+            if (day.isValid() && !sameDay(row.date, day)) {
+                Result<jet::Row> stored = db.readRow(kFileAtrTable, row.id);
+                if (!stored)
+                    return stored.status();
+                jet::Row updated = stored.take();
+                updated[FDate] = day;
                 const Status st = db.updateRow(kFileAtrTable, row.id, updated);
                 if (!st)
                     return st;
-                row.values = updated;
+                row.date = jet::oleDay(day);
                 ++DateFixCount;
             }
             continue;
         }
-        const jet::Row values = newFileRow(name, pnID, day);
-        const auto id = db.insertRow(kFileAtrTable, values);
+        const auto id = db.insertRow(kFileAtrTable, newFileRow(name, pnID, day));
         if (!id)
             return id.status();
-        rows.append({ id.value(), values });
+        rows.append({ id.value(), name, day.isValid() ? std::optional<double>(jet::oleDay(day)) : std::nullopt });
         byName.insert(key, int(rows.size()) - 1);
         ++added;
     }
@@ -157,24 +194,35 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
 
 Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &names, const Progress &progress)
 {
-    auto existing = readFolderRows(db, pnID);
+    auto existing = ReadFolderFileRows(db, pnID);
     if (!existing)
         return existing.status();
+    return DeleteMissingFiles(db, names, *existing, progress);
+}
+
+Result<int> DeleteMissingFiles(
+    jet::Database &db, const QStringList &names, QList<FolderFileRow> &rows, const Progress &progress)
+{
     const QSet<QString> listed(names.cbegin(), names.cend());
     int deleted = 0;
-    const int total = int(existing->size());
+    const int total = int(rows.size());
+    QList<FolderFileRow> kept;
+    kept.reserve(rows.size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 256) == 0 && !progress(i, total)) {
             return Status::cancelled();
         }
-        const FolderRow &row = existing->at(i);
-        if (IsNameInFileList(listed, row.values[FName].toString()))
+        FolderFileRow &row = rows[i];
+        if (IsNameInFileList(listed, row.name)) {
+            kept.append(std::move(row));
             continue;
+        }
         const Status st = db.deleteRow(kFileAtrTable, row.id);
         if (!st)
             return st;
         ++deleted;
     }
+    rows = std::move(kept);
     return deleted;
 }
 

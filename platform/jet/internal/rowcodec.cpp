@@ -343,11 +343,18 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
             break;
         }
         case ColumnType::DateTime: {
+            if (v.typeId() == QMetaType::QDate) {
+                // A day is its midnight on the wall clock, kept as a date: no local time needed.
+                const QDate d = v.toDate();
+                if (!d.isValid() || d.year() < 100 || d.year() > 9999)
+                    return wrong(
+                        d.isValid() ? QStringLiteral("date outside years 100 to 9999") : QStringLiteral("not a date"));
+                out.append(d);
+                break;
+            }
             QDateTime dt;
             if (v.typeId() == QMetaType::QDateTime)
                 dt = v.toDateTime();
-            else if (v.typeId() == QMetaType::QDate)
-                dt = QDateTime(v.toDate(), QTime(0, 0));
             else if (v.typeId() == QMetaType::QString)
                 dt = parseDateText(v.toString().trimmed());
             if (!dt.isValid())
@@ -440,7 +447,7 @@ QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
             bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
             break;
         case ColumnType::DateTime:
-            putF64(buf, toOleDate(v.toDateTime()));
+            putF64(buf, v.typeId() == QMetaType::QDate ? oleDay(v.toDate()) : toOleDate(v.toDateTime()));
             bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
             break;
         case ColumnType::Text:
