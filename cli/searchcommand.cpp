@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QHash>
+#include <QStringEncoder>
 
 #include "catalog/records.h"
 #include "cli/commands.h"
@@ -22,6 +23,7 @@ namespace {
 // of them.
 class RowWriter {
 public:
+    RowWriter() { m_out.reserve(1 << 17); }
     ~RowWriter() { flush(); }
     // One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break
     // inside a field, so that each row stays one line of seven columns.
@@ -33,6 +35,13 @@ public:
             date(*ole);
             return;
         }
+        const qsizetype start = m_out.size();
+        if (const std::optional<QStringView> text = rs.textField(i)) {
+            m_out.resize(start + m_utf8.requiredSpace(text->size()));
+            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, *text) - m_out.constData());
+            blankBreaks(start);
+            return;
+        }
         const QVariant value = rs.field(i);
         if (!value.isValid() || value.isNull())
             return;
@@ -40,14 +49,11 @@ public:
             m_out.append(value.toDateTime().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
             return;
         }
-        const qsizetype start = m_out.size();
         if (value.typeId() == QMetaType::Int)
             m_out.append(QByteArray::number(value.toInt()));
         else
             m_out.append(value.toString().toUtf8());
-        for (qsizetype k = start; k < m_out.size(); ++k)
-            if (m_out[k] == '\t' || m_out[k] == '\n' || m_out[k] == '\r')
-                m_out[k] = ' ';
+        blankBreaks(start);
     }
     void endRow()
     {
@@ -63,6 +69,13 @@ public:
     }
 
 private:
+    void blankBreaks(qsizetype from)
+    {
+        for (char *c = m_out.data() + from, *end = m_out.data() + m_out.size(); c != end; ++c)
+            if (*c == '\t' || *c == '\n' || *c == '\r')
+                *c = ' ';
+    }
+
     // The date part of a stored date, formatted once per distinct day.
     void date(double ole)
     {
@@ -78,6 +91,7 @@ private:
     }
 
     QByteArray m_out;
+    QStringEncoder m_utf8 { QStringEncoder::Utf8 };
     QHash<qint64, QByteArray> m_days;
 };
 

@@ -162,8 +162,8 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
     Result<TableInfo> info = m_engine->tableInfo(query.table);
     if (!info)
         return info.status();
-    return std::make_unique<Recordset>(*this, info->name, std::move(r.names), std::move(r.columns),
-        std::move(r.dateFields), std::move(r.ids), std::move(r.rows));
+    return std::make_unique<Recordset>(
+        *this, info->name, std::move(r.names), std::move(r.columns), std::move(r.ids), std::move(r.rows));
 }
 
 Result<QList<QPair<QVariant, int>>> Database::groupCount(

@@ -6,10 +6,8 @@
 
 #include <optional>
 
-#include <QDateTime>
-#include <QHash>
-
 #include "platform/jet/query.h"
+#include "platform/jet/rowstore.h"
 #include "platform/jet/types.h"
 #include "platform/status.h"
 
@@ -19,10 +17,9 @@ class Database;
 
 class Recordset {
 public:
-    // rows hold the fields in columns' order; a field marked in dateFields may hold its date as
-    // the stored OLE number (a double), converted to a QDateTime only when the field is read.
-    Recordset(Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<bool> dateFields,
-        QList<RowId> ids, QList<Row> rows);
+    // rows hold the fields in columns' order (dates may be kept as their stored numbers).
+    Recordset(
+        Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, RowStore rows);
 
     const QString &table() const { return m_table; }
     const QStringList &columnNames() const { return m_columns; }
@@ -49,6 +46,9 @@ public:
     // clock), without building a QDateTime: for showing many dates (see OleDateParts).
     // Empty when the field is null or not a date.
     std::optional<double> oleDate(int index) const;
+    // A Text or Memo field of the current row without a copy, valid until the recordset changes;
+    // empty for other fields and nulls. For showing many texts.
+    std::optional<QStringView> textField(int index) const;
     RowId currentId() const;
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after
@@ -72,8 +72,8 @@ public:
 private:
     bool visible(int i) const { return i >= 0 && i < m_visible.size() && m_visible.at(i); }
     bool passesFilter(int i) const;
-    // A stored field as field() gives it: dates held as numbers become QDateTimes.
-    QVariant asField(int field, const QVariant &stored) const;
+    Row storedRow(int i) const;
+    void setStoredRow(int i, const Row &values);
     void recomputeVisible();
     int firstVisibleFrom(int i, int step) const;
 
@@ -81,10 +81,8 @@ private:
     QString m_table;
     QStringList m_columns;
     QList<int> m_tableColumns; // index of each field in the table's column order
-    QList<bool> m_dateFields;
-    mutable QHash<quint64, QDateTime> m_dates; // converted dates, by the bits of their number
     QList<RowId> m_ids;
-    QList<Row> m_rows;
+    RowStore m_rows;
     QList<bool> m_deleted;
     QList<Condition> m_filter;
     QList<int> m_filterColumns;

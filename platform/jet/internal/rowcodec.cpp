@@ -207,63 +207,75 @@ QByteArray encodeText(const QString &s, bool compressible)
     return out;
 }
 
-Status splitRow(const TableDef &t, const uchar *row, int length, ColumnBytes *cols)
+Status RowLayout::parse(const TableDef &t, const uchar *row, int length)
 {
     if (length < 3)
         return badRow(QStringLiteral("row of %1 bytes").arg(length));
-    const int ncols = u16(row);
-    const int maskLen = (ncols + 7) / 8;
+    m_row = row;
+    m_ncols = u16(row);
+    const int maskLen = (m_ncols + 7) / 8;
     if (maskLen + 2 > length)
         return badRow(QStringLiteral("null mask does not fit"));
-    const uchar *mask = row + length - maskLen;
-    int dataEnd = length - maskLen; // where the fixed and variable data must end
-    int nvar = 0;
-    const uchar *offsets = nullptr; // offsets[i] at offsets - 2*i
-    int eod = 0;
+    m_mask = row + length - maskLen;
+    m_dataEnd = length - maskLen;
+    m_nvar = 0;
+    m_offsets = nullptr;
+    m_eod = 0;
     if (t.varSlots > 0 || t.numVarCols > 0) {
         const int pos = length - maskLen - 2;
         if (pos < 2)
             return badRow(QStringLiteral("variable-column count does not fit"));
-        nvar = u16(row + pos);
-        const int eodPos = pos - 2 * (nvar + 1);
+        m_nvar = u16(row + pos);
+        const int eodPos = pos - 2 * (m_nvar + 1);
         if (eodPos < 2)
             return badRow(QStringLiteral("variable-offset table does not fit"));
-        offsets = row + pos - 2;
-        eod = u16(row + eodPos);
-        dataEnd = eodPos;
-        if (eod > dataEnd)
-            return badRow(QStringLiteral("variable data end %1 beyond %2").arg(eod).arg(dataEnd));
+        m_offsets = row + pos - 2;
+        m_eod = u16(row + eodPos);
+        m_dataEnd = eodPos;
+        if (m_eod > m_dataEnd)
+            return badRow(QStringLiteral("variable data end %1 beyond %2").arg(m_eod).arg(m_dataEnd));
     }
+    return Status::ok();
+}
 
-    for (qsizetype i = 0; i < t.columns.size(); ++i) {
-        const ColumnDef &c = t.columns.at(i);
-        ColumnBytes &out = cols[i];
-        out = ColumnBytes {};
-        out.present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
-        if (c.type == quint8(ColumnType::Boolean) || !out.present)
-            continue;
-        if (c.isFixed()) {
-            int size = fixedSizeOf(c.type);
-            if (size < 0)
-                size = c.length;
-            const int pos = 2 + c.fixedOffset;
-            if (pos + size > dataEnd)
-                return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
-            out.data = row + pos;
-            out.size = size;
-        } else {
-            if (c.varIndex >= nvar) {
-                out.present = false; // a row written before the column existed
-                continue;
-            }
-            const int start = u16(offsets - 2 * c.varIndex);
-            const int end = c.varIndex + 1 < nvar ? u16(offsets - 2 * (c.varIndex + 1)) : eod;
-            if (start < 2 || start > end || end > dataEnd)
-                return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
-            out.data = row + start;
-            out.size = end - start;
-        }
+Status RowLayout::column(const ColumnDef &c, ColumnBytes &out) const
+{
+    out = ColumnBytes {};
+    out.present = c.number < m_ncols && (m_mask[c.number / 8] >> (c.number % 8)) & 1;
+    if (c.type == quint8(ColumnType::Boolean) || !out.present)
+        return Status::ok();
+    if (c.isFixed()) {
+        int size = fixedSizeOf(c.type);
+        if (size < 0)
+            size = c.length;
+        const int pos = 2 + c.fixedOffset;
+        if (pos + size > m_dataEnd)
+            return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
+        out.data = m_row + pos;
+        out.size = size;
+        return Status::ok();
     }
+    if (c.varIndex >= m_nvar) {
+        out.present = false; // a row written before the column existed
+        return Status::ok();
+    }
+    const int start = u16(m_offsets - 2 * c.varIndex);
+    const int end = c.varIndex + 1 < m_nvar ? u16(m_offsets - 2 * (c.varIndex + 1)) : m_eod;
+    if (start < 2 || start > end || end > m_dataEnd)
+        return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
+    out.data = m_row + start;
+    out.size = end - start;
+    return Status::ok();
+}
+
+Status splitRow(const TableDef &t, const uchar *row, int length, ColumnBytes *cols)
+{
+    RowLayout layout;
+    if (Status s = layout.parse(t, row, length); !s)
+        return s;
+    for (qsizetype i = 0; i < t.columns.size(); ++i)
+        if (Status s = layout.column(t.columns.at(i), cols[i]); !s)
+            return s;
     return Status::ok();
 }
 

@@ -15,6 +15,25 @@ struct ColumnBytes {
     bool present = false;
 };
 
+// The layout of one stored row (column count, null mask, variable-offset table), read once so
+// that single columns can be found without looking at the others.
+class RowLayout {
+public:
+    // Corruption when the trailer does not fit the row's length bytes.
+    Status parse(const TableDef &t, const uchar *row, int length);
+    // Where column c of the parsed row lies. Corruption when its offsets do not fit the row.
+    Status column(const ColumnDef &c, ColumnBytes &out) const;
+
+private:
+    const uchar *m_row = nullptr;
+    const uchar *m_mask = nullptr;
+    const uchar *m_offsets = nullptr; // offset i at m_offsets - 2*i
+    int m_ncols = 0;
+    int m_dataEnd = 0; // where the fixed and variable data must end
+    int m_nvar = 0;
+    int m_eod = 0;
+};
+
 // Finds every column of t in the row (the bytes of its extent) without decoding any value:
 // cols receives one entry per column of t. Corruption when offsets do not fit the extent.
 Status splitRow(const TableDef &t, const uchar *row, int length, ColumnBytes *cols);

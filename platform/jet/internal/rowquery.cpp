@@ -146,10 +146,13 @@ public:
     {
     }
 
-    Result<bool> matches(const QList<Test> &tests, const ColumnBytes *cols)
+    Result<bool> matches(const QList<Test> &tests, const RowLayout &row)
     {
         for (const Test &t : tests) {
-            Result<bool> ok = matches(t, cols[t.column]);
+            ColumnBytes b;
+            if (Status s = row.column(m_def.columns.at(t.column), b); !s)
+                return s;
+            Result<bool> ok = matches(t, b);
             if (!ok || !*ok)
                 return ok;
         }
@@ -207,15 +210,25 @@ private:
     QVarLengthArray<char16_t, 512> m_buffer;
 };
 
-// A selected value: dates stay the stored number (the Recordset converts them when read).
-Result<QVariant> storedValue(const ColumnDef &def, const ColumnBytes &b, const PageStore &store)
+// A selected value into its cell: text decoded straight into the store's buffer, dates kept as
+// their stored number.
+Status storeValue(const ColumnDef &def, const ColumnBytes &b, const PageStore &store, RowStore &out, int row, int field)
 {
-    if (def.columnType() == ColumnType::DateTime && b.present && b.size >= 8) {
-        const double d = f64(b.data);
-        if (std::isfinite(d))
-            return QVariant(d);
+    if (b.present && b.data) {
+        if (def.columnType() == ColumnType::Text) {
+            out.setText(row, field, decodeTextInto(b.data, b.size, out.reserveText(b.size)));
+            return Status::ok();
+        }
+        if (def.columnType() == ColumnType::DateTime && b.size >= 8 && std::isfinite(f64(b.data))) {
+            out.setDate(row, field, f64(b.data));
+            return Status::ok();
+        }
     }
-    return decodeColumn(def, b, store);
+    Result<QVariant> v = decodeColumn(def, b, store);
+    if (!v)
+        return v.status();
+    out.setValue(row, field, *v);
+    return Status::ok();
 }
 
 // How the order column is compared: plain numbers, date keys and text where the column's type
@@ -290,10 +303,9 @@ Result<SelectedRows> selectRows(
             out.columns.append(i);
         }
     }
-    for (int i : out.columns) {
+    for (int i : out.columns)
         out.names.append(table.columns.at(i).name);
-        out.dateFields.append(table.columns.at(i).type == ColumnType::DateTime);
-    }
+    out.rows = RowStore(int(out.columns.size()));
     QList<Test> tests;
     for (const Condition &c : query.conditions) {
         const int i = columnIndex(c.column);
@@ -314,18 +326,20 @@ Result<SelectedRows> selectRows(
     Matcher matcher(def, store);
     QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
     const Status s = rows.scanStored(def, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
-        if (Status split = splitRow(def, bytes, length, cols.data()); !split)
-            return split;
-        Result<bool> hit = matcher.matches(tests, cols.data());
+        RowLayout layout;
+        if (Status s = layout.parse(def, bytes, length); !s)
+            return s;
+        // The conditions' own columns first; the whole row only for a hit.
+        Result<bool> hit = matcher.matches(tests, layout);
         if (!hit || !*hit)
             return hit ? Result<bool>(true) : hit;
-        Row values;
-        values.reserve(out.columns.size());
-        for (int i : out.columns) {
-            Result<QVariant> v = storedValue(def.columns.at(i), cols[i], store);
-            if (!v)
-                return v.status();
-            values.append(v.take());
+        if (Status s = splitRow(def, bytes, length, cols.data()); !s)
+            return s;
+        const int row = out.rows.appendRow();
+        for (int f = 0; f < out.columns.size(); ++f) {
+            const int i = out.columns.at(f);
+            if (Status st = storeValue(def.columns.at(i), cols[i], store, out.rows, row, f); !st)
+                return st;
         }
         if (orderCol >= 0) {
             const ColumnBytes &b = cols[orderCol];
@@ -357,7 +371,6 @@ Result<SelectedRows> selectRows(
             keys.append(std::move(k));
         }
         out.ids.append(id);
-        out.rows.append(std::move(values));
         return true;
     });
     if (!s)
@@ -370,7 +383,7 @@ Result<SelectedRows> selectRows(
                 k.value = k.null ? QVariant() : QVariant(fromOleDate(k.number));
             sortKind = SortKind::Generic;
         }
-        QList<int> order(out.rows.size());
+        QList<int> order(out.ids.size());
         for (int i = 0; i < order.size(); ++i)
             order[i] = i;
         const bool desc = query.descending;
@@ -379,15 +392,11 @@ Result<SelectedRows> selectRows(
             return desc ? c > 0 : c < 0;
         });
         QList<RowId> ids;
-        QList<Row> sorted;
         ids.reserve(order.size());
-        sorted.reserve(order.size());
-        for (int i : order) {
+        for (int i : order)
             ids.append(out.ids.at(i));
-            sorted.append(std::move(out.rows[i]));
-        }
         out.ids = std::move(ids);
-        out.rows = std::move(sorted);
+        out.rows.permute(order);
     }
     return out;
 }

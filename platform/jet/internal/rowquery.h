@@ -7,18 +7,17 @@
 
 #include "platform/jet/internal/catalogue.h"
 #include "platform/jet/query.h"
+#include "platform/jet/rowstore.h"
 
 namespace tolvane::jet::internal {
 
 // The rows a query selects, in result order, with the selected columns' values in the query's
-// column order. Date/Time values are left as their stored OLE numbers (a double, converted by
-// the Recordset when a field is read); dateFields marks those columns.
+// column order; dates are kept as their stored numbers (RowStore).
 struct SelectedRows {
     QStringList names; // the selected columns' names as stored
     QList<int> columns; // their indexes in the table's column order
-    QList<bool> dateFields;
     QList<RowId> ids;
-    QList<Row> rows;
+    RowStore rows;
 };
 
 // Errors: InvalidArgument (a column the table lacks), Corruption (malformed rows).
