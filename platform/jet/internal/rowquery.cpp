@@ -235,12 +235,18 @@ Status storeValue(const ColumnDef &def, const ColumnBytes &b, const PageStore &s
 // allows, the decoded values through compareValues otherwise.
 enum class SortKind { Number, Date, Text, Generic };
 
+// A row's key: plain numbers inline; texts and decoded values in lists beside the keys, at the
+// row's index, only for the kinds that need them.
 struct SortKey {
     bool null = true;
     double number = 0; // Number; Date: the stored OLE number
     qint64 key = 0; // Date
-    QString text; // Text
-    QVariant value; // Generic
+};
+
+struct SortKeys {
+    QList<SortKey> plain;
+    QList<QString> texts; // Text
+    QList<QVariant> values; // Generic
 };
 
 SortKind sortKindOf(ColumnType type)
@@ -254,10 +260,11 @@ SortKind sortKindOf(ColumnType type)
     return SortKind::Generic;
 }
 
-int compareKeys(SortKind kind, const SortKey &a, const SortKey &b)
+int compareKeys(SortKind kind, const SortKeys &keys, int x, int y)
 {
     if (kind == SortKind::Generic)
-        return compareValues(a.value, b.value);
+        return compareValues(keys.values.at(x), keys.values.at(y));
+    const SortKey &a = keys.plain.at(x), &b = keys.plain.at(y);
     if (a.null || b.null)
         return a.null == b.null ? 0 : (a.null ? -1 : 1);
     switch (kind) {
@@ -266,7 +273,7 @@ int compareKeys(SortKind kind, const SortKey &a, const SortKey &b)
     case SortKind::Date:
         return a.key < b.key ? -1 : (a.key > b.key ? 1 : 0);
     case SortKind::Text: {
-        const int c = a.text.compare(b.text, Qt::CaseInsensitive);
+        const int c = keys.texts.at(x).compare(keys.texts.at(y), Qt::CaseInsensitive);
         return c < 0 ? -1 : (c > 0 ? 1 : 0);
     }
     case SortKind::Generic:
@@ -322,7 +329,7 @@ Result<SelectedRows> selectRows(
     SortKind sortKind = orderCol >= 0 ? sortKindOf(table.columns.at(orderCol).type) : SortKind::Generic;
     bool unplacedDate = false; // a stored date too far out for a plain key
 
-    QList<SortKey> keys;
+    SortKeys keys;
     Matcher matcher(def, store);
     QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
     const Status s = rows.scanStored(def, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
@@ -348,7 +355,7 @@ Result<SelectedRows> selectRows(
                 Result<QVariant> v = decodeColumn(def.columns.at(orderCol), b, store);
                 if (!v)
                     return v.status();
-                k.value = v.take();
+                keys.values.append(v.take());
             } else if (sortKind == SortKind::Number) {
                 k.null = !b.present || !storedNumber(table.columns.at(orderCol).type, b, k.number);
             } else if (sortKind == SortKind::Date) {
@@ -365,10 +372,9 @@ Result<SelectedRows> selectRows(
                 }
             } else {
                 k.null = !b.present;
-                if (b.present)
-                    k.text = decodeText(b.data, b.size);
+                keys.texts.append(b.present ? decodeText(b.data, b.size) : QString());
             }
-            keys.append(std::move(k));
+            keys.plain.append(k);
         }
         out.ids.append(id);
         return true;
@@ -379,8 +385,8 @@ Result<SelectedRows> selectRows(
     if (orderCol >= 0) {
         if (unplacedDate) {
             // Compared as the decoded dates are, invalid ones included.
-            for (SortKey &k : keys)
-                k.value = k.null ? QVariant() : QVariant(fromOleDate(k.number));
+            for (const SortKey &k : keys.plain)
+                keys.values.append(k.null ? QVariant() : QVariant(fromOleDate(k.number)));
             sortKind = SortKind::Generic;
         }
         QList<int> order(out.ids.size());
@@ -388,7 +394,7 @@ Result<SelectedRows> selectRows(
             order[i] = i;
         const bool desc = query.descending;
         std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
-            const int c = compareKeys(sortKind, keys.at(a), keys.at(b));
+            const int c = compareKeys(sortKind, keys, a, b);
             return desc ? c > 0 : c < 0;
         });
         QList<RowId> ids;
