@@ -1,7 +1,5 @@
 #include "browser/filelist.h"
 
-#include <algorithm>
-
 #include "platform/filetimes.h"
 
 namespace tolvane::browser {
@@ -19,32 +17,19 @@ QList<ListedFile> readFolderFiles(const QString &folder)
     QList<ListedFile> out;
     if (folder.isEmpty())
         return out;
-    // One directory read and one status call a file; times stay instants until a row is shown.
+    // One directory read and one status call a file, in the order of the system's file list;
+    // times stay instants until a row is shown.
     QList<FolderEntry> entries = readFolderEntries(folder);
-    // The order of the system's file list: by the upper-cased name, character by character (so
-    // "A_B" follows "AB", as '_' comes after the capital letters); ties by exact text so the order
-    // is stable on case-sensitive disks.
-    struct Keyed {
-        QString key;
-        ListedFile file;
-    };
-    QList<Keyed> keyed;
-    keyed.reserve(entries.size());
+    sortAsFileList(entries);
+    out.reserve(entries.size());
     for (FolderEntry &e : entries) {
         ListedFile f;
         f.name = std::move(e.name);
         f.size = e.size;
         if (e.modified)
             f.modified = QDateTime::fromMSecsSinceEpoch(*e.modified, Qt::UTC);
-        keyed.append({ f.name.toUpper(), std::move(f) });
+        out.append(std::move(f));
     }
-    std::sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
-        const int c = a.key.compare(b.key, Qt::CaseSensitive);
-        return c != 0 ? c < 0 : a.file.name < b.file.name;
-    });
-    out.reserve(keyed.size());
-    for (Keyed &k : keyed)
-        out.append(std::move(k.file));
     return out;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/filetimes.h"
 
+#include <algorithm>
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -13,6 +15,27 @@
 #endif
 
 namespace tolvane {
+
+void sortAsFileList(QList<FolderEntry> &entries)
+{
+    struct Keyed {
+        QString key;
+        FolderEntry entry;
+    };
+    QList<Keyed> keyed;
+    keyed.reserve(entries.size());
+    for (FolderEntry &e : entries) {
+        QString key = e.name.toUpper();
+        keyed.append({ std::move(key), std::move(e) });
+    }
+    std::sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
+        const int c = a.key.compare(b.key, Qt::CaseSensitive);
+        return c != 0 ? c < 0 : a.entry.name < b.entry.name;
+    });
+    entries.clear();
+    for (Keyed &k : keyed)
+        entries.append(std::move(k.entry));
+}
 
 #ifdef Q_OS_UNIX
 

@@ -22,6 +22,11 @@ struct FolderEntry {
 // in the order the system gives them. Empty when the folder cannot be read.
 QList<FolderEntry> readFolderEntries(const QString &folder);
 
+// Puts entries in the order of the system's file list: by the upper-cased name, character by
+// character (so "A_B" follows "AB", as '_' comes after the capital letters); ties by exact text so
+// the order is stable on case-sensitive disks.
+void sortAsFileList(QList<FolderEntry> &entries);
+
 // The modification instant of one file; empty when it cannot be read.
 std::optional<qint64> fileModifiedInstant(const QString &path);
 
