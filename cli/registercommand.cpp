@@ -61,7 +61,7 @@ int runRegister(const QStringList &args)
         names.append(f.name);
         modified.append(f.modified ? QDateTime::fromMSecsSinceEpoch(*f.modified, Qt::UTC) : QDateTime());
     }
-    files.clear();
+    files = {}; // the names share their text with the list; its cells go
     const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, names, modified);
     catalog::CloseCatalog(state, searchResultSet, binderSet);
     using Kind = registration::RegistrationOutcome::Kind;

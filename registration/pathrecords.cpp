@@ -1,5 +1,7 @@
 #include "registration/pathrecords.h"
 
+#include <algorithm>
+
 #include <QFileInfo>
 #include <QHash>
 
@@ -61,6 +63,31 @@ bool sameDay(const std::optional<double> &stored, const QDate &day)
     jet::OleDateParts parts;
     return day.isValid() && jet::oleDateParts(*stored, parts) && parts.msec == 0
         && parts.day == qint64(jet::oleDay(day));
+}
+
+// For each listed name, the index of its first listing when it was listed before, else -1.
+// Found by sorting hashes rather than keeping a table of every name.
+QList<int> firstListings(const QStringList &names)
+{
+    QList<QPair<size_t, int>> hashed(names.size());
+    for (int i = 0; i < names.size(); ++i)
+        hashed[i] = { qHash(matchKey(names.at(i))), i };
+    std::sort(hashed.begin(), hashed.end());
+    QList<int> first(names.size(), -1);
+    for (qsizetype run = 0; run < hashed.size();) {
+        qsizetype end = run + 1;
+        while (end < hashed.size() && hashed.at(end).first == hashed.at(run).first)
+            ++end;
+        for (qsizetype k = run + 1; k < end; ++k) // runs are one long unless names repeat
+            for (qsizetype j = run; j < k; ++j)
+                if (first.at(hashed.at(j).second) < 0
+                    && matchKey(names.at(hashed.at(j).second)) == matchKey(names.at(hashed.at(k).second))) {
+                    first[hashed.at(k).second] = hashed.at(j).second;
+                    break;
+                }
+        run = end;
+    }
+    return first;
 }
 
 } // namespace
@@ -143,7 +170,7 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
 }
 
 Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
-    QList<FolderFileRow> &rows, int &DateFixCount, const Progress &progress)
+    const QList<FolderFileRow> &rows, int &DateFixCount, const Progress &progress)
 {
     QHash<QString, int> byName; // match key -> index into rows
     byName.reserve(rows.size());
@@ -152,8 +179,18 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, c
         if (!byName.contains(key)) // the first row of a name wins, as in the single-file lookup
             byName.insert(key, i);
     }
+    // A name listed again names the row its first listing found or added. Rows added here are
+    // kept apart (no name: the listing has it), so that a large first registration holds one
+    // small record a file.
+    const QList<int> first = firstListings(names);
+    struct Added {
+        jet::RowId id;
+        std::optional<double> date;
+    };
+    QList<Added> added;
+    QList<int> target(names.size(), -1); // per listing: index into rows, or rows.size() + into added
+    QHash<int, double> fixed; // dates corrected in rows, by index
 
-    int added = 0;
     const int total = int(names.size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 64) == 0 && !progress(i, total)) {
@@ -161,21 +198,33 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, c
         }
         const QString &name = names[i];
         const QDate day = days.value(i);
-        const QString key = matchKey(name);
-        const auto it = byName.constFind(key);
-        if (it != byName.constEnd()) {
-            FolderFileRow &row = rows[*it];
+        int ref = -1;
+        if (first.at(i) >= 0) {
+            ref = target.at(first.at(i));
+        } else if (const auto it = byName.constFind(matchKey(name)); it != byName.constEnd()) {
+            ref = *it;
+        }
+        if (ref >= 0) {
+            target[i] = ref;
+            const bool isAdded = ref >= rows.size();
+            const jet::RowId id = isAdded ? added.at(ref - rows.size()).id : rows.at(ref).id;
+            const std::optional<double> stored = isAdded ? added.at(ref - rows.size()).date
+                : fixed.contains(ref)                    ? fixed.value(ref)
+                                                         : rows.at(ref).date;
             // A listed file whose date cannot be read any more keeps its recorded date.
-            if (day.isValid() && !sameDay(row.date, day)) {
-                Result<jet::Row> stored = db.readRow(kFileAtrTable, row.id);
-                if (!stored)
-                    return stored.status();
-                jet::Row updated = stored.take();
+            if (day.isValid() && !sameDay(stored, day)) {
+                Result<jet::Row> values = db.readRow(kFileAtrTable, id);
+                if (!values)
+                    return values.status();
+                jet::Row updated = values.take();
                 updated[FDate] = day;
-                const Status st = db.updateRow(kFileAtrTable, row.id, updated);
+                const Status st = db.updateRow(kFileAtrTable, id, updated);
                 if (!st)
                     return st;
-                row.date = jet::oleDay(day);
+                if (isAdded)
+                    added[ref - rows.size()].date = jet::oleDay(day);
+                else
+                    fixed.insert(ref, jet::oleDay(day));
                 ++DateFixCount;
             }
             continue;
@@ -183,13 +232,12 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, c
         const auto id = db.insertRow(kFileAtrTable, newFileRow(name, pnID, day));
         if (!id)
             return id.status();
-        rows.append({ id.value(), name, day.isValid() ? std::optional<double>(jet::oleDay(day)) : std::nullopt });
-        byName.insert(key, int(rows.size()) - 1);
-        ++added;
+        added.append({ id.value(), day.isValid() ? std::optional<double>(jet::oleDay(day)) : std::nullopt });
+        target[i] = int(rows.size() + added.size()) - 1;
     }
     if (progress)
         progress(total, total);
-    return added;
+    return int(added.size());
 }
 
 Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &names, const Progress &progress)

@@ -65,10 +65,10 @@ QList<QDate> modificationDays(const QList<QDateTime> &modified);
 QList<QDate> modificationDays(const QString &folder, const QStringList &names);
 
 // AddNewFiles and DeleteMissingFiles on the folder's rows read once: days[i] is the day of
-// names[i] (invalid when unreadable). rows is kept up to date: the added rows join it, the deleted
-// ones leave it, so one reading serves both passes of a synchronisation.
+// names[i] (invalid when unreadable). DeleteMissingFiles takes the deleted rows out of rows, so
+// that one reading serves both passes of a synchronisation.
 Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
-    QList<FolderFileRow> &rows, int &DateFixCount, const Progress &progress = {});
+    const QList<FolderFileRow> &rows, int &DateFixCount, const Progress &progress = {});
 Result<int> DeleteMissingFiles(
     jet::Database &db, const QStringList &names, QList<FolderFileRow> &rows, const Progress &progress = {});
 
