@@ -122,31 +122,6 @@ Status Database::scan(const QString &table, const std::function<bool(RowId, cons
     return m_engine->scan(table, visit);
 }
 
-namespace {
-
-// Resolves condition columns to table column indexes.
-Result<QList<int>> resolveConditions(const TableInfo &info, const QList<Condition> &conditions)
-{
-    QList<int> cols;
-    for (const Condition &c : conditions) {
-        const int i = info.columnIndex(c.column);
-        if (i < 0)
-            return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(c.column, info.name));
-        cols.append(i);
-    }
-    return cols;
-}
-
-bool matchesAll(const Row &row, const QList<Condition> &conditions, const QList<int> &cols)
-{
-    for (int i = 0; i < conditions.size(); ++i)
-        if (!conditions.at(i).matches(row.at(cols.at(i))))
-            return false;
-    return true;
-}
-
-} // namespace
-
 Result<std::unique_ptr<Recordset>> Database::openTable(const QString &table)
 {
     return select(Query(table));
@@ -169,28 +144,22 @@ Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
 Result<QList<QPair<QVariant, int>>> Database::groupCount(
     const QString &table, const QString &column, const QList<Condition> &conditions)
 {
-    Result<TableInfo> info = tableInfo(table);
-    if (!info)
-        return info.status();
-    const int col = info->columnIndex(column);
-    if (col < 0)
-        return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(column, info->name));
-    Result<QList<int>> condCols = resolveConditions(*info, conditions);
-    if (!condCols)
-        return condCols.status();
-    QList<QVariant> values;
-    Status s = scan(info->name, [&](RowId, const Row &row) {
-        const QVariant &v = row.at(col);
-        if (v.isValid() && !v.isNull() && matchesAll(row, conditions, *condCols))
-            values.append(v);
-        return true;
-    });
-    if (!s)
-        return s;
-    std::stable_sort(
-        values.begin(), values.end(), [](const QVariant &a, const QVariant &b) { return compareValues(a, b) < 0; });
+    // The column's values in order (nulls first, then equal values together), each converted
+    // once per distinct stored value by the row store.
+    Query query(table);
+    query.columns = { column };
+    query.conditions = conditions;
+    query.orderBy = column;
+    m_engine->refreshIfChanged();
+    Result<internal::SelectedRows> selected = m_engine->select(query);
+    if (!selected)
+        return selected.status();
+    const RowStore &rows = selected->rows;
     QList<QPair<QVariant, int>> out;
-    for (const QVariant &v : values) {
+    for (int i = 0; i < rows.rows(); ++i) {
+        const QVariant v = rows.value(i, 0);
+        if (!v.isValid() || v.isNull())
+            continue;
         if (!out.isEmpty() && compareValues(out.last().first, v) == 0)
             ++out.last().second;
         else
