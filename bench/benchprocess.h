@@ -5,18 +5,17 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
 #include <functional>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QList>
 #include <QStringList>
-
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "catalog/schema.h"
 #include "platform/jet/database.h"
@@ -50,7 +49,7 @@ inline Run runProcess(const QStringList &argv)
     }
     Run r;
     int status = 0;
-    struct rusage usage {};
+    struct rusage usage { };
     if (pid < 0 || wait4(pid, &status, 0, &usage) < 0)
         return r;
     r.ms = double(t.nsecsElapsed()) / 1e6;

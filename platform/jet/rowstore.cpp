@@ -1,5 +1,6 @@
 #include "platform/jet/rowstore.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/jet/types.h"
@@ -120,11 +121,13 @@ void RowStore::permute(const QList<int> &order)
 {
     if (m_fields == 0)
         return;
-    QList<Cell> cells;
-    cells.reserve(qsizetype(order.size()) * m_fields);
-    for (int r : order)
-        for (int f = 0; f < m_fields; ++f)
-            cells.append(cell(r, f));
+    QList<Cell> cells(qsizetype(order.size()) * m_fields);
+    Cell *to = cells.data();
+    const Cell *from = m_cells.constData();
+    for (int r : order) {
+        std::copy_n(from + qsizetype(r) * m_fields, m_fields, to);
+        to += m_fields;
+    }
     m_cells = std::move(cells);
 }
 

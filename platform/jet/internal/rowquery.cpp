@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include <QDateTime>
 #include <QVarLengthArray>
@@ -167,6 +168,18 @@ private:
         return QStringView(m_buffer.data(), decodeTextInto(b.data, b.size, m_buffer.data()));
     }
 
+    // False when the stored text cannot have that many UTF-16 units. Case-insensitive equality
+    // keeps the length: case folding maps each character into its own plane.
+    static bool sameLength(const ColumnBytes &b, qsizetype length)
+    {
+        if (b.size >= 2 && b.data[0] == 0xFF && b.data[1] == 0xFE) {
+            if (std::memchr(b.data + 2, 0, size_t(b.size - 2)))
+                return true; // several runs: the length needs decoding
+            return b.size - 2 == length;
+        }
+        return b.size / 2 == length;
+    }
+
     Result<bool> generic(const Test &t, const ColumnBytes &b)
     {
         Result<QVariant> v = decodeColumn(m_def.columns.at(t.column), b, m_store);
@@ -181,7 +194,7 @@ private:
         case Test::Kind::Never:
             return false;
         case Test::Kind::TextEqual:
-            return b.present && text(b).compare(t.text, Qt::CaseInsensitive) == 0;
+            return b.present && sameLength(b, t.text.size()) && text(b).compare(t.text, Qt::CaseInsensitive) == 0;
         case Test::Kind::TextLike:
             return b.present && likeMatch(text(b), t.text);
         case Test::Kind::Number: {
