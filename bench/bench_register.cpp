@@ -1,67 +1,42 @@
-// Registers a generated folder of many files into a new catalogue, then synchronises it
-// unchanged, and prints both times beside a bare directory walk with stat of the same folder.
-// Usage: bench_register [FILE_COUNT] (default 10000).
-#include <cstdio>
-
+// Times registration as whole `tolvane-cli register` processes beside a `find -printf` walk of
+// the same folder (names, sizes and modification times) in the same run: the first registration
+// of a folder of 10,000 files and its unchanged re-synchronisation, into an empty catalogue and
+// into one of 100,000 rows; then the peak memory of registering a folder of 100,000 files
+// against the size of the catalogue it makes.
+// Usage: bench_register [--runs N] [FILE_COUNT [BIG_FOLDER_COUNT]]   (default 11; 10000 100000)
 #include <QCoreApplication>
 #include <QDir>
-#include <QDirIterator>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 
-#include "browser/filelist.h"
+#include "bench/benchprocess.h"
 #include "catalog/creation.h"
-#include "platform/jet/database.h"
-#include "registration/bulkregistration.h"
 
 using namespace tolvane;
 
 namespace {
 
-class YesPrompter : public Prompter {
-public:
-    QString last;
-    Answer message(const Message &m) override
-    {
-        if (m.buttons == Buttons::YesNo)
-            return Answer::Yes;
-        last = m.text;
-        return Answer::Ok;
-    }
-    QString openFile(const QString &, const QString &, const QString &) override { return {}; }
-    QString saveFile(const QString &, const QString &, const QString &) override { return {}; }
-    QString folder(const QString &, const QString &) override { return {}; }
-    QColor color(const QString &, const QColor &, const QList<QColor> &) override { return {}; }
-    QString text(const QString &, const QString &, const QString &, bool *ok) override
-    {
-        *ok = false;
-        return {};
-    }
-    int number(const QString &, const QString &, int i, int, int, bool *ok) override
-    {
-        *ok = false;
-        return i;
-    }
-};
-
-double walkWithStat(const QString &folder, qint64 *sum)
+bool makeFolder(const QString &folder, int count)
 {
-    QElapsedTimer t;
-    t.start();
-    QDirIterator it(folder, QDir::Files);
-    while (it.hasNext()) {
-        it.next();
-        const QFileInfo fi = it.fileInfo();
-        *sum += fi.size() + fi.lastModified().toSecsSinceEpoch() % 7;
+    QDir().mkpath(folder);
+    for (int i = 0; i < count; ++i) {
+        QFile f(folder + QStringLiteral("/文書_%1.txt").arg(i, 6, 10, QLatin1Char('0')));
+        if (!f.open(QIODevice::WriteOnly) || f.write("x") != 1)
+            return false;
     }
-    return double(t.nsecsElapsed()) / 1e6;
+    return true;
 }
 
-void print(const char *what, double ms, double base)
+bool emptyCatalogue(const QString &base)
 {
-    std::printf("%-28s %10.1f ms   x%.1f of the walk\n", what, ms, base > 0 ? ms / base : 0.0);
+    return catalog::CreateCatalogFile(base) && catalog::PutIDno(base) && catalog::PutDBID(base)
+        && catalog::PutItemN(base);
+}
+
+void copyOver(const QString &from, const QString &to)
+{
+    QFile::remove(to);
+    QFile::remove(to + QStringLiteral("-journal"));
+    QFile::copy(from, to);
 }
 
 } // namespace
@@ -69,55 +44,79 @@ void print(const char *what, double ms, double base)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    const int count = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 10000;
+    QStringList args = app.arguments().mid(1);
+    int runs = 11;
+    if (args.size() >= 2 && args.first() == QStringLiteral("--runs")) {
+        runs = args.at(1).toInt();
+        args = args.mid(2);
+    }
+    const int count = args.size() > 0 ? args.at(0).toInt() : 10000;
+    const int bigCount = args.size() > 1 ? args.at(1).toInt() : 100000;
+    const QString cli = QStringLiteral(TOLVANE_CLI_PATH);
     QTemporaryDir tmp;
     const QString folder = tmp.path() + QStringLiteral("/files");
-    QDir().mkpath(folder);
-    for (int i = 0; i < count; ++i) {
-        QFile f(folder + QStringLiteral("/文書_%1.txt").arg(i, 6, 10, QLatin1Char('0')));
-        if (!f.open(QIODevice::WriteOnly) || f.write("x") != 1)
-            return 1;
-    }
-    const QString base = tmp.path() + QStringLiteral("/bench");
-    if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
-        || !catalog::PutItemN(base)) {
-        std::fprintf(stderr, "cannot create the catalogue\n");
+    const QString empty = tmp.path() + QStringLiteral("/empty");
+    const QString full = tmp.path() + QStringLiteral("/full.mdb");
+    if (!makeFolder(folder, count) || !emptyCatalogue(empty) || !bench::buildCatalogue(full, 100000)) {
+        bench::say(QStringLiteral("cannot prepare the folder and catalogues"));
         return 1;
     }
-    auto db = jet::Database::open(base + QStringLiteral(".mdb"));
-    if (!db) {
-        std::fprintf(stderr, "%s\n", qPrintable(db.status().toString()));
-        return 1;
+    const QStringList peer { QStringLiteral("find"), folder, QStringLiteral("-maxdepth"), QStringLiteral("1"),
+        QStringLiteral("-type"), QStringLiteral("f"), QStringLiteral("-printf"), QStringLiteral("%f\t%s\t%T@\n") };
+    bench::runProcess(peer); // the directory in the cache
+
+    bench::say(QStringLiteral("whole processes, medians of %1 runs each, taken in turn with the peer").arg(runs));
+    bench::say(QStringLiteral("%1 files; peer = find -printf of the folder").arg(count));
+    bench::say(QStringLiteral("%1 %2 %3 %4 %5")
+                   .arg(QStringLiteral("registration"), -44)
+                   .arg(QStringLiteral("ours ms"), 8)
+                   .arg(QStringLiteral("peer ms"), 8)
+                   .arg(QStringLiteral("ours/peer"), 10)
+                   .arg(QStringLiteral("peak MB"), 8));
+    bool failed = false;
+    auto report = [&](const QString &what, const bench::Pair &p) {
+        failed = failed || p.failed;
+        bench::say(QStringLiteral("%1 %2 %3 %4x %5%6")
+                       .arg(what, -44)
+                       .arg(p.ours, 8, 'f', 1)
+                       .arg(p.peer, 8, 'f', 1)
+                       .arg(p.peer > 0 ? p.ours / p.peer : 0.0, 9, 'f', 1)
+                       .arg(double(p.peakKb) / 1024.0, 8, 'f', 1)
+                       .arg(p.failed ? QStringLiteral("  FAILED") : QString()));
+    };
+    const struct {
+        QString name;
+        QString base;
+    } catalogues[] = { { QStringLiteral("empty catalogue"), empty + QStringLiteral(".mdb") },
+        { QStringLiteral("100,000-row catalogue"), full } };
+    for (const auto &c : catalogues) {
+        const QString work = tmp.path() + QStringLiteral("/work.mdb");
+        const QStringList ours { cli, QStringLiteral("register"), work, folder };
+        report(QStringLiteral("first registration, ") + c.name,
+            bench::compare(ours, peer, runs, [&] { copyOver(c.base, work); }));
+        report(QStringLiteral("unchanged re-synchronisation, ") + c.name, bench::compare(ours, peer, runs));
     }
 
-    qint64 sum = 0;
-    walkWithStat(folder, &sum); // warm the directory cache
-    const double walk = walkWithStat(folder, &sum);
-
-    QElapsedTimer t;
-    t.start();
-    browser::FileListModel fr;
-    browser::ListFolderFiles(fr, folder);
-    const double list = double(t.nsecsElapsed()) / 1e6;
-
-    YesPrompter prompter;
-    jet::Database &catalogue = **db;
-    t.restart();
-    auto first = registration::RegisterShownFolder(catalogue, prompter, folder, fr.names());
-    const double reg = double(t.nsecsElapsed()) / 1e6;
-    const QString firstMsg = prompter.last;
-    t.restart();
-    auto again = registration::RegisterShownFolder(catalogue, prompter, folder, fr.names());
-    const double sync = double(t.nsecsElapsed()) / 1e6;
-
-    std::printf("files: %d\n", count);
-    print("directory walk with stat", walk, walk);
-    print("file list (fr)", list, walk);
-    print("first registration", reg, walk);
-    print("unchanged resynchronisation", sync, walk);
-    std::printf("messages: %s / %s\n", firstMsg.toUtf8().constData(), prompter.last.toUtf8().constData());
-    const bool ok = first.kind == registration::RegistrationOutcome::Kind::Registered && first.added == count
-        && again.kind == registration::RegistrationOutcome::Kind::Synchronised && again.added == 0
-        && again.deleted == 0;
-    return ok ? 0 : 1;
+    // Memory: a folder of bigCount files registered into an empty catalogue.
+    const QString big = tmp.path() + QStringLiteral("/big");
+    const QString work = tmp.path() + QStringLiteral("/big.mdb");
+    if (bigCount > 0 && makeFolder(big, bigCount)) {
+        copyOver(empty + QStringLiteral(".mdb"), work);
+        const bench::Run r = bench::runProcess({ cli, QStringLiteral("register"), work, big });
+        const double mb = double(QFile(work).size()) / (1024.0 * 1024.0);
+        const double peak = double(r.peakKb) / 1024.0;
+        bench::say(QStringLiteral("\nregistering %1 files: %2 ms, peak %3 MB, catalogue %4 MB, peak/catalogue %5x%6")
+                       .arg(bigCount)
+                       .arg(r.ms, 0, 'f', 0)
+                       .arg(peak, 0, 'f', 1)
+                       .arg(mb, 0, 'f', 1)
+                       .arg(mb > 0 ? peak / mb : 0.0, 0, 'f', 1)
+                       .arg(r.exitCode == 0 ? QString() : QStringLiteral("  FAILED")));
+        const bench::Run again = bench::runProcess({ cli, QStringLiteral("register"), work, big });
+        bench::say(QStringLiteral("re-synchronising them unchanged: %1 ms, peak %2 MB")
+                       .arg(again.ms, 0, 'f', 0)
+                       .arg(double(again.peakKb) / 1024.0, 0, 'f', 1));
+        failed = failed || r.exitCode != 0 || again.exitCode != 0;
+    }
+    return failed ? 1 : 0;
 }

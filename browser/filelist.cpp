@@ -1,9 +1,6 @@
 #include "browser/filelist.h"
 
-#include <algorithm>
-
-#include <QDir>
-#include <QFileInfo>
+#include "platform/filetimes.h"
 
 namespace tolvane::browser {
 
@@ -20,34 +17,19 @@ QList<ListedFile> readFolderFiles(const QString &folder)
     QList<ListedFile> out;
     if (folder.isEmpty())
         return out;
-    const QDir dir(folder);
-    // One directory read; QFileInfo caches the stat that length and date need.
-    const QFileInfoList infos = dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::NoSort);
-    // The order of the system's file list: by the upper-cased name, character by character (so
-    // "A_B" follows "AB", as '_' comes after the capital letters); ties by exact text so the order
-    // is stable on case-sensitive disks.
-    struct Keyed {
-        QString key;
-        ListedFile file;
-    };
-    QList<Keyed> keyed;
-    keyed.reserve(infos.size());
-    for (const QFileInfo &fi : infos) {
+    // One directory read and one status call a file, in the order of the system's file list;
+    // times stay instants until a row is shown.
+    QList<FolderEntry> entries = readFolderEntries(folder);
+    sortAsFileList(entries);
+    out.reserve(entries.size());
+    for (FolderEntry &e : entries) {
         ListedFile f;
-        f.name = fi.fileName();
-        if (fi.exists()) {
-            f.size = fi.size();
-            f.modified = fi.lastModified();
-        }
-        keyed.append({ f.name.toUpper(), std::move(f) });
+        f.name = std::move(e.name);
+        f.size = e.size;
+        if (e.modified)
+            f.modified = QDateTime::fromMSecsSinceEpoch(*e.modified, Qt::UTC);
+        out.append(std::move(f));
     }
-    std::sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
-        const int c = a.key.compare(b.key, Qt::CaseSensitive);
-        return c != 0 ? c < 0 : a.file.name < b.file.name;
-    });
-    out.reserve(keyed.size());
-    for (Keyed &k : keyed)
-        out.append(std::move(k.file));
     return out;
 }
 

@@ -36,7 +36,7 @@ QString FileListModel::formatSizeKB(qint64 bytes)
 
 QString FileListModel::formatDateTime(const QDateTime &dt)
 {
-    return dt.isValid() ? dt.toString(QStringLiteral("yyyy/MM/dd HH:mm:ss")) : QString();
+    return dt.isValid() ? dt.toLocalTime().toString(QStringLiteral("yyyy/MM/dd HH:mm:ss")) : QString();
 }
 
 void FileListModel::clear()

@@ -15,7 +15,7 @@ namespace tolvane::browser {
 struct ListedFile {
     QString name; // as the file system gives it
     qint64 size = -1; // bytes; -1 when the length could not be read
-    QDateTime modified; // invalid when the date could not be read
+    QDateTime modified; // invalid when the date could not be read; any time spec (lists give UTC)
 };
 
 class FileListModel : public QAbstractTableModel {
@@ -30,7 +30,7 @@ public:
     // Column 1's text for a length in bytes: KB with thousands separators and at most one
     // decimal ("#,##0.#": 1536 -> "1.5", 1048576 -> "1,024", 100 -> "0.1"). Empty for -1.
     static QString formatSizeKB(qint64 bytes);
-    // Column 2's text for a modification time ("yyyy/MM/dd HH:mm:ss").
+    // Column 2's text for a modification time, in local time ("yyyy/MM/dd HH:mm:ss").
     static QString formatDateTime(const QDateTime &dt);
 
     // Grid row count including the heading row (1 when no file is listed).

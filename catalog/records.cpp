@@ -9,20 +9,17 @@ namespace tolvane::catalog {
 Result<int> GetPathID(jet::Database &db, const QString &path)
 {
     // The database compares text without case; the folder identity is the exact text, so the
-    // rows are walked and compared here.
-    int found = -1;
-    const Status st = db.scan(kPathNameTable, [&](jet::RowId, const jet::Row &row) {
-        if (row.size() > PName && row[PName].toString() == path) {
-            found = row[PPnID].toInt();
-            return false;
-        }
-        return true;
-    });
-    if (!st)
-        return st;
-    if (found < 0)
-        return Status::notFound(QStringLiteral("folder not registered"));
-    return found;
+    // rows it finds are compared again here. (An empty path also names a row without pName.)
+    jet::Query query = jet::Query(kPathNameTable).select({ QStringLiteral("pnID"), QStringLiteral("pName") });
+    if (!path.isEmpty())
+        query.where(jet::Condition::equal(QStringLiteral("pName"), path));
+    auto rs = db.select(query);
+    if (!rs)
+        return rs.status();
+    for ((*rs)->moveFirst(); !(*rs)->eof(); (*rs)->moveNext())
+        if ((*rs)->field(1).toString() == path)
+            return (*rs)->field(0).toInt();
+    return Status::notFound(QStringLiteral("folder not registered"));
 }
 
 Result<QString> GetPathName(jet::Database &db, int pnID)

@@ -1,13 +1,14 @@
 // tolvane-cli register CATALOG.mdb FOLDER: opens the catalogue as the program does, lists FOLDER
-// as the file list would, and runs the bulk registration on it with the confirmation answered Yes.
+// as the file list would (same files, same order), and runs the bulk registration on it with the confirmation answered
+// Yes.
 #include <QDir>
 #include <QFileInfo>
 
-#include "browser/filelist.h"
 #include "catalog/catalogstate.h"
 #include "catalog/lifecycle.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
+#include "platform/filetimes.h"
 #include "platform/paths.h"
 #include "registration/bulkregistration.h"
 
@@ -38,10 +39,20 @@ int runRegister(const QStringList &args)
         return 1;
     }
 
-    browser::FileListModel fr;
+    // The folder's files as the file list shows them, with the times it read.
     const QString folder = normalFolderPath(args[1]);
-    browser::ListFolderFiles(fr, folder);
-    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, fr.names());
+    QList<FolderEntry> files = readFolderEntries(folder);
+    sortAsFileList(files);
+    QStringList names;
+    QList<QDateTime> modified;
+    names.reserve(files.size());
+    modified.reserve(files.size());
+    for (const FolderEntry &f : files) {
+        names.append(f.name);
+        modified.append(f.modified ? QDateTime::fromMSecsSinceEpoch(*f.modified, Qt::UTC) : QDateTime());
+    }
+    files = {}; // the names share their text with the list; its cells go
+    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, names, modified);
     catalog::CloseCatalog(state, searchResultSet, binderSet);
     using Kind = registration::RegistrationOutcome::Kind;
     switch (outcome.kind) {

@@ -4,12 +4,15 @@
 #include <cstdio>
 
 #include <QDateTime>
+#include <QHash>
+#include <QStringEncoder>
 
 #include "catalog/lifecycle.h"
 #include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
 #include "platform/paths.h"
 #include "platform/tableexport.h"
 #include "search/catalogqueries.h"
@@ -20,12 +23,81 @@ namespace tolvane::cli {
 
 namespace {
 
-// Result rows go out buffered: a search may print a hundred thousand of them.
-void writeRow(const QString &line)
-{
-    const QByteArray bytes = (line + QLatin1Char('\n')).toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
-}
+// Result rows go out buffered, built as UTF-8 directly: a search may print a hundred thousand
+// of them.
+class RowWriter {
+public:
+    RowWriter() { m_out.reserve(1 << 17); }
+    ~RowWriter() { flush(); }
+    // One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break
+    // inside a field, so that each row stays one line of seven columns.
+    void field(const jet::Recordset &rs, int i)
+    {
+        if (i > 0)
+            m_out.append('\t');
+        if (const std::optional<double> ole = rs.oleDate(i)) {
+            date(*ole);
+            return;
+        }
+        const qsizetype start = m_out.size();
+        if (const std::optional<QStringView> text = rs.textField(i)) {
+            m_out.resize(start + m_utf8.requiredSpace(text->size()));
+            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, *text) - m_out.constData());
+            blankBreaks(start);
+            return;
+        }
+        const QVariant value = rs.field(i);
+        if (!value.isValid() || value.isNull())
+            return;
+        if (value.typeId() == QMetaType::QDateTime) { // an invalid stored date
+            m_out.append(value.toDateTime().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+            return;
+        }
+        if (value.typeId() == QMetaType::Int)
+            m_out.append(QByteArray::number(value.toInt()));
+        else
+            m_out.append(value.toString().toUtf8());
+        blankBreaks(start);
+    }
+    void endRow()
+    {
+        m_out.append('\n');
+        if (m_out.size() > (1 << 16))
+            flush();
+    }
+    void flush()
+    {
+        std::fwrite(m_out.constData(), 1, size_t(m_out.size()), stdout);
+        m_out.clear();
+        std::fflush(stdout);
+    }
+
+private:
+    void blankBreaks(qsizetype from)
+    {
+        for (char *c = m_out.data() + from, *end = m_out.data() + m_out.size(); c != end; ++c)
+            if (*c == '\t' || *c == '\n' || *c == '\r')
+                *c = ' ';
+    }
+
+    // The date part of a stored date, formatted once per distinct day.
+    void date(double ole)
+    {
+        jet::OleDateParts parts;
+        if (!jet::oleDateParts(ole, parts)) {
+            m_out.append(jet::fromOleDate(ole).toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+            return;
+        }
+        auto it = m_days.constFind(parts.day);
+        if (it == m_days.constEnd())
+            it = m_days.insert(parts.day, parts.date().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+        m_out.append(*it);
+    }
+
+    QByteArray m_out;
+    QStringEncoder m_utf8 { QStringEncoder::Utf8 };
+    QHash<qint64, QByteArray> m_days;
+};
 
 int usage()
 {
@@ -33,21 +105,6 @@ int usage()
                             "--class TEXT | --period FROM TO | --keyword TEXT) [--narrow CLASS] "
                             "[--output FILE.xlsx|FILE.csv]"));
     return 1;
-}
-
-// One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break inside
-// a field, so that each row stays one line of seven columns.
-QString fieldText(const QVariant &value)
-{
-    if (!value.isValid() || value.isNull())
-        return {};
-    if (value.typeId() == QMetaType::QDateTime)
-        return value.toDateTime().toString(QStringLiteral("yyyy-MM-dd"));
-    QString text = value.toString();
-    for (QChar &c : text)
-        if (c == QLatin1Char('\t') || c == QLatin1Char('\n') || c == QLatin1Char('\r'))
-            c = QLatin1Char(' ');
-    return text;
 }
 
 struct Request {
@@ -149,23 +206,34 @@ int runSearch(const QStringList &args)
         return 0;
     }
 
-    QList<QStringList> rows;
-    for (result->moveFirst(); !result->eof(); result->moveNext()) {
-        QStringList fields;
-        for (int i = 0; i < result->fieldCount(); ++i)
-            fields.append(fieldText(result->field(i)));
-        if (req.output.isEmpty())
-            writeRow(fields.join(QLatin1Char('\t')));
-        else
-            rows.append(fields);
-    }
-    std::fflush(stdout);
     if (!req.output.isEmpty()) {
+        // The same fields under the seven headings, into a spreadsheet or CSV file.
+        QList<QStringList> rows;
+        for (result->moveFirst(); !result->eof(); result->moveNext()) {
+            QStringList fields;
+            for (int i = 0; i < result->fieldCount(); ++i) {
+                const QVariant value = result->field(i);
+                if (!value.isValid() || value.isNull())
+                    fields.append(QString());
+                else if (value.typeId() == QMetaType::QDateTime)
+                    fields.append(value.toDateTime().toString(QStringLiteral("yyyy-MM-dd")));
+                else
+                    fields.append(value.toString());
+            }
+            rows.append(fields);
+        }
         if (const Status written = writeTable(req.output, catalog::CatalogHeadings(), rows); !written) {
             writeErr(QStringLiteral("%1: %2").arg(req.output, written.toString()));
             return 1;
         }
         writeOut(QStringLiteral("%1件の検索結果を %2 に書き出しました。").arg(rows.size()).arg(req.output));
+        return 0;
+    }
+    RowWriter out;
+    for (result->moveFirst(); !result->eof(); result->moveNext()) {
+        for (int i = 0; i < result->fieldCount(); ++i)
+            out.field(*result, i);
+        out.endRow();
     }
     return 0;
 }

@@ -93,6 +93,12 @@ QString skippedFilesMessage(const QList<SkippedFile> &skipped)
 RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
     const QStringList &names, const Progress &progress)
 {
+    return RegisterShownFolder(db, prompter, CurrentFolder, names, {}, progress);
+}
+
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const QStringList &names, const QList<QDateTime> &modified, const Progress &progress)
+{
     RegistrationOutcome out;
     for (const QString &name : unreadableFileNames(CurrentFolder))
         out.skipped.append({ name, QStringLiteral("ファイル名の文字コードを読み取れません") });
@@ -109,6 +115,10 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
         return out;
     }
     const int listed = int(names.size());
+    // The files' days: from the list when it carries them, else one status call a file.
+    auto dayList = [&]() {
+        return modified.size() == names.size() ? modificationDays(modified) : modificationDays(CurrentFolder, names);
+    };
     const Result<int> registered = catalog::GetPathID(db, CurrentFolder);
     if (!registered && registered.status().code() != Status::Code::NotFound) {
         out.kind = RegistrationOutcome::Kind::Failed;
@@ -121,13 +131,15 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
         // Synchronisation: deletion first, then addition with the date corrections.
         const int total = listed + listed / 4 + 1;
         const Status st = inTransaction(db, [&]() -> Status {
-            const Result<int> deleted
-                = DeleteMissingFiles(db, out.pnID, names, part(progress, 0, listed / 4 + 1, total));
+            auto rows = ReadFolderFileRows(db, out.pnID);
+            if (!rows)
+                return rows.status();
+            const Result<int> deleted = DeleteMissingFiles(db, names, *rows, part(progress, 0, listed / 4 + 1, total));
             if (!deleted)
                 return deleted.status();
             out.deleted = deleted.value();
             int DateFixCount = 0;
-            const Result<int> added = AddNewFiles(db, CurrentFolder, out.pnID, names, DateFixCount, out.skipped,
+            const Result<int> added = AddNewFiles(db, out.pnID, names, dayList(), *rows, DateFixCount, out.skipped,
                 part(progress, listed / 4 + 1, listed, total));
             if (!added)
                 return added.status();
@@ -166,8 +178,9 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
             return st;
         }
         int DateFixCount = 0;
+        QList<FolderFileRow> rows; // a new folder has none
         const Result<int> added = AddNewFiles(
-            db, CurrentFolder, out.pnID, names, DateFixCount, out.skipped, part(progress, 0, listed, listed));
+            db, out.pnID, names, dayList(), rows, DateFixCount, out.skipped, part(progress, 0, listed, listed));
         if (!added)
             return added.status();
         out.added = added.value();

@@ -49,5 +49,9 @@ QString skippedFilesMessage(const QList<SkippedFile> &skipped);
 // after the counts; the rest is registered.
 RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
     const QStringList &names, const Progress &progress = {});
+// The same with the files' modification times as the list read them (modified[i] for names[i];
+// invalid when unreadable), so that no file is read again.
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const QStringList &names, const QList<QDateTime> &modified, const Progress &progress = {});
 
 } // namespace tolvane::registration

@@ -1,10 +1,12 @@
 #include "registration/pathrecords.h"
 
+#include <algorithm>
+
 #include <QFileInfo>
 #include <QHash>
-#include <QSet>
 
 #include "catalog/schema.h"
+#include "platform/filetimes.h"
 #include "platform/jet/recordset.h"
 #include "platform/paths.h"
 
@@ -25,7 +27,7 @@ Status AddPathName(jet::Database &db, const QString &path, int pnID)
 
 namespace {
 
-jet::Row newFileRow(const QString &name, int pnID, const QDateTime &day)
+jet::Row newFileRow(const QString &name, int pnID, const QDate &day)
 {
     jet::Row row(FileAtrFieldCount);
     row[FClass] = QString();
@@ -38,12 +40,6 @@ jet::Row newFileRow(const QString &name, int pnID, const QDateTime &day)
     return row;
 }
 
-// A registered file's row as read once for the in-memory matching.
-struct FolderRow {
-    jet::RowId id;
-    jet::Row values;
-};
-
 // Listed names are matched to rows by their exact text, as the deletion pass keeps rows. (On a
 // disk that tells case apart, "a.txt" and "A.txt" are two files and get two rows; matched without
 // case they would share one row whose date flipped between them at every synchronisation.)
@@ -52,45 +48,113 @@ QString matchKey(const QString &name)
     return name;
 }
 
-// The rows registered in folder pnID, in table order.
-Result<QList<FolderRow>> readFolderRows(jet::Database &db, int pnID)
+// A stored fDate against a day, compared as wall-clock dates are (to the millisecond).
+bool sameDay(const std::optional<double> &stored, const QDate &day)
 {
-    QList<FolderRow> rows;
-    const Status st = db.scan(kFileAtrTable, [&](jet::RowId id, const jet::Row &row) {
-        if (row.size() == FileAtrFieldCount && row[FPnID].isValid() && row[FPnID].toInt() == pnID)
-            rows.append({ id, row });
-        return true;
-    });
-    if (!st)
-        return st;
-    return rows;
+    if (!stored)
+        return !day.isValid();
+    jet::OleDateParts parts;
+    return day.isValid() && jet::oleDateParts(*stored, parts) && parts.msec == 0
+        && parts.day == qint64(jet::oleDay(day));
 }
 
-bool sameDate(const QVariant &stored, const QDateTime &day)
+// For each listed name, the index of its first listing when it was listed before, else -1.
+// Found by sorting hashes rather than keeping a table of every name.
+QList<int> firstListings(const QStringList &names)
 {
-    if (!stored.isValid() || stored.isNull())
-        return !day.isValid();
-    return stored.toDateTime() == day;
+    QList<QPair<size_t, int>> hashed(names.size());
+    for (int i = 0; i < names.size(); ++i)
+        hashed[i] = { qHash(matchKey(names.at(i))), i };
+    std::sort(hashed.begin(), hashed.end());
+    QList<int> first(names.size(), -1);
+    for (qsizetype run = 0; run < hashed.size();) {
+        qsizetype end = run + 1;
+        while (end < hashed.size() && hashed.at(end).first == hashed.at(run).first)
+            ++end;
+        for (qsizetype k = run + 1; k < end; ++k) // runs are one long unless names repeat
+            for (qsizetype j = run; j < k; ++j)
+                if (first.at(hashed.at(j).second) < 0
+                    && matchKey(names.at(hashed.at(j).second)) == matchKey(names.at(hashed.at(k).second))) {
+                    first[hashed.at(k).second] = hashed.at(j).second;
+                    break;
+                }
+        run = end;
+    }
+    return first;
 }
 
 } // namespace
 
+QList<QDate> modificationDays(const QString &folder, const QStringList &names)
+{
+    const LocalCalendar calendar;
+    QList<QDate> days;
+    days.reserve(names.size());
+    for (const QString &name : names) {
+        const std::optional<qint64> t = fileModifiedInstant(joinPath(folder, name));
+        days.append(t ? calendar.dayOf(*t) : QDate());
+    }
+    return days;
+}
+
+QList<QDate> modificationDays(const QList<QDateTime> &modified)
+{
+    const LocalCalendar calendar;
+    QList<QDate> days;
+    days.reserve(modified.size());
+    for (const QDateTime &t : modified)
+        days.append(!t.isValid()                ? QDate()
+                : t.timeSpec() == Qt::LocalTime ? t.date()
+                                                : calendar.dayOf(t.toMSecsSinceEpoch()));
+    return days;
+}
+
+Result<QList<FolderFileRow>> ReadFolderFileRows(jet::Database &db, int pnID)
+{
+    auto rs = db.select(jet::Query(kFileAtrTable)
+                            .select({ QStringLiteral("fName"), QStringLiteral("fDate") })
+                            .where(jet::Condition::equal(QStringLiteral("pnID"), pnID)));
+    if (!rs)
+        return rs.status();
+    jet::Recordset &r = **rs;
+    QList<FolderFileRow> rows;
+    rows.reserve(r.recordCount());
+    for (r.moveFirst(); !r.eof(); r.moveNext())
+        rows.append({ r.currentId(), r.field(0).toString(), r.oleDate(1) });
+    return rows;
+}
+
 Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, const QStringList &names, int &DateFixCount,
     QList<SkippedFile> &skipped, const Progress &progress)
 {
-    auto existing = readFolderRows(db, pnID);
+    auto existing = ReadFolderFileRows(db, pnID);
     if (!existing)
         return existing.status();
+    return AddNewFiles(db, pnID, names, modificationDays(folder, names), *existing, DateFixCount, skipped, progress);
+}
+
+Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
+    const QList<FolderFileRow> &rows, int &DateFixCount, QList<SkippedFile> &skipped, const Progress &progress)
+{
     QHash<QString, int> byName; // match key -> index into rows
-    QList<FolderRow> &rows = *existing;
     byName.reserve(rows.size());
     for (int i = 0; i < rows.size(); ++i) {
-        const QString key = matchKey(rows[i].values[FName].toString());
+        const QString key = matchKey(rows[i].name);
         if (!byName.contains(key)) // the first row of a name wins, as in the single-file lookup
             byName.insert(key, i);
     }
+    // A name listed again names the row its first listing found or added. Rows added here are
+    // kept apart (no name: the listing has it), so that a large first registration holds one
+    // small record a file.
+    const QList<int> first = firstListings(names);
+    struct Added {
+        jet::RowId id;
+        std::optional<double> date;
+    };
+    QList<Added> added;
+    QList<int> target(names.size(), -1); // per listing: index into rows, or rows.size() + into added
+    QHash<int, double> fixed; // dates corrected in rows, by index
 
-    int added = 0;
     const int total = int(names.size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 64) == 0 && !progress(i, total)) {
@@ -101,59 +165,83 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
             skipped.append({ name, QStringLiteral("ファイル名が長すぎます（%1文字まで）").arg(kFileNameMaxLength) });
             continue;
         }
-        const QDateTime day = dayOf(QFileInfo(joinPath(folder, name)).lastModified());
-        const QString key = matchKey(name);
-        const auto it = byName.constFind(key);
-        if (it != byName.constEnd()) {
-            FolderRow &row = rows[*it];
+        const QDate day = days.value(i);
+        int ref = -1;
+        if (first.at(i) >= 0) {
+            ref = target.at(first.at(i));
+        } else if (const auto it = byName.constFind(matchKey(name)); it != byName.constEnd()) {
+            ref = *it;
+        }
+        if (ref >= 0) {
+            target[i] = ref;
+            const bool isAdded = ref >= rows.size();
+            const jet::RowId id = isAdded ? added.at(ref - rows.size()).id : rows.at(ref).id;
+            const std::optional<double> stored = isAdded ? added.at(ref - rows.size()).date
+                : fixed.contains(ref)                    ? fixed.value(ref)
+                                                         : rows.at(ref).date;
             // A listed file whose date cannot be read any more keeps its recorded date.
-            if (day.isValid() && !sameDate(row.values[FDate], day)) {
-                jet::Row updated = row.values;
-                updated[FDate] = day.isValid() ? QVariant(day) : QVariant();
-                const Status st = db.updateRow(kFileAtrTable, row.id, updated);
+            if (day.isValid() && !sameDay(stored, day)) {
+                Result<jet::Row> values = db.readRow(kFileAtrTable, id);
+                if (!values)
+                    return values.status();
+                jet::Row updated = values.take();
+                updated[FDate] = day;
+                const Status st = db.updateRow(kFileAtrTable, id, updated);
                 if (!st)
                     return st;
-                row.values = updated;
+                if (isAdded)
+                    added[ref - rows.size()].date = jet::oleDay(day);
+                else
+                    fixed.insert(ref, jet::oleDay(day));
                 ++DateFixCount;
             }
             continue;
         }
-        const jet::Row values = newFileRow(name, pnID, day);
-        const auto id = db.insertRow(kFileAtrTable, values);
+        const auto id = db.insertRow(kFileAtrTable, newFileRow(name, pnID, day));
         if (!id)
             return id.status();
-        rows.append({ id.value(), values });
-        byName.insert(key, int(rows.size()) - 1);
-        ++added;
+        added.append({ id.value(), day.isValid() ? std::optional<double>(jet::oleDay(day)) : std::nullopt });
+        target[i] = int(rows.size() + added.size()) - 1;
     }
     if (progress)
         progress(total, total);
-    return added;
+    return int(added.size());
 }
 
 Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &names, const Progress &progress)
 {
-    auto existing = readFolderRows(db, pnID);
+    auto existing = ReadFolderFileRows(db, pnID);
     if (!existing)
         return existing.status();
+    return DeleteMissingFiles(db, names, *existing, progress);
+}
+
+Result<int> DeleteMissingFiles(
+    jet::Database &db, const QStringList &names, QList<FolderFileRow> &rows, const Progress &progress)
+{
     QSet<QString> listed;
     listed.reserve(names.size());
     for (const QString &name : names)
         listed.insert(matchKey(name));
     int deleted = 0;
-    const int total = int(existing->size());
+    const int total = int(rows.size());
+    QList<FolderFileRow> kept;
+    kept.reserve(rows.size());
     for (int i = 0; i < total; ++i) {
         if (progress && (i % 256) == 0 && !progress(i, total)) {
             return Status::cancelled();
         }
-        const FolderRow &row = existing->at(i);
-        if (listed.contains(matchKey(row.values[FName].toString())))
+        FolderFileRow &row = rows[i];
+        if (listed.contains(matchKey(row.name))) {
+            kept.append(std::move(row));
             continue;
+        }
         const Status st = db.deleteRow(kFileAtrTable, row.id);
         if (!st)
             return st;
         ++deleted;
     }
+    rows = std::move(kept);
     return deleted;
 }
 

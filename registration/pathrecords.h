@@ -6,8 +6,10 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include <QDateTime>
+#include <QSet>
 #include <QStringList>
 
 #include "catalog/records.h"
@@ -44,5 +46,30 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
 // Deletes every FILE_ATR row of pnID whose fName is not in names. Returns the number deleted.
 // Errors as AddNewFiles.
 Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &names, const Progress &progress = {});
+
+// A registered file as the synchronisation compares it: its row, fName and stored fDate (the OLE
+// number; empty for null).
+struct FolderFileRow {
+    jet::RowId id;
+    QString name;
+    std::optional<double> date;
+};
+
+// The rows of folder pnID, in table order; only rows of that folder are decoded.
+Result<QList<FolderFileRow>> ReadFolderFileRows(jet::Database &db, int pnID);
+
+// The local days of modification times (an invalid time gives an invalid day), without a
+// time-zone lookup per time.
+QList<QDate> modificationDays(const QList<QDateTime> &modified);
+// The local days of the files names in folder, read with one status call a file.
+QList<QDate> modificationDays(const QString &folder, const QStringList &names);
+
+// AddNewFiles and DeleteMissingFiles on the folder's rows read once: days[i] is the day of
+// names[i] (invalid when unreadable). DeleteMissingFiles takes the deleted rows out of rows, so
+// that one reading serves both passes of a synchronisation.
+Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
+    const QList<FolderFileRow> &rows, int &DateFixCount, QList<SkippedFile> &skipped, const Progress &progress = {});
+Result<int> DeleteMissingFiles(
+    jet::Database &db, const QStringList &names, QList<FolderFileRow> &rows, const Progress &progress = {});
 
 } // namespace tolvane::registration

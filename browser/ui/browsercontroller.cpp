@@ -56,6 +56,15 @@ QStringList BrowserController::names() const
     return m_files->names();
 }
 
+QList<QDateTime> BrowserController::modifiedTimes() const
+{
+    QList<QDateTime> times;
+    times.reserve(m_files->files().size());
+    for (const ListedFile &f : m_files->files())
+        times.append(f.modified);
+    return times;
+}
+
 int BrowserController::fileCount() const
 {
     return m_files->rows() - 1;

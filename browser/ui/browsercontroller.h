@@ -4,6 +4,7 @@
 // file or folder means in the current mode; this class reports both by signals. GUI thread only.
 #pragma once
 
+#include <QDateTime>
 #include <QObject>
 #include <QStringList>
 
@@ -46,6 +47,8 @@ public:
     int currentRow() const { return m_currentRow; }
     // The names listed in fr, in list order.
     QStringList names() const;
+    // Their modification times as the list read them (parallel to names()).
+    QList<QDateTime> modifiedTimes() const;
     // Number of file rows in fr.
     int fileCount() const;
 

@@ -122,31 +122,6 @@ Status Database::scan(const QString &table, const std::function<bool(RowId, cons
     return m_engine->scan(table, visit);
 }
 
-namespace {
-
-// Resolves condition columns to table column indexes.
-Result<QList<int>> resolveConditions(const TableInfo &info, const QList<Condition> &conditions)
-{
-    QList<int> cols;
-    for (const Condition &c : conditions) {
-        const int i = info.columnIndex(c.column);
-        if (i < 0)
-            return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(c.column, info.name));
-        cols.append(i);
-    }
-    return cols;
-}
-
-bool matchesAll(const Row &row, const QList<Condition> &conditions, const QList<int> &cols)
-{
-    for (int i = 0; i < conditions.size(); ++i)
-        if (!conditions.at(i).matches(row.at(cols.at(i))))
-            return false;
-    return true;
-}
-
-} // namespace
-
 Result<std::unique_ptr<Recordset>> Database::openTable(const QString &table)
 {
     return select(Query(table));
@@ -154,96 +129,37 @@ Result<std::unique_ptr<Recordset>> Database::openTable(const QString &table)
 
 Result<std::unique_ptr<Recordset>> Database::select(const Query &query)
 {
-    Result<TableInfo> info = tableInfo(query.table);
+    m_engine->refreshIfChanged();
+    Result<internal::SelectedRows> selected = m_engine->select(query);
+    if (!selected)
+        return selected.status();
+    internal::SelectedRows &r = *selected;
+    Result<TableInfo> info = m_engine->tableInfo(query.table);
     if (!info)
         return info.status();
-    QStringList names;
-    QList<int> indexes;
-    if (query.columns.isEmpty()) {
-        for (int i = 0; i < info->columns.size(); ++i) {
-            names.append(info->columns.at(i).name);
-            indexes.append(i);
-        }
-    } else {
-        for (const QString &c : query.columns) {
-            const int i = info->columnIndex(c);
-            if (i < 0)
-                return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(c, info->name));
-            names.append(info->columns.at(i).name);
-            indexes.append(i);
-        }
-    }
-    Result<QList<int>> condCols = resolveConditions(*info, query.conditions);
-    if (!condCols)
-        return condCols.status();
-    int orderCol = -1;
-    if (!query.orderBy.isEmpty()) {
-        orderCol = info->columnIndex(query.orderBy);
-        if (orderCol < 0)
-            return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(query.orderBy, info->name));
-    }
-
-    struct Hit {
-        RowId id;
-        Row row;
-        QVariant key;
-    };
-    QList<Hit> hits;
-    Status s = scan(info->name, [&](RowId id, const Row &row) {
-        if (!matchesAll(row, query.conditions, *condCols))
-            return true;
-        Row projected;
-        projected.reserve(indexes.size());
-        for (int i : indexes)
-            projected.append(row.at(i));
-        hits.append({ id, std::move(projected), orderCol >= 0 ? row.at(orderCol) : QVariant() });
-        return true;
-    });
-    if (!s)
-        return s;
-    if (orderCol >= 0) {
-        const bool desc = query.descending;
-        std::stable_sort(hits.begin(), hits.end(), [desc](const Hit &a, const Hit &b) {
-            const int c = compareValues(a.key, b.key);
-            return desc ? c > 0 : c < 0;
-        });
-    }
-    QList<RowId> ids;
-    QList<Row> rows;
-    ids.reserve(hits.size());
-    rows.reserve(hits.size());
-    for (Hit &h : hits) {
-        ids.append(h.id);
-        rows.append(std::move(h.row));
-    }
-    return std::make_unique<Recordset>(*this, info->name, names, indexes, ids, rows);
+    return std::make_unique<Recordset>(
+        *this, info->name, std::move(r.names), std::move(r.columns), std::move(r.ids), std::move(r.rows));
 }
 
 Result<QList<QPair<QVariant, int>>> Database::groupCount(
     const QString &table, const QString &column, const QList<Condition> &conditions)
 {
-    Result<TableInfo> info = tableInfo(table);
-    if (!info)
-        return info.status();
-    const int col = info->columnIndex(column);
-    if (col < 0)
-        return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(column, info->name));
-    Result<QList<int>> condCols = resolveConditions(*info, conditions);
-    if (!condCols)
-        return condCols.status();
-    QList<QVariant> values;
-    Status s = scan(info->name, [&](RowId, const Row &row) {
-        const QVariant &v = row.at(col);
-        if (v.isValid() && !v.isNull() && matchesAll(row, conditions, *condCols))
-            values.append(v);
-        return true;
-    });
-    if (!s)
-        return s;
-    std::stable_sort(
-        values.begin(), values.end(), [](const QVariant &a, const QVariant &b) { return compareValues(a, b) < 0; });
+    // The column's values in order (nulls first, then equal values together), each converted
+    // once per distinct stored value by the row store.
+    Query query(table);
+    query.columns = { column };
+    query.conditions = conditions;
+    query.orderBy = column;
+    m_engine->refreshIfChanged();
+    Result<internal::SelectedRows> selected = m_engine->select(query);
+    if (!selected)
+        return selected.status();
+    const RowStore &rows = selected->rows;
     QList<QPair<QVariant, int>> out;
-    for (const QVariant &v : values) {
+    for (int i = 0; i < rows.rows(); ++i) {
+        const QVariant v = rows.value(i, 0);
+        if (!v.isValid() || v.isNull())
+            continue;
         if (!out.isEmpty() && compareValues(out.last().first, v) == 0)
             ++out.last().second;
         else

@@ -81,20 +81,19 @@ namespace {
 // The end of the character list that opens at pattern[open] ('['): the index of its ']', or -1
 // when there is none (the '[' is then an ordinary character). A ']' right after "[" or "[!"
 // belongs to the list.
-qsizetype listEnd(const QString &pattern, qsizetype open)
+qsizetype listEnd(QStringView pattern, qsizetype open)
 {
     qsizetype i = open + 1;
     if (i < pattern.size() && pattern.at(i) == u'!')
         ++i;
     if (i < pattern.size() && pattern.at(i) == u']')
         ++i;
-    const qsizetype close = pattern.indexOf(u']', i);
-    return close;
+    return pattern.indexOf(u']', i);
 }
 
 // Whether c is in the list pattern[from, to): single characters and ranges "a-z", compared
 // without case; a '-' first or last is itself.
-bool inList(const QString &pattern, qsizetype from, qsizetype to, QChar c)
+bool inList(QStringView pattern, qsizetype from, qsizetype to, QChar c)
 {
     const char16_t fc = fold(c);
     for (qsizetype i = from; i < to; ++i) {
@@ -111,7 +110,7 @@ bool inList(const QString &pattern, qsizetype from, qsizetype to, QChar c)
 }
 
 // Whether the one-character element at pattern[p] matches c; next gets the index after it.
-bool elementMatches(const QString &pattern, qsizetype p, QChar c, qsizetype &next)
+bool elementMatches(QStringView pattern, qsizetype p, QChar c, qsizetype &next)
 {
     const QChar e = pattern.at(p);
     if (e == u'[') {
@@ -129,7 +128,7 @@ bool elementMatches(const QString &pattern, qsizetype p, QChar c, qsizetype &nex
 
 } // namespace
 
-bool likeMatch(const QString &text, const QString &pattern)
+bool likeMatch(QStringView text, QStringView pattern)
 {
     // Greedy matching with backtracking to the last %: linear for patterns without %.
     qsizetype t = 0, p = 0, starP = -1, starT = 0;

@@ -60,7 +60,7 @@ struct Query {
 // Like-pattern match, case-insensitive: % = any run, _ = any one character, [abc] / [a-z] = one
 // character of the list, [!abc] = one character not in it; a [ without its ] is literal, and so
 // is every other character.
-bool likeMatch(const QString &text, const QString &pattern);
+bool likeMatch(QStringView text, QStringView pattern);
 
 // Jet's text comparison: case-insensitive. Returns <0, 0, >0.
 int compareValues(const QVariant &a, const QVariant &b);

@@ -5,17 +5,31 @@
 namespace tolvane::jet {
 
 Recordset::Recordset(
-    Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows)
+    Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, RowStore rows)
     : m_db(db)
     , m_table(std::move(table))
     , m_columns(std::move(columns))
     , m_tableColumns(std::move(columnIndexes))
     , m_ids(std::move(ids))
     , m_rows(std::move(rows))
-    , m_deleted(m_rows.size(), false)
+    , m_deleted(m_rows.rows(), false)
 {
     recomputeVisible();
     m_cur = firstVisibleFrom(0, 1);
+}
+
+Row Recordset::storedRow(int i) const
+{
+    Row values(m_columns.size());
+    for (int f = 0; f < values.size(); ++f)
+        values[f] = m_rows.value(i, f);
+    return values;
+}
+
+void Recordset::setStoredRow(int i, const Row &values)
+{
+    for (int f = 0; f < values.size(); ++f)
+        m_rows.setValue(i, f, values.at(f));
 }
 
 int Recordset::fieldIndex(const QString &name) const
@@ -28,9 +42,9 @@ int Recordset::fieldIndex(const QString &name) const
 
 void Recordset::recomputeVisible()
 {
-    m_visible.resize(m_rows.size());
+    m_visible.resize(m_rows.rows());
     m_visibleCount = 0;
-    for (int i = 0; i < m_rows.size(); ++i) {
+    for (int i = 0; i < m_rows.rows(); ++i) {
         m_visible[i] = !m_deleted.at(i) && passesFilter(i);
         m_visibleCount += m_visible.at(i) ? 1 : 0;
     }
@@ -40,7 +54,7 @@ bool Recordset::passesFilter(int i) const
 {
     for (int k = 0; k < m_filter.size(); ++k) {
         const int col = m_filterColumns.at(k);
-        if (col < 0 || !m_filter.at(k).matches(m_rows.at(i).at(col)))
+        if (col < 0 || !m_filter.at(k).matches(m_rows.value(i, col)))
             return false;
     }
     return true;
@@ -49,10 +63,10 @@ bool Recordset::passesFilter(int i) const
 // First visible row from i in direction step; -1 or size() when there is none.
 int Recordset::firstVisibleFrom(int i, int step) const
 {
-    for (; i >= 0 && i < m_rows.size(); i += step)
+    for (; i >= 0 && i < m_rows.rows(); i += step)
         if (visible(i))
             return i;
-    return step > 0 ? int(m_rows.size()) : -1;
+    return step > 0 ? int(m_rows.rows()) : -1;
 }
 
 bool Recordset::bof() const
@@ -61,7 +75,7 @@ bool Recordset::bof() const
 }
 bool Recordset::eof() const
 {
-    return m_cur >= m_rows.size() || recordCount() == 0;
+    return m_cur >= m_rows.rows() || recordCount() == 0;
 }
 
 int Recordset::recordCount() const
@@ -78,15 +92,15 @@ void Recordset::moveFirst()
 void Recordset::moveLast()
 {
     cancelUpdate();
-    m_cur = firstVisibleFrom(int(m_rows.size()) - 1, -1);
+    m_cur = firstVisibleFrom(int(m_rows.rows()) - 1, -1);
     if (m_cur < 0)
-        m_cur = int(m_rows.size());
+        m_cur = int(m_rows.rows());
 }
 
 void Recordset::moveNext()
 {
     cancelUpdate();
-    if (m_cur < m_rows.size())
+    if (m_cur < m_rows.rows())
         m_cur = firstVisibleFrom(m_cur + 1, 1);
 }
 
@@ -99,7 +113,7 @@ void Recordset::movePrevious()
 
 void Recordset::move(int n)
 {
-    for (; n > 0 && m_cur < m_rows.size(); --n)
+    for (; n > 0 && m_cur < m_rows.rows(); --n)
         moveNext();
     for (; n < 0 && m_cur >= 0; ++n)
         movePrevious();
@@ -107,7 +121,7 @@ void Recordset::move(int n)
 
 int Recordset::position() const
 {
-    if (m_cur < 0 || m_cur >= m_rows.size() || !visible(m_cur))
+    if (m_cur < 0 || m_cur >= m_rows.rows() || !visible(m_cur))
         return -1;
     int n = 0;
     for (int i = 0; i < m_cur; ++i)
@@ -121,9 +135,31 @@ QVariant Recordset::field(int index) const
         return {};
     if (m_editing)
         return m_buffer.at(index);
-    if (m_cur < 0 || m_cur >= m_rows.size())
+    if (m_cur < 0 || m_cur >= m_rows.rows())
         return {};
-    return m_rows.at(m_cur).at(index);
+    return m_rows.value(m_cur, index);
+}
+
+std::optional<double> Recordset::oleDate(int index) const
+{
+    if (index < 0 || index >= m_columns.size())
+        return std::nullopt;
+    if (m_editing) {
+        const QVariant v = m_buffer.at(index);
+        if (v.typeId() == QMetaType::QDateTime && v.toDateTime().isValid())
+            return toOleDate(v.toDateTime());
+        return std::nullopt;
+    }
+    if (m_cur < 0 || m_cur >= m_rows.rows())
+        return std::nullopt;
+    return m_rows.date(m_cur, index);
+}
+
+std::optional<QStringView> Recordset::textField(int index) const
+{
+    if (m_editing || index < 0 || index >= m_columns.size() || m_cur < 0 || m_cur >= m_rows.rows())
+        return std::nullopt;
+    return m_rows.text(m_cur, index);
 }
 
 QVariant Recordset::field(const QString &name) const
@@ -133,7 +169,7 @@ QVariant Recordset::field(const QString &name) const
 
 RowId Recordset::currentId() const
 {
-    if (m_cur < 0 || m_cur >= m_rows.size())
+    if (m_cur < 0 || m_cur >= m_rows.rows())
         return {};
     return m_ids.at(m_cur);
 }
@@ -151,11 +187,11 @@ Status Recordset::setField(int index, const QVariant &value)
     if (index < 0 || index >= m_columns.size())
         return Status::invalidArgument(QStringLiteral("no field %1").arg(index));
     if (!m_editing) {
-        if (m_cur < 0 || m_cur >= m_rows.size() || m_deleted.at(m_cur))
+        if (m_cur < 0 || m_cur >= m_rows.rows() || m_deleted.at(m_cur))
             return Status::invalidArgument(QStringLiteral("no current row"));
         m_editing = true;
         m_adding = false;
-        m_buffer = m_rows.at(m_cur);
+        m_buffer = storedRow(m_cur);
     }
     m_buffer[index] = value;
     return Status::ok();
@@ -196,12 +232,12 @@ Status Recordset::update()
             for (int i = 0; i < m_tableColumns.size(); ++i)
                 shown[i] = stored->at(m_tableColumns.at(i));
         m_ids.append(*id);
-        m_rows.append(shown);
+        setStoredRow(m_rows.appendRow(), shown);
         m_deleted.append(false);
         // A new row is shown whether or not it passes the filter, as the current row.
         m_visible.append(true);
         ++m_visibleCount;
-        m_cur = int(m_rows.size()) - 1;
+        m_cur = int(m_rows.rows()) - 1;
     } else {
         if (Status s = m_db.updateRow(m_table, m_ids.at(m_cur), full); !s)
             return s;
@@ -210,7 +246,7 @@ Status Recordset::update()
         if (stored)
             for (int i = 0; i < m_tableColumns.size(); ++i)
                 shown[i] = stored->at(m_tableColumns.at(i));
-        m_rows[m_cur] = shown;
+        setStoredRow(m_cur, shown);
     }
     m_editing = false;
     m_adding = false;
@@ -228,7 +264,7 @@ void Recordset::cancelUpdate()
 Status Recordset::deleteCurrent()
 {
     cancelUpdate();
-    if (m_cur < 0 || m_cur >= m_rows.size() || m_deleted.at(m_cur))
+    if (m_cur < 0 || m_cur >= m_rows.rows() || m_deleted.at(m_cur))
         return Status::invalidArgument(QStringLiteral("no current row"));
     if (Status s = m_db.deleteRow(m_table, m_ids.at(m_cur)); !s)
         return s;

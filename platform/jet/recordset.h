@@ -4,7 +4,10 @@
 // the Database's transaction when one is open). Not thread-safe; must not outlive its Database.
 #pragma once
 
+#include <optional>
+
 #include "platform/jet/query.h"
+#include "platform/jet/rowstore.h"
 #include "platform/jet/types.h"
 #include "platform/status.h"
 
@@ -14,8 +17,9 @@ class Database;
 
 class Recordset {
 public:
+    // rows hold the fields in columns' order (dates may be kept as their stored numbers).
     Recordset(
-        Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, QList<Row> rows);
+        Database &db, QString table, QStringList columns, QList<int> columnIndexes, QList<RowId> ids, RowStore rows);
 
     const QString &table() const { return m_table; }
     const QStringList &columnNames() const { return m_columns; }
@@ -38,6 +42,13 @@ public:
     // Field of the current row. Null QVariant when there is no current row.
     QVariant field(int index) const;
     QVariant field(const QString &name) const;
+    // A Date/Time field of the current row as its OLE number (days since 1899-12-30, wall
+    // clock), without building a QDateTime: for showing many dates (see OleDateParts).
+    // Empty when the field is null or not a date.
+    std::optional<double> oleDate(int index) const;
+    // A Text or Memo field of the current row without a copy, valid until the recordset changes;
+    // empty for other fields and nulls. For showing many texts.
+    std::optional<QStringView> textField(int index) const;
     RowId currentId() const;
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after
@@ -61,6 +72,8 @@ public:
 private:
     bool visible(int i) const { return i >= 0 && i < m_visible.size() && m_visible.at(i); }
     bool passesFilter(int i) const;
+    Row storedRow(int i) const;
+    void setStoredRow(int i, const Row &values);
     void recomputeVisible();
     int firstVisibleFrom(int i, int step) const;
 
@@ -69,7 +82,7 @@ private:
     QStringList m_columns;
     QList<int> m_tableColumns; // index of each field in the table's column order
     QList<RowId> m_ids;
-    QList<Row> m_rows;
+    RowStore m_rows;
     QList<bool> m_deleted;
     QList<Condition> m_filter;
     QList<int> m_filterColumns;

@@ -29,18 +29,43 @@ double toOleDate(const QDateTime &dt)
     return days >= 0 ? double(days) + frac : double(days) - frac;
 }
 
-QDateTime fromOleDate(double ole)
+bool oleDateParts(double ole, OleDateParts &parts)
 {
     if (!std::isfinite(ole) || std::abs(ole) > 3.0e6)
-        return {};
-    double whole = std::trunc(ole);
+        return false;
+    const double whole = std::trunc(ole);
     qint64 ms = std::llround(std::abs(ole - whole) * double(kMsPerDay));
     qint64 days = qint64(whole);
     if (ms >= kMsPerDay) {
         ms -= kMsPerDay;
         days += 1;
     }
-    return QDateTime(kOleEpoch.addDays(days), QTime::fromMSecsSinceStartOfDay(int(ms)), Qt::LocalTime);
+    parts.day = days;
+    parts.msec = int(ms);
+    return true;
+}
+
+QDate OleDateParts::date() const
+{
+    return kOleEpoch.addDays(day);
+}
+
+QTime OleDateParts::time() const
+{
+    return QTime::fromMSecsSinceStartOfDay(msec);
+}
+
+double oleDay(const QDate &date)
+{
+    return double(kOleEpoch.daysTo(date));
+}
+
+QDateTime fromOleDate(double ole)
+{
+    OleDateParts parts;
+    if (!oleDateParts(ole, parts))
+        return {};
+    return QDateTime(parts.date(), parts.time(), Qt::LocalTime);
 }
 
 } // namespace tolvane::jet

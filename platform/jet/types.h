@@ -1,6 +1,7 @@
 // Value and schema types of the Jet 4 engine. Plain values; thread-compatible.
 #pragma once
 
+#include <QDate>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -77,5 +78,20 @@ using Row = QList<QVariant>;
 // positive time of day) <-> wall-clock QDateTime.
 double toOleDate(const QDateTime &dt);
 QDateTime fromOleDate(double ole);
+
+// An OLE date as the wall-clock day and millisecond of the day it stands for: what fromOleDate
+// builds its QDateTime from, found by arithmetic alone (no time-zone lookup). False for a number
+// that is not finite or lies too far from the epoch.
+struct OleDateParts {
+    qint64 day = 0; // days since 1899-12-30
+    int msec = 0; // 0 .. 86399999
+    QDate date() const;
+    QTime time() const;
+    // Wall-clock order: days, then the time of day (as compareValues orders dates).
+    qint64 key() const { return day * 86400000 + msec; }
+};
+bool oleDateParts(double ole, OleDateParts &parts);
+// The OLE date of a wall-clock day at midnight.
+double oleDay(const QDate &date);
 
 } // namespace tolvane::jet

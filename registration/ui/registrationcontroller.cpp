@@ -153,11 +153,11 @@ void RegistrationController::DelLine()
 }
 
 // The list is the truth about the folder's contents; nothing on screen changes afterwards.
-void RegistrationController::RegisterShownFolder(
-    jet::Database &db, const QString &folder, const QStringList &names, QWidget *progressParent)
+void RegistrationController::RegisterShownFolder(jet::Database &db, const QString &folder, const QStringList &names,
+    QWidget *progressParent, const QList<QDateTime> &modified)
 {
     RegistrationProgress progress(progressParent, int(names.size()));
-    registration::RegisterShownFolder(db, m_prompter, folder, names, progress.callback());
+    registration::RegisterShownFolder(db, m_prompter, folder, names, modified, progress.callback());
 }
 
 } // namespace tolvane::registration::ui

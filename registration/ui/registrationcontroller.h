@@ -74,9 +74,10 @@ public:
     void DelLine(); // "DelLine": deletes the selected line
 
     // "RecAll": registers (or synchronises) folder from the names listed for it, with a
-    // cancellable progress dialog over progressParent.
-    void RegisterShownFolder(
-        jet::Database &db, const QString &folder, const QStringList &names, QWidget *progressParent);
+    // cancellable progress dialog over progressParent. modified, when it has a time for each
+    // name, spares reading the files again.
+    void RegisterShownFolder(jet::Database &db, const QString &folder, const QStringList &names,
+        QWidget *progressParent, const QList<QDateTime> &modified = {});
 
 Q_SIGNALS:
     // Left/Right arrow in the slip: step to the previous/next record.

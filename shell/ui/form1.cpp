@@ -1005,7 +1005,8 @@ void Form1::StepFolderFile(bool next)
 void Form1::RegisterShownFolder()
 {
     if (jet::Database *db = m_catalog.db())
-        m_registration->RegisterShownFolder(*db, m_browser->listedFolder(), m_browser->names(), this);
+        m_registration->RegisterShownFolder(
+            *db, m_browser->listedFolder(), m_browser->names(), this, m_browser->modifiedTimes());
 }
 
 // Shows the result list's internal columns.

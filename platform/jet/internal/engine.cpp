@@ -260,4 +260,15 @@ Status Engine::scan(const QString &table, const std::function<bool(RowId, const 
     return s;
 }
 
+Result<SelectedRows> Engine::select(const Query &query) const
+{
+    const Catalogue::Table *t = m_image->catalogue.find(query.table);
+    if (!t)
+        return noTable(query.table);
+    Result<SelectedRows> r = selectRows(m_image->rows, *m_image->store, *t, query);
+    if (!r && r.status().code() == Status::Code::Corruption)
+        return Status::corruption(QStringLiteral("table %1, %2").arg(t->name, r.status().message()));
+    return r;
+}
+
 } // namespace tolvane::jet

@@ -11,6 +11,7 @@
 
 #include "platform/jet/internal/catalogue.h"
 #include "platform/jet/internal/fileaccess.h"
+#include "platform/jet/internal/rowquery.h"
 #include "platform/jet/types.h"
 #include "platform/status.h"
 
@@ -46,6 +47,8 @@ public:
     Status deleteRow(const QString &table, RowId id);
     Result<Row> readRow(const QString &table, RowId id) const;
     Status scan(const QString &table, const std::function<bool(RowId, const Row &)> &visit) const;
+    // The rows query selects (internal/rowquery.h); the table is found as tableInfo finds it.
+    Result<internal::SelectedRows> select(const Query &query) const;
 
 private:
     struct Image;

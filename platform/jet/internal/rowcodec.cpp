@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include <QDateTime>
 #include <QUuid>
+#include <QVarLengthArray>
 
 #include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/datapage.h"
@@ -140,30 +142,42 @@ QDateTime parseDateText(const QString &text)
 
 } // namespace
 
+int decodeTextInto(const uchar *p, int n, char16_t *out)
+{
+    if (n >= 2 && p[0] == 0xFF && p[1] == 0xFE) {
+        // Compressed: 00 bytes switch between runs of one byte and of two bytes a character.
+        int len = 0;
+        bool compressed = true;
+        int i = 2;
+        while (i < n) {
+            const uchar *zero = static_cast<const uchar *>(std::memchr(p + i, 0, size_t(n - i)));
+            const int end = zero ? int(zero - p) : n;
+            if (compressed) {
+                for (int k = i; k < end; ++k)
+                    out[len++] = char16_t(p[k]);
+            } else {
+                for (int k = i; k + 1 < end; k += 2)
+                    out[len++] = char16_t(p[k] | (p[k + 1] << 8));
+            }
+            compressed = !compressed;
+            i = end + 1;
+        }
+        return len;
+    }
+    const int len = n / 2;
+    std::memcpy(out, p, size_t(len) * 2);
+    return len;
+}
+
 QString decodeText(const uchar *p, int n)
 {
     if (n >= 2 && p[0] == 0xFF && p[1] == 0xFE) {
-        QString out;
-        out.reserve(n);
-        bool compressed = true;
-        int segStart = 2;
-        auto flush = [&](int end) {
-            if (compressed) {
-                for (int i = segStart; i < end; ++i)
-                    out.append(QChar(char16_t(p[i])));
-            } else {
-                for (int i = segStart; i + 1 < end; i += 2)
-                    out.append(QChar(char16_t(p[i] | (p[i + 1] << 8))));
-            }
-        };
-        for (int i = 2; i < n; ++i) {
-            if (p[i] == 0) {
-                flush(i);
-                compressed = !compressed;
-                segStart = i + 1;
-            }
-        }
-        flush(n);
+        // One compressed run (no switch) is Latin-1 text; otherwise the runs are unpacked into
+        // one buffer of the largest possible length.
+        if (!std::memchr(p + 2, 0, size_t(n - 2)))
+            return QString::fromLatin1(reinterpret_cast<const char *>(p + 2), n - 2);
+        QString out(n, Qt::Uninitialized);
+        out.resize(decodeTextInto(p, n, reinterpret_cast<char16_t *>(out.data())));
         return out;
     }
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(p), n / 2);
@@ -193,71 +207,99 @@ QByteArray encodeText(const QString &s, bool compressible)
     return out;
 }
 
-Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store)
+Status RowLayout::parse(const TableDef &t, const uchar *row, int length)
 {
     if (length < 3)
         return badRow(QStringLiteral("row of %1 bytes").arg(length));
-    const int ncols = u16(row);
-    const int maskLen = (ncols + 7) / 8;
+    m_row = row;
+    m_ncols = u16(row);
+    const int maskLen = (m_ncols + 7) / 8;
     if (maskLen + 2 > length)
         return badRow(QStringLiteral("null mask does not fit"));
-    const uchar *mask = row + length - maskLen;
-    int dataEnd = length - maskLen; // where the fixed and variable data must end
-    int nvar = 0;
-    const uchar *offsets = nullptr; // offsets[i] at offsets - 2*i
-    int eod = 0;
+    m_mask = row + length - maskLen;
+    m_dataEnd = length - maskLen;
+    m_nvar = 0;
+    m_offsets = nullptr;
+    m_eod = 0;
     if (t.varSlots > 0 || t.numVarCols > 0) {
         const int pos = length - maskLen - 2;
         if (pos < 2)
             return badRow(QStringLiteral("variable-column count does not fit"));
-        nvar = u16(row + pos);
-        const int eodPos = pos - 2 * (nvar + 1);
+        m_nvar = u16(row + pos);
+        const int eodPos = pos - 2 * (m_nvar + 1);
         if (eodPos < 2)
             return badRow(QStringLiteral("variable-offset table does not fit"));
-        offsets = row + pos - 2;
-        eod = u16(row + eodPos);
-        dataEnd = eodPos;
-        if (eod > dataEnd)
-            return badRow(QStringLiteral("variable data end %1 beyond %2").arg(eod).arg(dataEnd));
+        m_offsets = row + pos - 2;
+        m_eod = u16(row + eodPos);
+        m_dataEnd = eodPos;
+        if (m_eod > m_dataEnd)
+            return badRow(QStringLiteral("variable data end %1 beyond %2").arg(m_eod).arg(m_dataEnd));
     }
+    return Status::ok();
+}
 
+Status RowLayout::column(const ColumnDef &c, ColumnBytes &out) const
+{
+    out = ColumnBytes {};
+    out.present = c.number < m_ncols && (m_mask[c.number / 8] >> (c.number % 8)) & 1;
+    if (c.type == quint8(ColumnType::Boolean) || !out.present)
+        return Status::ok();
+    if (c.isFixed()) {
+        int size = fixedSizeOf(c.type);
+        if (size < 0)
+            size = c.length;
+        const int pos = 2 + c.fixedOffset;
+        if (pos + size > m_dataEnd)
+            return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
+        out.data = m_row + pos;
+        out.size = size;
+        return Status::ok();
+    }
+    if (c.varIndex >= m_nvar) {
+        out.present = false; // a row written before the column existed
+        return Status::ok();
+    }
+    const int start = u16(m_offsets - 2 * c.varIndex);
+    const int end = c.varIndex + 1 < m_nvar ? u16(m_offsets - 2 * (c.varIndex + 1)) : m_eod;
+    if (start < 2 || start > end || end > m_dataEnd)
+        return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
+    out.data = m_row + start;
+    out.size = end - start;
+    return Status::ok();
+}
+
+Status splitRow(const TableDef &t, const uchar *row, int length, ColumnBytes *cols)
+{
+    RowLayout layout;
+    if (Status s = layout.parse(t, row, length); !s)
+        return s;
+    for (qsizetype i = 0; i < t.columns.size(); ++i)
+        if (Status s = layout.column(t.columns.at(i), cols[i]); !s)
+            return s;
+    return Status::ok();
+}
+
+Result<QVariant> decodeColumn(const ColumnDef &c, const ColumnBytes &b, const PageStore &store)
+{
+    if (c.type == quint8(ColumnType::Boolean))
+        return QVariant(b.present);
+    if (!b.present)
+        return QVariant();
+    return decodeValue(c.type, b.data, b.size, store);
+}
+
+Result<Row> decodeRow(const TableDef &t, const uchar *row, int length, const PageStore &store)
+{
+    QVarLengthArray<ColumnBytes, 32> cols(t.columns.size());
+    if (Status s = splitRow(t, row, length, cols.data()); !s)
+        return s;
     Row values;
     values.reserve(t.columns.size());
-    for (const ColumnDef &c : t.columns) {
-        const bool present = c.number < ncols && (mask[c.number / 8] >> (c.number % 8)) & 1;
-        if (c.type == quint8(ColumnType::Boolean)) {
-            values.append(present);
-            continue;
-        }
-        if (!present) {
-            values.append(QVariant());
-            continue;
-        }
-        if (c.isFixed()) {
-            int size = fixedSizeOf(c.type);
-            if (size < 0)
-                size = c.length;
-            const int pos = 2 + c.fixedOffset;
-            if (pos + size > dataEnd)
-                return badRow(QStringLiteral("fixed column %1 outside the row").arg(c.name));
-            Result<QVariant> v = decodeValue(c.type, row + pos, size, store);
-            if (!v)
-                return v.status();
-            values.append(v.take());
-        } else {
-            if (c.varIndex >= nvar) {
-                values.append(QVariant());
-                continue;
-            }
-            const int start = u16(offsets - 2 * c.varIndex);
-            const int end = c.varIndex + 1 < nvar ? u16(offsets - 2 * (c.varIndex + 1)) : eod;
-            if (start < 2 || start > end || end > dataEnd)
-                return badRow(QStringLiteral("variable column %1 outside the row").arg(c.name));
-            Result<QVariant> v = decodeValue(c.type, row + start, end - start, store);
-            if (!v)
-                return v.status();
-            values.append(v.take());
-        }
+    for (qsizetype i = 0; i < t.columns.size(); ++i) {
+        Result<QVariant> v = decodeColumn(t.columns.at(i), cols[i], store);
+        if (!v)
+            return v.status();
+        values.append(v.take());
     }
     return values;
 }
@@ -313,11 +355,18 @@ Result<Row> normalizeRow(const TableDef &t, const QList<ColumnInfo> &columns, co
             break;
         }
         case ColumnType::DateTime: {
+            if (v.typeId() == QMetaType::QDate) {
+                // A day is its midnight on the wall clock, kept as a date: no local time needed.
+                const QDate d = v.toDate();
+                if (!d.isValid() || d.year() < 100 || d.year() > 9999)
+                    return wrong(
+                        d.isValid() ? QStringLiteral("date outside years 100 to 9999") : QStringLiteral("not a date"));
+                out.append(d);
+                break;
+            }
             QDateTime dt;
             if (v.typeId() == QMetaType::QDateTime)
                 dt = v.toDateTime();
-            else if (v.typeId() == QMetaType::QDate)
-                dt = QDateTime(v.toDate(), QTime(0, 0));
             else if (v.typeId() == QMetaType::QString)
                 dt = parseDateText(v.toString().trimmed());
             if (!dt.isValid())
@@ -410,7 +459,7 @@ QByteArray encodeRow(const TableDef &t, const Row &values, int minLength)
             bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
             break;
         case ColumnType::DateTime:
-            putF64(buf, toOleDate(v.toDateTime()));
+            putF64(buf, v.typeId() == QMetaType::QDate ? oleDay(v.toDate()) : toOleDate(v.toDateTime()));
             bytes = QByteArray(reinterpret_cast<const char *>(buf), 8);
             break;
         case ColumnType::Text:

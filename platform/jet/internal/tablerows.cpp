@@ -83,7 +83,7 @@ Result<TableRows::Located> TableRows::locate(const TableDef &t, RowId id) const
         QStringLiteral("overflow pointers of page %1 slot %2 form a loop").arg(id.page).arg(id.row));
 }
 
-Status TableRows::scan(const TableDef &t, const Visit &visit) const
+Status TableRows::scanStored(const TableDef &t, const StoredVisit &visit) const
 {
     Result<QList<quint32>> pages = m_maps.pages(t.ownedMap);
     if (!pages)
@@ -101,16 +101,25 @@ Status TableRows::scan(const TableDef &t, const Visit &visit) const
             Result<Located> at = locate(t, id);
             if (!at)
                 return at.status();
-            Result<Row> row
-                = decodeRow(t, m_store.page(at->data.page) + at->extent.start, at->extent.length(), m_store);
-            if (!row)
+            Result<bool> more = visit(id, m_store.page(at->data.page) + at->extent.start, at->extent.length());
+            if (!more)
                 return Status::corruption(
-                    QStringLiteral("page %1 slot %2: %3").arg(p).arg(r).arg(row.status().message()));
-            if (!visit(id, *row))
+                    QStringLiteral("page %1 slot %2: %3").arg(p).arg(r).arg(more.status().message()));
+            if (!*more)
                 return Status::ok();
         }
     }
     return Status::ok();
+}
+
+Status TableRows::scan(const TableDef &t, const Visit &visit) const
+{
+    return scanStored(t, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
+        Result<Row> row = decodeRow(t, bytes, length, m_store);
+        if (!row)
+            return row.status();
+        return visit(id, *row);
+    });
 }
 
 Result<Row> TableRows::read(const TableDef &t, RowId id) const

@@ -36,6 +36,11 @@ public:
     // rows.
     using Visit = std::function<bool(RowId, const Row &)>;
     Status scan(const TableDef &t, const Visit &visit) const;
+    // The same without decoding: visit gets each live row's stored bytes (valid during the
+    // call) and returns whether to go on, or a failure, which scanStored reports as Corruption
+    // naming the row.
+    using StoredVisit = std::function<Result<bool>(RowId, const uchar *bytes, int length)>;
+    Status scanStored(const TableDef &t, const StoredVisit &visit) const;
     // NotFound when no live row of t has its slot at id; Corruption as scan().
     Result<Row> read(const TableDef &t, RowId id) const;
 

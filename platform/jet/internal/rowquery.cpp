@@ -1,0 +1,423 @@
+#include "platform/jet/internal/rowquery.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include <QDateTime>
+#include <QVarLengthArray>
+
+#include "platform/jet/internal/bytes.h"
+#include "platform/jet/internal/rowcodec.h"
+
+namespace tolvane::jet::internal {
+
+namespace {
+
+// The value types compareValues compares as numbers.
+bool isNumber(const QVariant &v)
+{
+    switch (v.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Char:
+    case QMetaType::UChar:
+    case QMetaType::Bool:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isWholeNumberColumn(ColumnType type)
+{
+    return type == ColumnType::Long || type == ColumnType::Integer || type == ColumnType::Byte;
+}
+
+// A date bound as compareValues reads it: its own date and time of day, whatever its time spec.
+bool boundKey(const QVariant &v, qint64 &key)
+{
+    QDate date;
+    int msec = 0;
+    if (v.typeId() == QMetaType::QDateTime) {
+        const QDateTime dt = v.toDateTime();
+        if (!dt.isValid())
+            return false;
+        date = dt.date();
+        msec = dt.time().msecsSinceStartOfDay();
+    } else if (v.typeId() == QMetaType::QDate) {
+        date = v.toDate();
+        if (!date.isValid())
+            return false;
+    } else {
+        return false;
+    }
+    key = qint64(oleDay(date)) * 86400000 + msec;
+    return true;
+}
+
+// A stored whole number (Byte, Integer, Long); false when the bytes are too few (a null).
+bool storedNumber(ColumnType type, const ColumnBytes &b, double &out)
+{
+    switch (type) {
+    case ColumnType::Byte:
+        if (b.size < 1)
+            return false;
+        out = b.data[0];
+        return true;
+    case ColumnType::Integer:
+        if (b.size < 2)
+            return false;
+        out = i16(b.data);
+        return true;
+    default:
+        if (b.size < 4)
+            return false;
+        out = i32(b.data);
+        return true;
+    }
+}
+
+// One condition, prepared for the column's type and the condition's values. Anything without a
+// prepared form decodes the column and asks Condition::matches.
+struct Test {
+    enum class Kind { Never, TextEqual, TextLike, Number, Date, Generic };
+    Kind kind = Kind::Generic;
+    int column = 0;
+    const Condition *condition = nullptr;
+    QString text;
+    double lo = 0, hi = 0;
+    qint64 klo = 0, khi = 0;
+};
+
+Test prepare(const Condition &c, const ColumnDef &def, int column)
+{
+    Test t;
+    t.column = column;
+    t.condition = &c;
+    const ColumnType type = def.columnType();
+    const bool nullValue = !c.value.isValid() || c.value.isNull();
+    switch (c.op) {
+    case Condition::Op::Equal:
+        if (nullValue) {
+            t.kind = Test::Kind::Never; // nothing equals a null
+        } else if (type == ColumnType::Text && c.value.typeId() == QMetaType::QString) {
+            t.kind = Test::Kind::TextEqual;
+            t.text = c.value.toString();
+        } else if (isWholeNumberColumn(type) && isNumber(c.value) && !std::isnan(c.value.toDouble())) {
+            t.kind = Test::Kind::Number;
+            t.lo = t.hi = c.value.toDouble();
+        } else if (type == ColumnType::DateTime && boundKey(c.value, t.klo)) {
+            t.kind = Test::Kind::Date;
+            t.khi = t.klo;
+        }
+        break;
+    case Condition::Op::Like:
+        if (type == ColumnType::Text) {
+            t.kind = Test::Kind::TextLike;
+            t.text = c.value.toString();
+        }
+        break;
+    case Condition::Op::Between:
+        if (isWholeNumberColumn(type) && isNumber(c.value) && isNumber(c.value2) && !std::isnan(c.value.toDouble())
+            && !std::isnan(c.value2.toDouble())) {
+            t.kind = Test::Kind::Number;
+            t.lo = c.value.toDouble();
+            t.hi = c.value2.toDouble();
+        } else if (type == ColumnType::DateTime && boundKey(c.value, t.klo) && boundKey(c.value2, t.khi)) {
+            t.kind = Test::Kind::Date;
+        }
+        break;
+    }
+    return t;
+}
+
+// Tests conditions on one row's column bytes, decoding text into a buffer kept between rows.
+class Matcher {
+public:
+    Matcher(const TableDef &def, const PageStore &store)
+        : m_def(def)
+        , m_store(store)
+    {
+    }
+
+    Result<bool> matches(const QList<Test> &tests, const RowLayout &row)
+    {
+        for (const Test &t : tests) {
+            ColumnBytes b;
+            if (Status s = row.column(m_def.columns.at(t.column), b); !s)
+                return s;
+            Result<bool> ok = matches(t, b);
+            if (!ok || !*ok)
+                return ok;
+        }
+        return true;
+    }
+
+private:
+    QStringView text(const ColumnBytes &b)
+    {
+        if (m_buffer.size() < b.size)
+            m_buffer.resize(b.size);
+        return QStringView(m_buffer.data(), decodeTextInto(b.data, b.size, m_buffer.data()));
+    }
+
+    // False when the stored text cannot have that many UTF-16 units. Case-insensitive equality
+    // keeps the length: case folding maps each character into its own plane.
+    static bool sameLength(const ColumnBytes &b, qsizetype length)
+    {
+        if (b.size >= 2 && b.data[0] == 0xFF && b.data[1] == 0xFE) {
+            if (std::memchr(b.data + 2, 0, size_t(b.size - 2)))
+                return true; // several runs: the length needs decoding
+            return b.size - 2 == length;
+        }
+        return b.size / 2 == length;
+    }
+
+    Result<bool> generic(const Test &t, const ColumnBytes &b)
+    {
+        Result<QVariant> v = decodeColumn(m_def.columns.at(t.column), b, m_store);
+        if (!v)
+            return v.status();
+        return t.condition->matches(*v);
+    }
+
+    Result<bool> matches(const Test &t, const ColumnBytes &b)
+    {
+        switch (t.kind) {
+        case Test::Kind::Never:
+            return false;
+        case Test::Kind::TextEqual:
+            return b.present && sameLength(b, t.text.size()) && text(b).compare(t.text, Qt::CaseInsensitive) == 0;
+        case Test::Kind::TextLike:
+            return b.present && likeMatch(text(b), t.text);
+        case Test::Kind::Number: {
+            double x = 0;
+            if (!b.present || !storedNumber(m_def.columns.at(t.column).columnType(), b, x))
+                return false;
+            return x >= t.lo && x <= t.hi;
+        }
+        case Test::Kind::Date: {
+            if (!b.present || b.size < 8)
+                return false;
+            OleDateParts parts;
+            if (!oleDateParts(f64(b.data), parts))
+                return generic(t, b); // not a date we can place: the decoded value decides
+            const qint64 k = parts.key();
+            return k >= t.klo && k <= t.khi;
+        }
+        case Test::Kind::Generic:
+            return generic(t, b);
+        }
+        return false;
+    }
+
+    const TableDef &m_def;
+    const PageStore &m_store;
+    QVarLengthArray<char16_t, 512> m_buffer;
+};
+
+// A selected value into its cell: text decoded straight into the store's buffer, dates kept as
+// their stored number.
+Status storeValue(const ColumnDef &def, const ColumnBytes &b, const PageStore &store, RowStore &out, int row, int field)
+{
+    if (b.present && b.data) {
+        if (def.columnType() == ColumnType::Text) {
+            out.setText(row, field, decodeTextInto(b.data, b.size, out.reserveText(b.size)));
+            return Status::ok();
+        }
+        if (def.columnType() == ColumnType::DateTime && b.size >= 8 && std::isfinite(f64(b.data))) {
+            out.setDate(row, field, f64(b.data));
+            return Status::ok();
+        }
+    }
+    Result<QVariant> v = decodeColumn(def, b, store);
+    if (!v)
+        return v.status();
+    out.setValue(row, field, *v);
+    return Status::ok();
+}
+
+// How the order column is compared: plain numbers, date keys and text where the column's type
+// allows, the decoded values through compareValues otherwise.
+enum class SortKind { Number, Date, Text, Generic };
+
+// A row's key: plain numbers inline; texts and decoded values in lists beside the keys, at the
+// row's index, only for the kinds that need them.
+struct SortKey {
+    bool null = true;
+    double number = 0; // Number; Date: the stored OLE number
+    qint64 key = 0; // Date
+};
+
+struct SortKeys {
+    QList<SortKey> plain;
+    QList<QString> texts; // Text
+    QList<QVariant> values; // Generic
+};
+
+SortKind sortKindOf(ColumnType type)
+{
+    if (isWholeNumberColumn(type))
+        return SortKind::Number;
+    if (type == ColumnType::DateTime)
+        return SortKind::Date;
+    if (type == ColumnType::Text)
+        return SortKind::Text;
+    return SortKind::Generic;
+}
+
+int compareKeys(SortKind kind, const SortKeys &keys, int x, int y)
+{
+    if (kind == SortKind::Generic)
+        return compareValues(keys.values.at(x), keys.values.at(y));
+    const SortKey &a = keys.plain.at(x), &b = keys.plain.at(y);
+    if (a.null || b.null)
+        return a.null == b.null ? 0 : (a.null ? -1 : 1);
+    switch (kind) {
+    case SortKind::Number:
+        return a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
+    case SortKind::Date:
+        return a.key < b.key ? -1 : (a.key > b.key ? 1 : 0);
+    case SortKind::Text: {
+        const int c = keys.texts.at(x).compare(keys.texts.at(y), Qt::CaseInsensitive);
+        return c < 0 ? -1 : (c > 0 ? 1 : 0);
+    }
+    case SortKind::Generic:
+        break;
+    }
+    return 0;
+}
+
+} // namespace
+
+Result<SelectedRows> selectRows(
+    const TableRows &rows, const PageStore &store, const Catalogue::Table &table, const Query &query)
+{
+    const TableDef &def = table.def;
+    auto columnIndex = [&](const QString &name) {
+        for (int i = 0; i < table.columns.size(); ++i)
+            if (table.columns.at(i).name.compare(name, Qt::CaseInsensitive) == 0)
+                return i;
+        return -1;
+    };
+    auto noColumn = [&](const QString &name) {
+        return Status::invalidArgument(QStringLiteral("no column %1 in %2").arg(name, table.name));
+    };
+
+    SelectedRows out;
+    if (query.columns.isEmpty()) {
+        for (int i = 0; i < table.columns.size(); ++i)
+            out.columns.append(i);
+    } else {
+        for (const QString &c : query.columns) {
+            const int i = columnIndex(c);
+            if (i < 0)
+                return noColumn(c);
+            out.columns.append(i);
+        }
+    }
+    for (int i : out.columns)
+        out.names.append(table.columns.at(i).name);
+    out.rows = RowStore(int(out.columns.size()));
+    QList<Test> tests;
+    for (const Condition &c : query.conditions) {
+        const int i = columnIndex(c.column);
+        if (i < 0)
+            return noColumn(c.column);
+        tests.append(prepare(c, def.columns.at(i), i));
+    }
+    int orderCol = -1;
+    if (!query.orderBy.isEmpty()) {
+        orderCol = columnIndex(query.orderBy);
+        if (orderCol < 0)
+            return noColumn(query.orderBy);
+    }
+    SortKind sortKind = orderCol >= 0 ? sortKindOf(table.columns.at(orderCol).type) : SortKind::Generic;
+    bool unplacedDate = false; // a stored date too far out for a plain key
+
+    SortKeys keys;
+    Matcher matcher(def, store);
+    QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
+    const Status s = rows.scanStored(def, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
+        RowLayout layout;
+        if (Status s = layout.parse(def, bytes, length); !s)
+            return s;
+        // The conditions' own columns first; the whole row only for a hit.
+        Result<bool> hit = matcher.matches(tests, layout);
+        if (!hit || !*hit)
+            return hit ? Result<bool>(true) : hit;
+        if (Status s = splitRow(def, bytes, length, cols.data()); !s)
+            return s;
+        const int row = out.rows.appendRow();
+        for (int f = 0; f < out.columns.size(); ++f) {
+            const int i = out.columns.at(f);
+            if (Status st = storeValue(def.columns.at(i), cols[i], store, out.rows, row, f); !st)
+                return st;
+        }
+        if (orderCol >= 0) {
+            const ColumnBytes &b = cols[orderCol];
+            SortKey k;
+            if (sortKind == SortKind::Generic) {
+                Result<QVariant> v = decodeColumn(def.columns.at(orderCol), b, store);
+                if (!v)
+                    return v.status();
+                keys.values.append(v.take());
+            } else if (sortKind == SortKind::Number) {
+                k.null = !b.present || !storedNumber(table.columns.at(orderCol).type, b, k.number);
+            } else if (sortKind == SortKind::Date) {
+                k.null = !b.present || b.size < 8;
+                if (!k.null) {
+                    OleDateParts parts;
+                    k.number = f64(b.data);
+                    if (!std::isfinite(k.number))
+                        return decodeColumn(def.columns.at(orderCol), b, store).status();
+                    if (oleDateParts(k.number, parts))
+                        k.key = parts.key();
+                    else
+                        unplacedDate = true;
+                }
+            } else {
+                k.null = !b.present;
+                keys.texts.append(b.present ? decodeText(b.data, b.size) : QString());
+            }
+            keys.plain.append(k);
+        }
+        out.ids.append(id);
+        return true;
+    });
+    if (!s)
+        return s;
+
+    if (orderCol >= 0) {
+        if (unplacedDate) {
+            // Compared as the decoded dates are, invalid ones included.
+            for (const SortKey &k : keys.plain)
+                keys.values.append(k.null ? QVariant() : QVariant(fromOleDate(k.number)));
+            sortKind = SortKind::Generic;
+        }
+        QList<int> order(out.ids.size());
+        for (int i = 0; i < order.size(); ++i)
+            order[i] = i;
+        const bool desc = query.descending;
+        std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+            const int c = compareKeys(sortKind, keys, a, b);
+            return desc ? c > 0 : c < 0;
+        });
+        QList<RowId> ids;
+        ids.reserve(order.size());
+        for (int i : order)
+            ids.append(out.ids.at(i));
+        out.ids = std::move(ids);
+        out.rows.permute(order);
+    }
+    return out;
+}
+
+} // namespace tolvane::jet::internal

@@ -1,0 +1,134 @@
+#include "platform/jet/rowstore.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/jet/types.h"
+
+namespace tolvane::jet {
+
+int RowStore::appendRow()
+{
+    if (m_fields == 0)
+        return m_rowsWithoutFields++;
+    m_cells.resize(m_cells.size() + m_fields);
+    return rows() - 1;
+}
+
+void RowStore::setDate(int row, int field, double ole)
+{
+    Cell &c = cell(row, field);
+    c = Cell {};
+    c.kind = Kind::Date;
+    c.d = ole;
+}
+
+char16_t *RowStore::reserveText(qsizetype n)
+{
+    m_reserved = m_text.size();
+    m_text.resize(m_reserved + n);
+    return m_text.data() + m_reserved;
+}
+
+void RowStore::setText(int row, int field, qsizetype length)
+{
+    m_text.resize(m_reserved + length);
+    Cell &c = cell(row, field);
+    c = Cell {};
+    c.kind = Kind::Text;
+    c.i = m_reserved;
+    c.length = length;
+}
+
+void RowStore::setValue(int row, int field, const QVariant &value)
+{
+    Cell c;
+    if (!value.isValid() || value.isNull()) {
+        // null
+    } else if (value.typeId() == QMetaType::QString) {
+        const QString s = value.toString();
+        std::memcpy(reserveText(s.size()), s.utf16(), size_t(s.size()) * sizeof(char16_t));
+        setText(row, field, s.size());
+        return;
+    } else if (value.typeId() == QMetaType::Int) {
+        c.kind = Kind::Int;
+        c.i = value.toInt();
+    } else if (value.typeId() == QMetaType::Bool) {
+        c.kind = Kind::Bool;
+        c.i = value.toBool() ? 1 : 0;
+    } else if (value.typeId() == QMetaType::Double) {
+        c.kind = Kind::Double;
+        c.d = value.toDouble();
+    } else {
+        c.kind = Kind::Other;
+        c.i = m_others.size();
+        m_others.append(value);
+    }
+    cell(row, field) = c;
+}
+
+QVariant RowStore::value(int row, int field) const
+{
+    const Cell &c = cell(row, field);
+    switch (c.kind) {
+    case Kind::Null:
+        return {};
+    case Kind::Bool:
+        return QVariant(c.i != 0);
+    case Kind::Int:
+        return QVariant(int(c.i));
+    case Kind::Double:
+        return QVariant(c.d);
+    case Kind::Date: {
+        // One conversion per distinct number: a local QDateTime costs a time-zone lookup.
+        quint64 bits = 0;
+        std::memcpy(&bits, &c.d, sizeof bits);
+        auto it = m_dates.constFind(bits);
+        if (it == m_dates.constEnd())
+            it = m_dates.insert(bits, fromOleDate(c.d));
+        return QVariant(*it);
+    }
+    case Kind::Text:
+        return QVariant(QString(reinterpret_cast<const QChar *>(m_text.constData() + c.i), c.length));
+    case Kind::Other:
+        return m_others.at(c.i);
+    }
+    return {};
+}
+
+std::optional<QStringView> RowStore::text(int row, int field) const
+{
+    const Cell &c = cell(row, field);
+    if (c.kind != Kind::Text)
+        return std::nullopt;
+    return QStringView(m_text.constData() + c.i, c.length);
+}
+
+std::optional<double> RowStore::date(int row, int field) const
+{
+    const Cell &c = cell(row, field);
+    if (c.kind == Kind::Date)
+        return c.d;
+    if (c.kind == Kind::Other && m_others.at(c.i).typeId() == QMetaType::QDateTime) {
+        const QDateTime dt = m_others.at(c.i).toDateTime();
+        if (dt.isValid())
+            return toOleDate(dt);
+    }
+    return std::nullopt;
+}
+
+void RowStore::permute(const QList<int> &order)
+{
+    if (m_fields == 0)
+        return;
+    QList<Cell> cells(qsizetype(order.size()) * m_fields);
+    Cell *to = cells.data();
+    const Cell *from = m_cells.constData();
+    for (int r : order) {
+        std::copy_n(from + qsizetype(r) * m_fields, m_fields, to);
+        to += m_fields;
+    }
+    m_cells = std::move(cells);
+}
+
+} // namespace tolvane::jet
