@@ -81,10 +81,15 @@ QList<FolderEntry> readFolderEntries(const QString &folder)
 #endif
         // Links are followed: a link to a file lists as that file; a broken one is left out, as
         // are sockets, pipes and devices.
+        // A name that is not valid in the system's encoding decodes to text that names no file:
+        // it cannot be shown or registered (unreadableFileNames finds such files to name them).
+        const QString decoded = QFile::decodeName(name);
+        if (QFile::encodeName(decoded) != QByteArrayView(name))
+            continue;
         struct stat st;
         if (::fstatat(fd, name, &st, 0) != 0 || !S_ISREG(st.st_mode))
             continue;
-        out.append({ QFile::decodeName(name), qint64(st.st_size), instantOf(st) });
+        out.append({ decoded, qint64(st.st_size), instantOf(st) });
     }
     ::closedir(dir);
     return out;
