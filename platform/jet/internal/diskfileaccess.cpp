@@ -37,6 +37,17 @@ bool syncDescriptor(int fd)
 #endif
 }
 
+#ifndef Q_OS_WIN
+// Open-file-description locks (Linux) belong to the open file, as LockFileEx locks belong to the
+// handle: two files of one process exclude each other, and closing another file on the same
+// disk file keeps them. Classic POSIX locks belong to the process and have neither property.
+#ifdef F_OFD_SETLK
+constexpr int kSetLock = F_OFD_SETLK;
+#else
+constexpr int kSetLock = F_SETLK;
+#endif
+#endif
+
 class DiskFile final : public File {
 public:
     explicit DiskFile(const QString &path)
@@ -96,7 +107,7 @@ public:
         lock.l_whence = SEEK_SET;
         lock.l_start = off_t(offset);
         lock.l_len = off_t(length);
-        if (::fcntl(m_file.handle(), F_SETLK, &lock) == 0)
+        if (::fcntl(m_file.handle(), kSetLock, &lock) == 0)
             return true;
         if (errno == EACCES || errno == EAGAIN)
             return false;
@@ -119,7 +130,7 @@ public:
         lock.l_whence = SEEK_SET;
         lock.l_start = off_t(offset);
         lock.l_len = off_t(length);
-        if (::fcntl(m_file.handle(), F_SETLK, &lock) == 0)
+        if (::fcntl(m_file.handle(), kSetLock, &lock) == 0)
             return Status::ok();
 #endif
         return ioError(QStringLiteral("cannot unlock"), m_file.fileName(), qt_error_string());

@@ -49,9 +49,9 @@ QString Engine::path() const
     return m_image->store->path();
 }
 
-Result<std::unique_ptr<Engine::Image>> Engine::load(FileAccess &files, const QString &path, bool writable)
+Result<std::unique_ptr<Engine::Image>> Engine::load(const QString &path) const
 {
-    Result<std::unique_ptr<PageStore>> store = PageStore::open(files, path, writable);
+    Result<std::unique_ptr<PageStore>> store = PageStore::open(m_files, *m_locks, path);
     if (!store)
         return store.status();
     auto image = std::make_unique<Image>(store.take());
@@ -68,19 +68,34 @@ Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &p
         return Status::notFound(QStringLiteral("no such file: %1").arg(QDir::toNativeSeparators(path)));
     std::unique_ptr<Engine> e(new Engine(files));
     const QFileInfo fi(path);
-    const QString ldb = fi.absolutePath() + QLatin1Char('/') + fi.completeBaseName() + QStringLiteral(".ldb");
+    e->m_lockFilePath = fi.absolutePath() + QLatin1Char('/') + fi.completeBaseName() + QStringLiteral(".ldb");
+    // The reasons are shown to the user as they stand.
     if (readOnly) {
-        e->m_readOnlyReason = QStringLiteral("opened read-only on request");
-    } else if (files.exists(ldb)) {
-        e->m_readOnlyReason = QStringLiteral("another program has the file open (lock file %1 exists)")
-                                  .arg(QDir::toNativeSeparators(ldb));
+        e->m_readOnlyReason = QStringLiteral("読み取り専用で開くよう指定されました。");
+    } else if (files.exists(e->m_lockFilePath)) {
+        e->m_readOnlyReason
+            = QStringLiteral("他のプログラムがこのファイルを開いています（ロックファイル %1 があります）。")
+                  .arg(QDir::toNativeSeparators(e->m_lockFilePath));
     } else if (!files.isWritable(path)) {
-        e->m_readOnlyReason = QStringLiteral("the file cannot be written");
+        e->m_readOnlyReason = QStringLiteral("ファイルに書き込む権限がありません。");
     } else if (!files.isWritable(fi.absolutePath())) {
-        e->m_readOnlyReason = QStringLiteral("the folder of the file cannot be written");
+        e->m_readOnlyReason = QStringLiteral("ファイルのあるフォルダに書き込む権限がありません。");
     }
     e->m_readOnly = !e->m_readOnlyReason.isEmpty();
-    Result<std::unique_ptr<Image>> image = load(files, path, !e->m_readOnly);
+    Result<std::unique_ptr<ConnectionLocks>> locks = ConnectionLocks::open(files, path, !e->m_readOnly);
+    if (!locks)
+        return locks.status();
+    e->m_locks = locks.take();
+    // A journal left by a killed writer is rolled back on disk when no other writer is at work
+    // now; otherwise this connection applies it to its own image and the next writer does it.
+    bool writer = false;
+    if (!e->m_readOnly) {
+        Result<bool> taken = e->m_locks->tryLockWriter();
+        writer = taken.isOk() && *taken;
+    }
+    Result<std::unique_ptr<Image>> image = e->load(path);
+    if (writer)
+        e->m_locks->unlockWriter();
     if (!image)
         return image.status();
     e->m_image = image.take();
@@ -91,7 +106,7 @@ Status Engine::refreshIfChanged()
 {
     if (m_inTransaction || m_image->store->dirty() || !m_image->store->changedOnDisk())
         return Status::ok();
-    Result<std::unique_ptr<Image>> image = load(m_files, path(), !m_readOnly);
+    Result<std::unique_ptr<Image>> image = load(path());
     if (!image)
         return image.status();
     m_image = image.take();
@@ -136,6 +151,21 @@ Status Engine::beginTransaction()
         return Status::readOnly(QStringLiteral("the database is read-only: %1").arg(m_readOnlyReason));
     if (m_inTransaction)
         return Status::invalidArgument(QStringLiteral("a transaction is already open"));
+    if (m_files.exists(m_lockFilePath))
+        return Status::readOnly(QStringLiteral("another program has the file open (lock file %1 exists)")
+                                    .arg(QDir::toNativeSeparators(m_lockFilePath)));
+    if (Status s = m_locks->lockWriter(); !s)
+        return s;
+    // Every page another connection committed is picked up before the first read: the file is
+    // read again and compared whole, since its times may not show a change (coarse clocks,
+    // cached attributes on shared folders).
+    Result<std::unique_ptr<Image>> current = load(path());
+    if (!current) {
+        m_locks->unlockWriter();
+        return current.status();
+    }
+    if (!(*current)->store->sameImage(*m_image->store) || (*current)->store->hadHotJournal())
+        m_image = current.take();
     m_inTransaction = true;
     return Status::ok();
 }
@@ -148,6 +178,7 @@ Status Engine::commit()
     Status s = m_image->store->commit();
     if (!s)
         reloadTables();
+    m_locks->unlockWriter();
     return s;
 }
 
@@ -156,29 +187,38 @@ void Engine::rollback()
     m_inTransaction = false;
     m_image->store->rollback();
     reloadTables();
+    m_locks->unlockWriter();
+}
+
+template <class T, class F> T Engine::autoTransaction(F body)
+{
+    if (m_inTransaction)
+        return body();
+    if (Status s = beginTransaction(); !s)
+        return s;
+    T result = body();
+    if (!result.isOk()) {
+        rollback();
+        return result;
+    }
+    if (Status s = commit(); !s)
+        return s;
+    return result;
 }
 
 template <class T, class F> T Engine::writeOperation(F op)
 {
-    // Each operation is atomic: on failure its own changes are undone, and outside a
-    // transaction a successful one is committed at once.
+    // Each operation is atomic: on failure its own changes are undone. Requires: a
+    // transaction is open (autoTransaction).
     PageStore &store = *m_image->store;
     store.beginSavepoint();
     T result = op();
     if (!result.isOk()) {
         store.rollbackToSavepoint();
-        if (!m_inTransaction)
-            store.rollback();
         reloadTables();
         return result;
     }
     store.releaseSavepoint();
-    if (!m_inTransaction) {
-        if (Status s = store.commit(); !s) {
-            reloadTables();
-            return s;
-        }
-    }
     return result;
 }
 
@@ -211,28 +251,41 @@ Result<Engine::Target> Engine::writeTarget(const QString &table, const Row &valu
     return Target { *t, normalized.take() };
 }
 
+// The target is found after the transaction has begun: its start may read the file anew.
 Result<RowId> Engine::insertRow(const QString &table, const Row &values)
 {
-    Result<Target> target = writeTarget(table, values);
-    if (!target)
-        return target.status();
-    return writeOperation<Result<RowId>>([&] { return m_image->rows.insert(target->table->def, target->values); });
+    if (m_readOnly)
+        return writableTable(table).status();
+    return autoTransaction<Result<RowId>>([&]() -> Result<RowId> {
+        Result<Target> target = writeTarget(table, values);
+        if (!target)
+            return target.status();
+        return writeOperation<Result<RowId>>([&] { return m_image->rows.insert(target->table->def, target->values); });
+    });
 }
 
 Status Engine::updateRow(const QString &table, RowId id, const Row &values)
 {
-    Result<Target> target = writeTarget(table, values);
-    if (!target)
-        return target.status();
-    return writeOperation<Status>([&] { return m_image->rows.update(target->table->def, id, target->values); });
+    if (m_readOnly)
+        return writableTable(table).status();
+    return autoTransaction<Status>([&]() -> Status {
+        Result<Target> target = writeTarget(table, values);
+        if (!target)
+            return target.status();
+        return writeOperation<Status>([&] { return m_image->rows.update(target->table->def, id, target->values); });
+    });
 }
 
 Status Engine::deleteRow(const QString &table, RowId id)
 {
-    Result<const Catalogue::Table *> t = writableTable(table);
-    if (!t)
-        return t.status();
-    return writeOperation<Status>([&] { return m_image->rows.remove((*t)->def, id); });
+    if (m_readOnly)
+        return writableTable(table).status();
+    return autoTransaction<Status>([&]() -> Status {
+        Result<const Catalogue::Table *> t = writableTable(table);
+        if (!t)
+            return t.status();
+        return writeOperation<Status>([&] { return m_image->rows.remove((*t)->def, id); });
+    });
 }
 
 Result<Row> Engine::readRow(const QString &table, RowId id) const
