@@ -131,6 +131,25 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique
     return OpenOutcome::NotCatalog;
 }
 
+QString CatalogBusyMessage()
+{
+    return QString::fromUtf8("データベースは他の利用者またはプログラムが更新中のため、書き込めませんでした。");
+}
+
+QString CatalogBusyQuestion()
+{
+    return CatalogBusyMessage() + QStringLiteral("\r\n") + QString::fromUtf8("もう一度試しますか？");
+}
+
+void AskWhenBusy(jet::Database &db, Prompter &prompter)
+{
+    db.setBusyHandler([&prompter] {
+        return prompter.message(
+                   { appTitle(), CatalogBusyQuestion(), Prompter::Icon::Question, Prompter::Buttons::YesNo })
+            == Prompter::Answer::Yes;
+    });
+}
+
 void CloseCatalog(
     CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet, std::unique_ptr<jet::Recordset> &binderSet)
 {

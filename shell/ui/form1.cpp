@@ -678,6 +678,7 @@ void Form1::OpenCatalog()
     default:
         return;
     }
+    catalog::AskWhenBusy(*m_catalog.db(), m_prompter);
     m_classArr.clear();
     m_helpContextId = Help::CatalogOpened;
     Q_EMIT catalogOpened();
