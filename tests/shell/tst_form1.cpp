@@ -592,6 +592,7 @@ private Q_SLOTS:
         QCOMPARE(h.prompter.messages().size(), 1);
         QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
         QVERIFY(h.prompter.lastMessage().text.startsWith(u("データベースは読み取り専用で開かれました。")));
+        QVERIFY(h.prompter.lastMessage().text.contains(QDir::toNativeSeparators(lock.fileName())));
         QCOMPARE(h.w->toolbarKeys(), split("ph1 BackToStart DBrec Search"));
         QFile::remove(lock.fileName());
     }
