@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 
+#include "catalog/lifecycle.h"
 #include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
@@ -94,6 +95,9 @@ int runSearch(const QStringList &args)
         return 1;
     }
     jet::Database &db = *opened.value();
+    // A damaged catalogue is searched as far as it can be read, never without saying so.
+    if (db.isDamaged())
+        writeErr(catalog::DamagedCatalogMessage(db));
 
     // As in the search panel, a word or file name must be given (blanks count as given).
     if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword"))

@@ -56,6 +56,14 @@ QString Database::readOnlyReason() const
 {
     return m_engine->readOnlyReason();
 }
+bool Database::isDamaged() const
+{
+    return m_engine->isDamaged();
+}
+QList<DamageFinding> Database::damage() const
+{
+    return m_engine->damage();
+}
 QStringList Database::tableNames() const
 {
     m_engine->refreshIfChanged();

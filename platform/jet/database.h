@@ -48,6 +48,11 @@ public:
     QString path() const;
     bool isReadOnly() const;
     QString readOnlyReason() const;
+    // The file failed the check made whenever it is read (page headers, usage maps and row
+    // counts; the findings in damage()): the connection is read-only, readOnlyReason() says
+    // what was found, and reads may return fewer rows than the file says it holds.
+    bool isDamaged() const;
+    QList<DamageFinding> damage() const;
 
     // User tables, in catalogue order; names as stored.
     QStringList tableNames() const;

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "platform/jet/internal/catalogue.h"
+#include "platform/jet/internal/integrity.h"
 #include "platform/jet/internal/rowcodec.h"
 
 namespace tolvane::jet {
@@ -21,6 +22,7 @@ struct Engine::Image {
     UsageMaps maps { *store };
     TableRows rows { *store, maps };
     Catalogue catalogue;
+    QList<DamageFinding> damage;
 };
 
 struct Engine::Target {
@@ -44,6 +46,11 @@ Engine::Engine(FileAccess &files)
 
 Engine::~Engine() = default;
 
+const QList<DamageFinding> &Engine::damage() const
+{
+    return m_image->damage;
+}
+
 QString Engine::path() const
 {
     return m_image->store->path();
@@ -59,7 +66,25 @@ Result<std::unique_ptr<Engine::Image>> Engine::load(const QString &path) const
     if (!catalogue)
         return catalogue.status();
     image->catalogue = catalogue.take();
+    image->damage = checkIntegrity(*image->store, image->maps, image->catalogue, image->store->strayBytes());
     return image;
+}
+
+void Engine::adopt(std::unique_ptr<Image> image)
+{
+    m_image = std::move(image);
+    if (m_image->damage.isEmpty() || m_damaged)
+        return;
+    // A damaged file is never written: a write would build on what could not be read.
+    m_damaged = true;
+    m_readOnly = true;
+    constexpr int kShown = 5;
+    QStringList lines { QStringLiteral("ファイルが損傷しています。") };
+    for (int i = 0; i < std::min<qsizetype>(kShown, m_image->damage.size()); ++i)
+        lines << m_image->damage.at(i).text();
+    if (m_image->damage.size() > kShown)
+        lines << QStringLiteral("ほかに %1 件の問題があります。").arg(m_image->damage.size() - kShown);
+    m_readOnlyReason = lines.join(QStringLiteral("\r\n"));
 }
 
 Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &path, bool readOnly)
@@ -98,7 +123,7 @@ Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &p
         e->m_locks->unlockWriter();
     if (!image)
         return image.status();
-    e->m_image = image.take();
+    e->adopt(image.take());
     return e;
 }
 
@@ -109,7 +134,7 @@ Status Engine::refreshIfChanged()
     Result<std::unique_ptr<Image>> image = load(path());
     if (!image)
         return image.status();
-    m_image = image.take();
+    adopt(image.take());
     return Status::ok();
 }
 
@@ -165,7 +190,11 @@ Status Engine::beginTransaction()
         return current.status();
     }
     if (!(*current)->store->sameImage(*m_image->store) || (*current)->store->hadHotJournal())
-        m_image = current.take();
+        adopt(current.take());
+    if (m_damaged) {
+        m_locks->unlockWriter();
+        return Status::readOnly(QStringLiteral("the database is read-only: %1").arg(m_readOnlyReason));
+    }
     m_inTransaction = true;
     return Status::ok();
 }

@@ -30,6 +30,10 @@ public:
     QString path() const;
     bool isReadOnly() const { return m_readOnly; }
     QString readOnlyReason() const { return m_readOnlyReason; }
+    // What the check of the file found when it was last read (internal/integrity.h). A file
+    // found damaged once stays read-only for this connection.
+    bool isDamaged() const { return m_damaged; }
+    const QList<DamageFinding> &damage() const;
 
     // Waiting for other connections (ConnectionLocks::setBusyTimeout, setBusyHandler).
     void setBusyTimeout(int ms) { m_locks->setBusyTimeout(ms); }
@@ -67,6 +71,8 @@ private:
     explicit Engine(internal::FileAccess &files);
     // Reads the file anew (see PageStore::open for the journal).
     Result<std::unique_ptr<Image>> load(const QString &path) const;
+    // Takes image as the current one; a damaged one makes the connection read-only.
+    void adopt(std::unique_ptr<Image> image);
     // Runs body as a transaction of its own unless one is open.
     template <class T, class F> T autoTransaction(F body);
     // The table of that name when it may be written: ReadOnly, NotFound, NotSupported.
@@ -82,6 +88,7 @@ private:
     std::unique_ptr<Image> m_image;
     QString m_lockFilePath; // "<name>.ldb" beside the file
     bool m_readOnly = false;
+    bool m_damaged = false;
     QString m_readOnlyReason;
     bool m_inTransaction = false;
 };

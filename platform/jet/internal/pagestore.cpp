@@ -81,10 +81,13 @@ Result<std::unique_ptr<PageStore>> PageStore::open(FileAccess &files, Connection
         locks.unlockRead();
     if (!read)
         return read;
-    if (store->m_data.isEmpty() || store->m_data.size() % kPageSize != 0)
-        return Status::corruption(QStringLiteral("%1 is not a Jet database (size %2 is not a whole number of pages)")
+    if (store->m_data.size() < kPageSize)
+        return Status::corruption(QStringLiteral("%1 is not a Jet database (size %2 is less than a page)")
                                       .arg(QDir::toNativeSeparators(path))
                                       .arg(store->m_data.size()));
+    // A file cut short inside a page: the whole pages are read, and the check at open says so.
+    store->m_strayBytes = store->m_data.size() % kPageSize;
+    store->m_data.chop(store->m_strayBytes);
     store->m_committedPages = store->pageCount();
     return store;
 }

@@ -36,8 +36,8 @@ public:
     // Reads the whole file through files and locks, which must outlive the store. A hot
     // journal is applied to the image; when locks hold the writer lock it is rolled back on
     // disk too (an incomplete one removed), otherwise the file is read under the read lock and
-    // left as it is. Errors: NotFound, IOError, Busy, Corruption (size not a multiple of the
-    // page size, or a journal naming pages beyond the file).
+    // left as it is. A partial page at the end is left out (strayBytes()). Errors: NotFound,
+    // IOError, Busy, Corruption (not one whole page, or a journal naming pages beyond the file).
     static Result<std::unique_ptr<PageStore>> open(FileAccess &files, ConnectionLocks &locks, const QString &path);
 
     static QString journalPath(const QString &path) { return path + QStringLiteral("-journal"); }
@@ -56,6 +56,8 @@ public:
     quint32 appendPage();
 
     bool dirty() const { return !m_original.isEmpty() || pageCount() != m_committedPages; }
+    // Bytes of a partial page at the end of the file, left out of the image (a damaged file).
+    qint64 strayBytes() const { return m_strayBytes; }
     // True when the file held a hot journal when this image was read.
     bool hadHotJournal() const { return m_hadHotJournal; }
     // True when other holds the same committed bytes.
@@ -108,6 +110,7 @@ private:
     ConnectionLocks &m_locks;
     QString m_path;
     bool m_hadHotJournal = false;
+    qint64 m_strayBytes = 0;
     QByteArray m_data;
     quint32 m_committedPages = 0;
     QHash<quint32, QByteArray> m_original; // committed images of changed pages
