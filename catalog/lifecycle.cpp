@@ -135,7 +135,8 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique
 
 QString DamagedCatalogMessage(const jet::Database &db)
 {
-    QString text = QString::fromUtf8("データベースが損傷しているため、読み取り専用で開きました。変更は保存できません。");
+    QString text
+        = QString::fromUtf8("データベースが損傷しているため、読み取り専用で開きました。変更は保存できません。");
     for (const jet::DamageFinding &f : db.damage())
         text += QStringLiteral("\r\n") + f.text();
     return text;

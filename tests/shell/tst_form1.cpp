@@ -597,6 +597,23 @@ private Q_SLOTS:
         QFile::remove(lock.fileName());
     }
 
+    void damagedCatalogueOpensReadOnly()
+    {
+        const QString path = makeCatalogue();
+        {
+            QFile f(path);
+            QVERIFY(f.resize(f.size() + 100)); // a partial page at the end
+        }
+        Harness h;
+        QVERIFY(openThroughToolbar(h, path));
+        QVERIFY(h.w->catalog().db()->isReadOnly());
+        QCOMPARE(h.prompter.messages().size(), 1);
+        QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Critical);
+        QVERIFY(
+            h.prompter.lastMessage().text.startsWith(u("データベースが損傷しているため、読み取り専用で開きました。")));
+        QVERIFY(h.prompter.lastMessage().text.contains(u("ページの途中で終わっています")));
+    }
+
     void statusBarForms()
     {
         Harness h;

@@ -55,8 +55,8 @@ QList<DamageFinding> checkIntegrity(
 {
     QList<DamageFinding> found;
     if (strayBytes > 0)
-        found.append({ DamageFinding::Kind::FileEndsInsidePage, {}, 0, 0,
-            qint64(store.pageCount()) * kPageSize + strayBytes });
+        found.append(
+            { DamageFinding::Kind::FileEndsInsidePage, {}, 0, 0, qint64(store.pageCount()) * kPageSize + strayBytes });
     QSet<quint32> freePages;
     if (Result<QList<quint32>> free = maps.pages(UsageMaps::kGlobal))
         freePages = QSet<quint32>(free->cbegin(), free->cend());
