@@ -136,8 +136,10 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique
     state.CatalogMark = ReadDbid(state);
     if (state.CatalogMark == kOrdinaryCatalogMark) {
         // A file that is in use elsewhere or cannot be written opens read-only; say so rather
-        // than let every later change fail unseen.
-        if (state.db()->isReadOnly())
+        // than let every later change fail unseen. A damaged one also says what was found.
+        if (state.db()->isDamaged())
+            critical(prompter, DamagedCatalogMessage(*state.db()));
+        else if (state.db()->isReadOnly())
             prompter.inform(appTitle(),
                 QString::fromUtf8("データベースは読み取り専用で開かれました。変更は保存できません。")
                     + QStringLiteral("\r\n") + state.db()->readOnlyReason(),
@@ -153,6 +155,34 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique
     }
     critical(prompter, QString::fromUtf8(kNotCatalogMessage));
     return OpenOutcome::NotCatalog;
+}
+
+QString DamagedCatalogMessage(const jet::Database &db)
+{
+    QString text
+        = QString::fromUtf8("データベースが損傷しているため、読み取り専用で開きました。変更は保存できません。");
+    for (const jet::DamageFinding &f : db.damage())
+        text += QStringLiteral("\r\n") + f.text();
+    return text;
+}
+
+QString CatalogBusyMessage()
+{
+    return QString::fromUtf8("データベースは他の利用者またはプログラムが更新中のため、書き込めませんでした。");
+}
+
+QString CatalogBusyQuestion()
+{
+    return CatalogBusyMessage() + QStringLiteral("\r\n") + QString::fromUtf8("もう一度試しますか？");
+}
+
+void AskWhenBusy(jet::Database &db, Prompter &prompter)
+{
+    db.setBusyHandler([&prompter] {
+        return prompter.message(
+                   { appTitle(), CatalogBusyQuestion(), Prompter::Icon::Question, Prompter::Buttons::YesNo })
+            == Prompter::Answer::Yes;
+    });
 }
 
 void CloseCatalog(

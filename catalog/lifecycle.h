@@ -56,6 +56,18 @@ enum class OpenOutcome {
 OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet,
     std::unique_ptr<jet::Recordset> &binderSet);
 
+// The message about a catalogue that failed the check at open (jet::Database::isDamaged):
+// that it is damaged, that it was opened read-only, and what was found.
+QString DamagedCatalogMessage(const jet::Database &db);
+
+// The message when another connection keeps the catalogue's write lock too long: alone for
+// the command line, followed by the question whether to try again in the window.
+QString CatalogBusyMessage();
+QString CatalogBusyQuestion();
+// Makes db ask through prompter (CatalogBusyQuestion, Yes/No) whether to go on waiting each
+// time it has waited for another connection in vain. prompter must outlive db.
+void AskWhenBusy(jet::Database &db, Prompter &prompter);
+
 // Shutdown: closes the result sets, then the connection. Never fails.
 void CloseCatalog(
     CatalogState &state, std::unique_ptr<jet::Recordset> &searchResultSet, std::unique_ptr<jet::Recordset> &binderSet);

@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 
+#include "catalog/lifecycle.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
@@ -48,6 +49,9 @@ int runDump(const QStringList &args)
         writeErr(args[0] + QStringLiteral(": ") + db.status().toString());
         return 1;
     }
+    // A damaged catalogue is read as far as it can be, never without saying so.
+    if ((*db)->isDamaged())
+        writeErr(catalog::DamagedCatalogMessage(**db));
     const auto info = (*db)->tableInfo(args[1]);
     if (!info) {
         writeErr(args[1] + QStringLiteral(": no such table"));

@@ -27,6 +27,8 @@ int runRegister(const QStringList &args)
     std::unique_ptr<jet::Recordset> binderSet;
     switch (catalog::OpenCatalogFile(prompter, state, searchResultSet, binderSet)) {
     case catalog::OpenOutcome::Ordinary:
+        if (state.db()->isReadOnly())
+            return 1; // the reason was printed
         break;
     case catalog::OpenOutcome::Archive:
         writeErr(QStringLiteral("%1: archive catalogue; registration is disabled").arg(args[0]));
@@ -60,7 +62,9 @@ int runRegister(const QStringList &args)
     case Kind::Synchronised:
         return 0;
     case Kind::Failed:
-        if (!prompter.refused())
+        if (outcome.error.code() == Status::Code::Busy)
+            writeErr(catalog::CatalogBusyMessage());
+        else if (!prompter.refused())
             writeErr(outcome.error.toString());
         return 1;
     case Kind::Refused:

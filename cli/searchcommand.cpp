@@ -166,6 +166,9 @@ int runSearch(const QStringList &args)
         writeErr(catalog::notCatalogMessage());
         return 1;
     }
+    // A damaged catalogue is searched as far as it can be read, never without saying so.
+    if (db.isDamaged())
+        writeErr(catalog::DamagedCatalogMessage(db));
 
     // As in the search panel, a word or file name must be given (blanks count as given).
     if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword"))

@@ -11,7 +11,7 @@ namespace tolvane {
 
 class Status {
 public:
-    enum class Code { Ok, NotFound, Corruption, IOError, InvalidArgument, NotSupported, ReadOnly, Cancelled };
+    enum class Code { Ok, NotFound, Corruption, IOError, InvalidArgument, NotSupported, ReadOnly, Cancelled, Busy };
 
     Status() = default;
     Status(Code code, QString message)
@@ -28,6 +28,8 @@ public:
     static Status notSupported(QString m) { return { Code::NotSupported, std::move(m) }; }
     static Status readOnly(QString m) { return { Code::ReadOnly, std::move(m) }; }
     static Status cancelled(QString m = {}) { return { Code::Cancelled, std::move(m) }; }
+    // Another connection holds the catalogue's write lock (or is committing) and did not let go in time.
+    static Status busy(QString m) { return { Code::Busy, std::move(m) }; }
 
     bool isOk() const { return m_code == Code::Ok; }
     explicit operator bool() const { return isOk(); }
@@ -72,8 +74,8 @@ private:
 
 inline QString Status::toString() const
 {
-    static const char *const names[]
-        = { "OK", "NotFound", "Corruption", "IOError", "InvalidArgument", "NotSupported", "ReadOnly", "Cancelled" };
+    static const char *const names[] = { "OK", "NotFound", "Corruption", "IOError", "InvalidArgument", "NotSupported",
+        "ReadOnly", "Cancelled", "Busy" };
     const QString name = QString::fromLatin1(names[static_cast<int>(m_code)]);
     return m_message.isEmpty() ? name : name + QStringLiteral(": ") + m_message;
 }

@@ -56,6 +56,14 @@ QString Database::readOnlyReason() const
 {
     return m_engine->readOnlyReason();
 }
+bool Database::isDamaged() const
+{
+    return m_engine->isDamaged();
+}
+QList<DamageFinding> Database::damage() const
+{
+    return m_engine->damage();
+}
 QStringList Database::tableNames() const
 {
     m_engine->refreshIfChanged();
@@ -72,10 +80,21 @@ Result<TableInfo> Database::tableInfo(const QString &table) const
     return m_engine->tableInfo(table);
 }
 
+void Database::setBusyTimeout(int ms)
+{
+    m_engine->setBusyTimeout(ms);
+}
+void Database::setBusyHandler(std::function<bool()> handler)
+{
+    m_engine->setBusyHandler(std::move(handler));
+}
+Result<bool> Database::openElsewhere()
+{
+    return m_engine->openElsewhere();
+}
+
 Status Database::beginTransaction()
 {
-    if (Status s = m_engine->refreshIfChanged(); !s)
-        return s;
     return m_engine->beginTransaction();
 }
 Status Database::commit()
@@ -91,23 +110,18 @@ bool Database::inTransaction() const
     return m_engine->inTransaction();
 }
 
-// Every call first picks up what another connection to the same file may have committed.
+// Writes pick up what other connections committed when their transaction begins; reads first
+// look whether another connection has committed since this one last read.
 Result<RowId> Database::insertRow(const QString &table, const Row &values)
 {
-    if (Status s = m_engine->refreshIfChanged(); !s)
-        return s;
     return m_engine->insertRow(table, values);
 }
 Status Database::updateRow(const QString &table, RowId id, const Row &values)
 {
-    if (Status s = m_engine->refreshIfChanged(); !s)
-        return s;
     return m_engine->updateRow(table, id, values);
 }
 Status Database::deleteRow(const QString &table, RowId id)
 {
-    if (Status s = m_engine->refreshIfChanged(); !s)
-        return s;
     return m_engine->deleteRow(table, id);
 }
 Result<Row> Database::readRow(const QString &table, RowId id) const

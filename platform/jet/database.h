@@ -24,9 +24,11 @@ public:
 
     // Opens an existing file. Errors: NotFound (no file), NotSupported (Jet 3, ACCDB, encoded
     // or password-protected), Corruption (not a Jet file / unreadable structures), IOError.
-    // A hot journal left by an interrupted commit is rolled back first.
-    // In ReadWrite mode a file whose "<name>.ldb" lock file exists, or that cannot be written,
-    // is opened read-only: isReadOnly() is then true and readOnlyReason() says why.
+    // A hot journal left by an interrupted commit is rolled back first (on disk when no other
+    // connection is writing; otherwise in this connection's image, and on disk by the next
+    // writer). In ReadWrite mode a file whose "<name>.ldb" lock file exists, or that cannot be
+    // written, is opened read-only: isReadOnly() is then true and readOnlyReason() says why,
+    // in words for the user (Japanese). Busy when another connection holds the file alone.
     static Result<std::unique_ptr<Database>> open(const QString &path, OpenMode mode = OpenMode::ReadWrite);
     // The same with every file operation going through files (internal/fileaccess.h), which
     // must outlive the Database. open(path, mode) uses the disk.
@@ -46,6 +48,11 @@ public:
     QString path() const;
     bool isReadOnly() const;
     QString readOnlyReason() const;
+    // The file failed the check made whenever it is read (page headers, usage maps and row
+    // counts; the findings in damage()): the connection is read-only, readOnlyReason() says
+    // what was found, and reads may return fewer rows than the file says it holds.
+    bool isDamaged() const;
+    QList<DamageFinding> damage() const;
 
     // User tables, in catalogue order; names as stored.
     QStringList tableNames() const;
@@ -54,11 +61,24 @@ public:
     // Case-insensitive lookup. NotFound when absent.
     Result<TableInfo> tableInfo(const QString &table) const;
 
+    // Several connections, in one process or several, may have the file open; one writes at a
+    // time. A write transaction holds the file's writer lock from beginTransaction() until its
+    // commit() is durable (or rollback()); beginTransaction() first picks up everything other
+    // connections committed. Readers never see a commit half-written.
+    // Waiting for the lock: after the busy timeout (5 s unless set) the busy handler is asked;
+    // true waits as long again, false (or no handler) fails with Busy. The same holds for a read
+    // that meets a commit in progress.
+    void setBusyTimeout(int ms);
+    void setBusyHandler(std::function<bool()> handler);
+    // True when another connection (of this or another process) has the file open.
+    Result<bool> openElsewhere();
+
     // Transactions. Without one, every write commits on its own. Nested begin is refused.
     // commit() makes all writes since begin durable at once; a crash or kill before commit()
-    // returns leaves the file as it was before begin (a journal is rolled back at next open).
-    // A commit that fails (IOError) leaves the file as it was and drops the transaction's changes.
-    // Between transactions, each call first picks up what another connection to the same file
+    // returns leaves the file as it was before begin (a journal is rolled back by the next
+    // writer). A commit that fails (IOError, Busy) leaves the file as it was and drops the
+    // transaction's changes. beginTransaction() fails with Busy (see above), or ReadOnly.
+    // Between transactions, each read first picks up what another connection to the same file
     // has committed.
     // Destroying the Database with a transaction open drops that transaction.
     Status beginTransaction();

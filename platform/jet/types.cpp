@@ -11,6 +11,37 @@ const QDate kOleEpoch(1899, 12, 30);
 constexpr qint64 kMsPerDay = 86400000;
 } // namespace
 
+QString DamageFinding::text() const
+{
+    switch (kind) {
+    case Kind::FileEndsInsidePage:
+        return QStringLiteral("ファイルがページの途中で終わっています（%1 バイト）。").arg(found);
+    case Kind::PageBeyondEnd:
+        return QStringLiteral("表 %1 の %2 ページ（ページ %3 から）がファイルの終わり（%4 ページ）より後にあります。")
+            .arg(table)
+            .arg(found)
+            .arg(page)
+            .arg(expected);
+    case Kind::WrongPageType:
+        return QStringLiteral("表 %1 のページ %2 がデータページではありません（種類 %3）。")
+            .arg(table)
+            .arg(page)
+            .arg(found);
+    case Kind::WrongOwner:
+        return QStringLiteral("表 %1 のページ %2 が別の表（定義ページ %3）のものになっています。")
+            .arg(table)
+            .arg(page)
+            .arg(found);
+    case Kind::RowCountMismatch:
+        return QStringLiteral("表 %1 は %2 行のはずですが、読める行は %3 行です。").arg(table).arg(expected).arg(found);
+    case Kind::UsedPageMarkedFree:
+        return QStringLiteral("表 %1 のページ %2 が空きページとして記録されています。").arg(table).arg(page);
+    case Kind::UnreadableMap:
+        return QStringLiteral("表 %1 のページの一覧（使用マップ）が読めません。").arg(table);
+    }
+    return {};
+}
+
 int TableInfo::columnIndex(const QString &column) const
 {
     for (int i = 0; i < columns.size(); ++i)

@@ -64,6 +64,28 @@ struct RowId {
     bool isValid() const { return page != 0; }
 };
 
+// One inconsistency the check at open found in a file's structure (a damaged file opens
+// read-only). Fields not named by the kind are 0 or empty.
+struct DamageFinding {
+    enum class Kind {
+        FileEndsInsidePage, // found: the file's size in bytes; the partial page is not read
+        PageBeyondEnd, // table's pages past the end: page the first, found how many, expected the file's pages
+        WrongPageType, // table's page is no data page: found its type byte
+        WrongOwner, // table's page belongs to another table: found that table's definition page
+        RowCountMismatch, // table: expected the definition's row count, found the rows its pages hold
+        UsedPageMarkedFree, // table's page is free in the file's global usage map
+        UnreadableMap, // table's usage map cannot be read
+    };
+    Kind kind = Kind::FileEndsInsidePage;
+    QString table;
+    quint32 page = 0;
+    qint64 expected = 0;
+    qint64 found = 0;
+    bool operator==(const DamageFinding &) const = default;
+    // What was found, in a sentence for the user (Japanese).
+    QString text() const;
+};
+
 // Values travel as QVariant:
 //   null              -> QVariant() (invalid)
 //   Long/Integer/Byte -> int

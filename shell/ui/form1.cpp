@@ -843,6 +843,7 @@ void Form1::OpenCatalog()
     default:
         return;
     }
+    catalog::AskWhenBusy(*m_catalog.db(), m_prompter);
     m_classArr.clear();
     // The text size chosen last with this catalogue comes back with it.
     if (const Result<int> size = viewer::ReadFontSize(m_catalog.db()))

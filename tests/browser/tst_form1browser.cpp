@@ -16,6 +16,7 @@
 #include "browser/filelistmodel.h"
 #include "browser/ui/browsercontroller.h"
 #include "browser/ui/folderpanel.h"
+#include "catalog/lifecycle.h"
 #include "catalog/schema.h"
 #include "search/resultlistmodel.h"
 #include "search/ui/searchcontroller.h"
@@ -352,6 +353,43 @@ private slots:
         QVERIFY(clickTool(w, "RecAll"));
         QCOMPARE(h.prompter.lastMessage().text, QStringLiteral("1500件のファイル情報を登録しました。"));
         QCOMPARE(test::tableRows(w.catalog().db(), catalog::kFileAtrTable).size(), filesBefore + 1500);
+    }
+
+    // Another window (or user) is writing: the window asks whether to go on waiting, and when
+    // told no, the registration fails as a whole and says so; once the other writer is done
+    // it goes through.
+    void registrationMeetsAnotherWriter()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/busy.mdb");
+        QVERIFY(test::newCatalogue(m_tmp.path(), QStringLiteral("busy")));
+        auto other = jet::Database::open(mdb);
+        QVERIFY(other);
+        QVERIFY((*other)->beginTransaction());
+        Harness h;
+        shell::Form1 &w = *h.w;
+        h.prompter.planOpenFile(mdb);
+        QVERIFY(clickTool(w, "DBopen"));
+        w.catalog().db()->setBusyTimeout(100);
+        h.prompter.planFolder(m_docs);
+        QVERIFY(clickTool(w, "DBrec"));
+        h.prompter.planAnswer(Prompter::Answer::Yes); // register
+        h.prompter.planAnswer(Prompter::Answer::Yes); // wait once more
+        h.prompter.planAnswer(Prompter::Answer::No); // give up
+        QVERIFY(clickTool(w, "RecAll"));
+        const auto asked = h.prompter.messages();
+        QCOMPARE(asked.size(), 4);
+        for (int i : { 1, 2 }) {
+            QCOMPARE(asked[i].text, catalog::CatalogBusyQuestion());
+            QCOMPARE(asked[i].buttons, Prompter::Buttons::YesNo);
+        }
+        QCOMPARE(asked[3].text, QStringLiteral("DB登録に失敗しました。　RecordFILE_ATR"));
+        QVERIFY(test::tableRows(w.catalog().db(), catalog::kPathNameTable).isEmpty());
+
+        (*other)->rollback();
+        h.prompter.planAnswer(Prompter::Answer::Yes);
+        QVERIFY(clickTool(w, "RecAll"));
+        QCOMPARE(h.prompter.lastMessage().text, QStringLiteral("3件のファイル情報を登録しました。"));
+        QCOMPARE(test::tableRows(other->get(), catalog::kFileAtrTable).size(), 3);
     }
 };
 

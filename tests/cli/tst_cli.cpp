@@ -292,6 +292,45 @@ private slots:
         QCOMPARE(binder({ QStringLiteral("list"), QStringLiteral("extra") }).code, 2);
     }
 
+    // A catalogue cut short (a copy from a share that failed): every command says it is
+    // damaged and what was found; reading ones go on with what can be read, writing ones stop.
+    void damagedCatalogue()
+    {
+        const QString mdb = m_tmp.path() + QStringLiteral("/損傷.mdb");
+        QCOMPARE(cli({ QStringLiteral("create"), mdb }).code, 0);
+        const QString folder = m_tmp.path() + QStringLiteral("/305");
+        QVERIFY(QDir().mkpath(folder));
+        for (int i = 0; i < 305; ++i)
+            QVERIFY(tolvane::test::writeFile(folder + QStringLiteral("/file%1.txt").arg(i), 0));
+        QCOMPARE(cli({ QStringLiteral("register"), mdb, folder }).code, 0);
+        {
+            QFile f(mdb);
+            QVERIFY(f.resize(f.size() - 6000));
+        }
+        QFile f(mdb);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QByteArray bytes = f.readAll();
+        f.close();
+        const QString damaged = QStringLiteral("データベースが損傷しているため、読み取り専用で開きました。");
+
+        Run r = cli({ QStringLiteral("register"), mdb, folder });
+        QCOMPARE(r.code, 1);
+        QVERIFY2(r.err.startsWith(damaged), qPrintable(r.err));
+        QVERIFY2(r.err.contains(QStringLiteral("FILE_ATR")), qPrintable(r.err));
+        QVERIFY2(r.err.contains(QStringLiteral("ページの途中で終わっています")), qPrintable(r.err));
+        r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("FILE_ATR") });
+        QCOMPARE(r.code, 0);
+        QVERIFY2(r.err.startsWith(damaged), qPrintable(r.err));
+        const auto listed = r.out.count(QLatin1Char('\n'));
+        QVERIFY(listed > 0 && listed < 305);
+        r = cli({ QStringLiteral("search"), mdb, QStringLiteral("--name"), QStringLiteral("%") });
+        QCOMPARE(r.code, 0);
+        QVERIFY2(r.err.startsWith(damaged), qPrintable(r.err));
+        QCOMPARE(r.out.count(QLatin1Char('\n')), listed);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll(), bytes);
+    }
+
     void refusals()
     {
         const QString mdb = m_tmp.path() + QStringLiteral("/r.mdb");

@@ -58,7 +58,11 @@ class StoredFile {
 public:
     explicit StoredFile(const QString &path)
     {
-        auto store = jet::internal::PageStore::open(m_disk, path, false);
+        auto locks = jet::internal::ConnectionLocks::open(m_disk, path, false);
+        if (!locks)
+            qFatal("cannot open %s: %s", qPrintable(path), qPrintable(locks.status().toString()));
+        m_locks = locks.take();
+        auto store = jet::internal::PageStore::open(m_disk, *m_locks, path);
         if (!store)
             qFatal("cannot read %s: %s", qPrintable(path), qPrintable(store.status().toString()));
         m_store = store.take();
@@ -79,6 +83,7 @@ public:
 
 private:
     jet::internal::DiskFileAccess m_disk;
+    std::unique_ptr<jet::internal::ConnectionLocks> m_locks;
     std::unique_ptr<jet::internal::PageStore> m_store;
     std::optional<jet::internal::UsageMaps> m_maps;
     std::optional<jet::internal::TableRows> m_rows;

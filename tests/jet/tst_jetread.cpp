@@ -8,10 +8,13 @@
 
 #include "jetfixtures.h"
 #include "platform/jet/database.h"
+#include "platform/jet/internal/datapage.h"
 
 using namespace tolvane;
 using namespace tolvane::jet;
 using namespace Qt::StringLiterals;
+
+Q_DECLARE_METATYPE(tolvane::jet::DamageFinding::Kind)
 
 namespace {
 
@@ -160,6 +163,8 @@ private slots:
     void refusesWhatItCannotRead_data();
     void refusesWhatItCannotRead();
     void malformedPagesNeverCrash();
+    void damageFoundAtOpen_data();
+    void damageFoundAtOpen();
     void oleDateConversion_data();
     void oleDateConversion();
 };
@@ -347,6 +352,96 @@ void TstJetRead::oleDateConversion()
     QVERIFY(qAbs(toOleDate(dt) - ole) < 1e-9);
     QCOMPARE(fromOleDate(ole), dt);
     QCOMPARE(fromOleDate(toOleDate(dt.addMSecs(123))), dt.addMSecs(123));
+}
+
+void TstJetRead::damageFoundAtOpen_data()
+{
+    QTest::addColumn<QString>("damage");
+    QTest::addColumn<DamageFinding::Kind>("kind");
+    QTest::newRow("truncated at a page") << u"cut at a page"_s << DamageFinding::Kind::PageBeyondEnd;
+    QTest::newRow("truncated inside a page") << u"cut inside a page"_s << DamageFinding::Kind::FileEndsInsidePage;
+    QTest::newRow("page type byte changed") << u"type byte"_s << DamageFinding::Kind::WrongPageType;
+    QTest::newRow("page overwritten by another") << u"overwritten"_s << DamageFinding::Kind::WrongOwner;
+    QTest::newRow("usage map bit cleared") << u"map bit"_s << DamageFinding::Kind::RowCountMismatch;
+}
+
+// Damaged copies of a sound file: each is found out at open, opened read-only with what was
+// found, read as far as it can be, and left byte for byte as it was.
+void TstJetRead::damageFoundAtOpen()
+{
+    QFETCH(QString, damage);
+    QFETCH(DamageFinding::Kind, kind);
+    QTemporaryDir dir;
+    const QString sound = dir.filePath(u"sound.mdb"_s);
+    QVERIFY(Database::create(sound,
+        { { u"Files"_s, { { u"Name"_s, ColumnType::Text, 100 }, { u"Folder"_s, ColumnType::Long, 0 } } },
+            { u"Folders"_s, { { u"Id"_s, ColumnType::Long, 0 }, { u"Path"_s, ColumnType::Text, 200 } } } }));
+    {
+        auto db = Database::open(sound);
+        QVERIFY((*db)->beginTransaction());
+        for (int i = 0; i < 20; ++i)
+            QVERIFY((*db)->insertRow(u"Folders"_s, Row { i, u"C:\\書類\\%1"_s.arg(i) }));
+        for (int i = 0; i < 305; ++i)
+            QVERIFY((*db)->insertRow(u"Files"_s, Row { u"file %1 with a longish name.txt"_s.arg(i), i % 20 }));
+        QVERIFY((*db)->commit());
+        QVERIFY(!(*db)->isDamaged());
+    }
+    QByteArray bytes = test::fileBytes(sound);
+    QList<quint32> filePages;
+    quint32 folderPage = 0;
+    internal::MapRef fileMap;
+    {
+        const test::StoredFile stored(sound);
+        fileMap = stored.def(u"Files"_s).ownedMap;
+        filePages = stored.pages(fileMap);
+        folderPage = stored.pages(stored.def(u"Folders"_s).ownedMap).value(0);
+    }
+    QVERIFY(filePages.size() >= 4 && folderPage > 0);
+    const quint32 lastFilePage = filePages.last();
+    QCOMPARE(qint64(lastFilePage + 1) * internal::kPageSize, bytes.size()); // the last page of the file
+    auto page = [&](quint32 n) { return bytes.data() + qint64(n) * internal::kPageSize; };
+    if (damage == u"cut at a page")
+        bytes.truncate(qsizetype(lastFilePage - 1) * internal::kPageSize);
+    else if (damage == u"cut inside a page")
+        bytes.chop(1000);
+    else if (damage == u"type byte")
+        page(filePages[1])[0] = char(internal::kPageTdef);
+    else if (damage == u"overwritten")
+        std::memcpy(page(folderPage), page(filePages[0]), internal::kPageSize);
+    else if (damage == u"map bit") {
+        // The inline map: type, start page, then a bit a page.
+        const uchar *mapPage = reinterpret_cast<const uchar *>(page(fileMap.page));
+        const auto row = internal::rowExtent(mapPage, fileMap.row);
+        QVERIFY(row && mapPage[row->start] == 0);
+        const quint32 start = internal::u32(mapPage + row->start + 1);
+        const quint32 bit = filePages[1] - start;
+        page(fileMap.page)[row->start + 5 + bit / 8] &= char(~(1 << (bit % 8)));
+    }
+    const QString damaged = dir.filePath(u"damaged.mdb"_s);
+    {
+        QFile f(damaged);
+        QVERIFY(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size());
+    }
+
+    auto db = Database::open(damaged);
+    QVERIFY2(db, qPrintable(db.status().toString()));
+    QVERIFY((*db)->isDamaged());
+    QVERIFY((*db)->isReadOnly());
+    const QList<DamageFinding> found = (*db)->damage();
+    QVERIFY(!found.isEmpty());
+    QVERIFY2(std::any_of(found.cbegin(), found.cend(), [&](const DamageFinding &f) { return f.kind == kind; }),
+        qPrintable((*db)->readOnlyReason()));
+    QVERIFY((*db)->readOnlyReason().startsWith(u"ファイルが損傷しています。"_s));
+    for (const DamageFinding &f : found)
+        QVERIFY((*db)->readOnlyReason().contains(f.text()));
+    // Fewer rows than the definitions say can be read, and the finding says how many: the
+    // row count always disagrees with the rows the table's pages hold, or a page is named.
+    const int rows = int(test::scanAll(**db, u"Files"_s).size() + test::scanAll(**db, u"Folders"_s).size());
+    QVERIFY(rows < 325);
+    QCOMPARE((*db)->insertRow(u"Files"_s, Row { u"new"_s, 1 }).status().code(), Status::Code::ReadOnly);
+    QCOMPARE((*db)->beginTransaction().code(), Status::Code::ReadOnly);
+    db->reset();
+    QCOMPARE(test::fileBytes(damaged), bytes);
 }
 
 QTEST_GUILESS_MAIN(TstJetRead)

@@ -222,6 +222,10 @@ void TstJetTransaction::killedWriterLeavesWholeTransactions()
     QRandomGenerator rng(7);
     int lastSeq = 0;
     int hotJournals = 0;
+    // A connection open all along, as another window is: its next transaction starts from
+    // whatever the killed writer left, once the lock the writer held is free.
+    auto survivor = Database::open(m_path);
+    QVERIFY(survivor);
     for (int round = 0; round < 12; ++round) {
         QProcess helper;
         helper.start(QStringLiteral(JET_KILL_HELPER), { m_path, QString::number(kRows) });
@@ -237,8 +241,17 @@ void TstJetTransaction::killedWriterLeavesWholeTransactions()
                 confirmed = line.mid(10).toInt();
         QVERIFY2(confirmed > 0, helper.readAllStandardError().constData());
 
-        // A commit cut short leaves a journal that the next open rolls back.
-        hotJournals += QFile::exists(internal::PageStore::journalPath(m_path)) ? 1 : 0;
+        // A commit cut short leaves a journal that the next writer rolls back.
+        const bool hot = QFile::exists(internal::PageStore::journalPath(m_path));
+        hotJournals += hot ? 1 : 0;
+        if (round % 2 == 0) {
+            QVERIFY((*survivor)->beginTransaction());
+            QVERIFY(!QFile::exists(internal::PageStore::journalPath(m_path)));
+            const QMap<int, int> seen = sequences(**survivor);
+            QVERIFY(seen.lastKey() == confirmed || seen.lastKey() == confirmed + 1);
+            QCOMPARE(seen.size(), seen.lastKey());
+            (*survivor)->rollback();
+        }
         auto db = Database::open(m_path);
         QVERIFY2(db, qPrintable(db.status().toString()));
         const QMap<int, int> seqs = sequences(**db);
@@ -272,10 +285,31 @@ void TstJetTransaction::twoConnectionsSeeEachOthersCommits()
     QVERIFY((*b)->insertRow(u"Log"_s, Row { 3, 1, u"from b again"_s, QVariant() }));
     QVERIFY((*b)->commit());
     QCOMPARE((*a)->tableInfo(u"Log"_s)->rowCount, 3);
+
+    // One writer at a time: while b's transaction is open, a waits for the busy timeout, asks
+    // its handler each time, and gives up when told; a's reads go on meanwhile.
+    QVERIFY((*b)->beginTransaction());
+    QVERIFY((*b)->insertRow(u"Log"_s, Row { 4, 1, u"b, not yet committed"_s, QVariant() }));
+    (*a)->setBusyTimeout(50);
+    int asked = 0;
+    (*a)->setBusyHandler([&] { return ++asked < 3; });
+    QCOMPARE((*a)->insertRow(u"Log"_s, Row { 5, 1, u"a"_s, QVariant() }).status().code(), Status::Code::Busy);
+    QCOMPARE(asked, 3);
+    QCOMPARE((*a)->beginTransaction().code(), Status::Code::Busy);
+    QCOMPARE(sequences(**a), (QMap<int, int> { { 1, 1 }, { 2, 1 }, { 3, 1 } }));
+    // Once b is done, a starts from b's commit and writes after it.
+    QVERIFY((*b)->commit());
+    QVERIFY((*a)->beginTransaction());
+    QVERIFY((*a)->insertRow(u"Log"_s, Row { 5, 1, u"a"_s, QVariant() }));
+    QVERIFY((*a)->commit());
     a->reset();
     b->reset();
     auto c = Database::open(m_path);
-    QCOMPARE(sequences(**c), (QMap<int, int> { { 1, 1 }, { 2, 1 }, { 3, 1 } }));
+    QCOMPARE(sequences(**c), (QMap<int, int> { { 1, 1 }, { 2, 1 }, { 3, 1 }, { 4, 1 }, { 5, 1 } }));
+    // Nothing else has the file open now.
+    QCOMPARE(*(*c)->openElsewhere(), false);
+    auto d = Database::open(m_path, Database::OpenMode::ReadOnly);
+    QCOMPARE(*(*c)->openElsewhere(), true);
 }
 
 void TstJetTransaction::locksExcludeOtherProcesses()

@@ -607,6 +607,7 @@ private Q_SLOTS:
         QCOMPARE(h.prompter.messages().size(), 1);
         QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
         QVERIFY(h.prompter.lastMessage().text.startsWith(u("データベースは読み取り専用で開かれました。")));
+        QVERIFY(h.prompter.lastMessage().text.contains(QDir::toNativeSeparators(lock.fileName())));
         QCOMPARE(h.w->toolbarKeys(), split("ph1 BackToStart DBrec Search"));
         QFile::remove(lock.fileName());
     }
@@ -677,6 +678,23 @@ private Q_SLOTS:
         QFile f(damaged);
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), bytes);
+    }
+
+    void damagedCatalogueOpensReadOnly()
+    {
+        const QString path = makeCatalogue();
+        {
+            QFile f(path);
+            QVERIFY(f.resize(f.size() + 100)); // a partial page at the end
+        }
+        Harness h;
+        QVERIFY(openThroughToolbar(h, path));
+        QVERIFY(h.w->catalog().db()->isReadOnly());
+        QCOMPARE(h.prompter.messages().size(), 1);
+        QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Critical);
+        QVERIFY(
+            h.prompter.lastMessage().text.startsWith(u("データベースが損傷しているため、読み取り専用で開きました。")));
+        QVERIFY(h.prompter.lastMessage().text.contains(u("ページの途中で終わっています")));
     }
 
     void statusBarForms()

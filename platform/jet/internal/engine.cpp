@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "platform/jet/internal/catalogue.h"
+#include "platform/jet/internal/integrity.h"
 #include "platform/jet/internal/presence.h"
 #include "platform/jet/internal/rowcodec.h"
 
@@ -22,6 +23,7 @@ struct Engine::Image {
     UsageMaps maps { *store };
     TableRows rows { *store, maps };
     Catalogue catalogue;
+    QList<DamageFinding> damage;
 };
 
 struct Engine::Target {
@@ -45,14 +47,19 @@ Engine::Engine(FileAccess &files)
 
 Engine::~Engine() = default;
 
+const QList<DamageFinding> &Engine::damage() const
+{
+    return m_image->damage;
+}
+
 QString Engine::path() const
 {
     return m_image->store->path();
 }
 
-Result<std::unique_ptr<Engine::Image>> Engine::load(FileAccess &files, const QString &path, bool writable)
+Result<std::unique_ptr<Engine::Image>> Engine::load(const QString &path) const
 {
-    Result<std::unique_ptr<PageStore>> store = PageStore::open(files, path, writable);
+    Result<std::unique_ptr<PageStore>> store = PageStore::open(m_files, *m_locks, path);
     if (!store)
         return store.status();
     auto image = std::make_unique<Image>(store.take());
@@ -60,7 +67,25 @@ Result<std::unique_ptr<Engine::Image>> Engine::load(FileAccess &files, const QSt
     if (!catalogue)
         return catalogue.status();
     image->catalogue = catalogue.take();
+    image->damage = checkIntegrity(*image->store, image->maps, image->catalogue, image->store->strayBytes());
     return image;
+}
+
+void Engine::adopt(std::unique_ptr<Image> image)
+{
+    m_image = std::move(image);
+    if (m_image->damage.isEmpty() || m_damaged)
+        return;
+    // A damaged file is never written: a write would build on what could not be read.
+    m_damaged = true;
+    m_readOnly = true;
+    constexpr int kShown = 5;
+    QStringList lines { QStringLiteral("ファイルが損傷しています。") };
+    for (int i = 0; i < std::min<qsizetype>(kShown, m_image->damage.size()); ++i)
+        lines << m_image->damage.at(i).text();
+    if (m_image->damage.size() > kShown)
+        lines << QStringLiteral("ほかに %1 件の問題があります。").arg(m_image->damage.size() - kShown);
+    m_readOnlyReason = lines.join(QStringLiteral("\r\n"));
 }
 
 Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &path, bool readOnly)
@@ -69,16 +94,18 @@ Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &p
         return Status::notFound(QStringLiteral("no such file: %1").arg(QDir::toNativeSeparators(path)));
     std::unique_ptr<Engine> e(new Engine(files));
     const QFileInfo fi(path);
-    const QString ldb = fi.absolutePath() + QLatin1Char('/') + fi.completeBaseName() + QStringLiteral(".ldb");
+    e->m_lockFilePath = fi.absolutePath() + QLatin1Char('/') + fi.completeBaseName() + QStringLiteral(".ldb");
+    // The reasons are shown to the user as they stand.
     if (readOnly) {
-        e->m_readOnlyReason = QStringLiteral("opened read-only on request");
-    } else if (files.exists(ldb)) {
-        e->m_readOnlyReason = QStringLiteral("another program has the file open (lock file %1 exists)")
-                                  .arg(QDir::toNativeSeparators(ldb));
+        e->m_readOnlyReason = QStringLiteral("読み取り専用で開くよう指定されました。");
+    } else if (files.exists(e->m_lockFilePath)) {
+        e->m_readOnlyReason
+            = QStringLiteral("他のプログラムがこのファイルを開いています（ロックファイル %1 があります）。")
+                  .arg(QDir::toNativeSeparators(e->m_lockFilePath));
     } else if (!files.isWritable(path)) {
-        e->m_readOnlyReason = QStringLiteral("the file cannot be written");
+        e->m_readOnlyReason = QStringLiteral("ファイルに書き込む権限がありません。");
     } else if (!files.isWritable(fi.absolutePath())) {
-        e->m_readOnlyReason = QStringLiteral("the folder of the file cannot be written");
+        e->m_readOnlyReason = QStringLiteral("ファイルのあるフォルダに書き込む権限がありません。");
     }
     e->m_readOnly = !e->m_readOnlyReason.isEmpty();
     Result<std::unique_ptr<File>> presence = announcePresence(files, path);
@@ -86,10 +113,23 @@ Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &p
         return Status::ioError(
             QStringLiteral("このカタログは最適化の処理中です。終わってからもう一度開いてください。"));
     e->m_presence = presence.take();
-    Result<std::unique_ptr<Image>> image = load(files, path, !e->m_readOnly);
+    Result<std::unique_ptr<ConnectionLocks>> locks = ConnectionLocks::open(files, path, !e->m_readOnly);
+    if (!locks)
+        return locks.status();
+    e->m_locks = locks.take();
+    // A journal left by a killed writer is rolled back on disk when no other writer is at work
+    // now; otherwise this connection applies it to its own image and the next writer does it.
+    bool writer = false;
+    if (!e->m_readOnly) {
+        Result<bool> taken = e->m_locks->tryLockWriter();
+        writer = taken.isOk() && *taken;
+    }
+    Result<std::unique_ptr<Image>> image = e->load(path);
+    if (writer)
+        e->m_locks->unlockWriter();
     if (!image)
         return image.status();
-    e->m_image = image.take();
+    e->adopt(image.take());
     return e;
 }
 
@@ -97,10 +137,10 @@ Status Engine::refreshIfChanged()
 {
     if (m_inTransaction || m_image->store->dirty() || !m_image->store->changedOnDisk())
         return Status::ok();
-    Result<std::unique_ptr<Image>> image = load(m_files, path(), !m_readOnly);
+    Result<std::unique_ptr<Image>> image = load(path());
     if (!image)
         return image.status();
-    m_image = image.take();
+    adopt(image.take());
     return Status::ok();
 }
 
@@ -142,6 +182,25 @@ Status Engine::beginTransaction()
         return Status::readOnly(QStringLiteral("the database is read-only: %1").arg(m_readOnlyReason));
     if (m_inTransaction)
         return Status::invalidArgument(QStringLiteral("a transaction is already open"));
+    if (m_files.exists(m_lockFilePath))
+        return Status::readOnly(QStringLiteral("another program has the file open (lock file %1 exists)")
+                                    .arg(QDir::toNativeSeparators(m_lockFilePath)));
+    if (Status s = m_locks->lockWriter(); !s)
+        return s;
+    // Every page another connection committed is picked up before the first read: the file is
+    // read again and compared whole, since its times may not show a change (coarse clocks,
+    // cached attributes on shared folders).
+    Result<std::unique_ptr<Image>> current = load(path());
+    if (!current) {
+        m_locks->unlockWriter();
+        return current.status();
+    }
+    if (!(*current)->store->sameImage(*m_image->store) || (*current)->store->hadHotJournal())
+        adopt(current.take());
+    if (m_damaged) {
+        m_locks->unlockWriter();
+        return Status::readOnly(QStringLiteral("the database is read-only: %1").arg(m_readOnlyReason));
+    }
     m_inTransaction = true;
     return Status::ok();
 }
@@ -154,6 +213,7 @@ Status Engine::commit()
     Status s = m_image->store->commit();
     if (!s)
         reloadTables();
+    m_locks->unlockWriter();
     return s;
 }
 
@@ -162,29 +222,38 @@ void Engine::rollback()
     m_inTransaction = false;
     m_image->store->rollback();
     reloadTables();
+    m_locks->unlockWriter();
+}
+
+template <class T, class F> T Engine::autoTransaction(F body)
+{
+    if (m_inTransaction)
+        return body();
+    if (Status s = beginTransaction(); !s)
+        return s;
+    T result = body();
+    if (!result.isOk()) {
+        rollback();
+        return result;
+    }
+    if (Status s = commit(); !s)
+        return s;
+    return result;
 }
 
 template <class T, class F> T Engine::writeOperation(F op)
 {
-    // Each operation is atomic: on failure its own changes are undone, and outside a
-    // transaction a successful one is committed at once.
+    // Each operation is atomic: on failure its own changes are undone. Requires: a
+    // transaction is open (autoTransaction).
     PageStore &store = *m_image->store;
     store.beginSavepoint();
     T result = op();
     if (!result.isOk()) {
         store.rollbackToSavepoint();
-        if (!m_inTransaction)
-            store.rollback();
         reloadTables();
         return result;
     }
     store.releaseSavepoint();
-    if (!m_inTransaction) {
-        if (Status s = store.commit(); !s) {
-            reloadTables();
-            return s;
-        }
-    }
     return result;
 }
 
@@ -217,28 +286,41 @@ Result<Engine::Target> Engine::writeTarget(const QString &table, const Row &valu
     return Target { *t, normalized.take() };
 }
 
+// The target is found after the transaction has begun: its start may read the file anew.
 Result<RowId> Engine::insertRow(const QString &table, const Row &values)
 {
-    Result<Target> target = writeTarget(table, values);
-    if (!target)
-        return target.status();
-    return writeOperation<Result<RowId>>([&] { return m_image->rows.insert(target->table->def, target->values); });
+    if (m_readOnly)
+        return writableTable(table).status();
+    return autoTransaction<Result<RowId>>([&]() -> Result<RowId> {
+        Result<Target> target = writeTarget(table, values);
+        if (!target)
+            return target.status();
+        return writeOperation<Result<RowId>>([&] { return m_image->rows.insert(target->table->def, target->values); });
+    });
 }
 
 Status Engine::updateRow(const QString &table, RowId id, const Row &values)
 {
-    Result<Target> target = writeTarget(table, values);
-    if (!target)
-        return target.status();
-    return writeOperation<Status>([&] { return m_image->rows.update(target->table->def, id, target->values); });
+    if (m_readOnly)
+        return writableTable(table).status();
+    return autoTransaction<Status>([&]() -> Status {
+        Result<Target> target = writeTarget(table, values);
+        if (!target)
+            return target.status();
+        return writeOperation<Status>([&] { return m_image->rows.update(target->table->def, id, target->values); });
+    });
 }
 
 Status Engine::deleteRow(const QString &table, RowId id)
 {
-    Result<const Catalogue::Table *> t = writableTable(table);
-    if (!t)
-        return t.status();
-    return writeOperation<Status>([&] { return m_image->rows.remove((*t)->def, id); });
+    if (m_readOnly)
+        return writableTable(table).status();
+    return autoTransaction<Status>([&]() -> Status {
+        Result<const Catalogue::Table *> t = writableTable(table);
+        if (!t)
+            return t.status();
+        return writeOperation<Status>([&] { return m_image->rows.remove((*t)->def, id); });
+    });
 }
 
 Result<Row> Engine::readRow(const QString &table, RowId id) const

@@ -1,7 +1,10 @@
 // Engine: one open Jet 4 file. A coordinator: it decides whether the file may be written, finds
 // tables by name in the Catalogue, checks values, runs each write of TableRows as one atomic
 // step of the current transaction, and commits through the PageStore, so that a transaction's
-// pages reach the disk together or not at all. Not thread-safe.
+// pages reach the disk together or not at all. A write transaction holds the writer lock of
+// ConnectionLocks from its start, where it picks up every other connection's commit, until its
+// commit is durable; a write outside a transaction is a transaction of its own. Not
+// thread-safe.
 #pragma once
 
 #include <functional>
@@ -10,6 +13,7 @@
 #include <QStringList>
 
 #include "platform/jet/internal/catalogue.h"
+#include "platform/jet/internal/connectionlocks.h"
 #include "platform/jet/internal/fileaccess.h"
 #include "platform/jet/internal/rowquery.h"
 #include "platform/jet/types.h"
@@ -27,6 +31,16 @@ public:
     QString path() const;
     bool isReadOnly() const { return m_readOnly; }
     QString readOnlyReason() const { return m_readOnlyReason; }
+    // What the check of the file found when it was last read (internal/integrity.h). A file
+    // found damaged once stays read-only for this connection.
+    bool isDamaged() const { return m_damaged; }
+    const QList<DamageFinding> &damage() const;
+
+    // Waiting for other connections (ConnectionLocks::setBusyTimeout, setBusyHandler).
+    void setBusyTimeout(int ms) { m_locks->setBusyTimeout(ms); }
+    void setBusyHandler(std::function<bool()> handler) { m_locks->setBusyHandler(std::move(handler)); }
+    // True when another connection (of any process) has the file open. Errors: IOError.
+    Result<bool> openElsewhere() { return m_locks->openElsewhere(); }
 
     // Outside a transaction, re-reads the file when another connection has written it since
     // this one read or committed it. Errors as open(); the engine then keeps its old image.
@@ -36,6 +50,9 @@ public:
     bool hasTable(const QString &name) const;
     Result<TableInfo> tableInfo(const QString &name) const;
 
+    // Waits for the writer lock (Busy when it is not had in time), then reads what other
+    // connections committed since, rolling back a journal a killed writer left. ReadOnly also
+    // when a "<name>.ldb" has appeared since the open.
     Status beginTransaction();
     Status commit();
     void rollback();
@@ -55,7 +72,12 @@ private:
     struct Target;
 
     explicit Engine(internal::FileAccess &files);
-    static Result<std::unique_ptr<Image>> load(internal::FileAccess &files, const QString &path, bool writable);
+    // Reads the file anew (see PageStore::open for the journal).
+    Result<std::unique_ptr<Image>> load(const QString &path) const;
+    // Takes image as the current one; a damaged one makes the connection read-only.
+    void adopt(std::unique_ptr<Image> image);
+    // Runs body as a transaction of its own unless one is open.
+    template <class T, class F> T autoTransaction(F body);
     // The table of that name when it may be written: ReadOnly, NotFound, NotSupported.
     Result<const internal::Catalogue::Table *> writableTable(const QString &table) const;
     // The writable table and values checked against its columns (InvalidArgument).
@@ -65,8 +87,11 @@ private:
     template <class T, class F> T writeOperation(F op);
 
     internal::FileAccess &m_files;
+    std::unique_ptr<internal::ConnectionLocks> m_locks;
     std::unique_ptr<Image> m_image;
+    QString m_lockFilePath; // "<name>.ldb" beside the file
     bool m_readOnly = false;
+    bool m_damaged = false;
     QString m_readOnlyReason;
     bool m_inTransaction = false;
     std::unique_ptr<internal::File> m_presence; // holds the shared presence lock (presence.h)

@@ -30,13 +30,16 @@ public:
     // Returns once everything written so far is on the storage device.
     virtual Status sync() = 0;
 
-    // Advisory byte-range locks between open files, with try semantics: true when the lock is
-    // now held, false when another file (of this process or another) holds a conflicting one.
-    // Several shared locks may cover the same bytes; an exclusive one excludes every other
-    // lock. Requires: the file is open for writing when kind is Exclusive. Locks end with
-    // unlock() or when the file is closed. (DiskFileAccess: LockFileEx, and open-file-description
-    // locks on Linux; on POSIX systems without them, locks belong to the process, two files of
-    // one process do not conflict, and closing any file on the same disk file ends them.)
+    // Byte-range locks between open files, with try semantics: true when the lock is now held,
+    // false when another open file holds a conflicting one. Several shared locks may cover the
+    // same bytes; an exclusive one excludes every other lock, also one taken through another
+    // file of the same process. A file never locks bytes it already locks (systems differ on
+    // what that does): it unlocks them first. Locks may lie beyond the end of the file; on
+    // Windows they are mandatory (they block reads and writes of the bytes they cover), so
+    // callers lock only bytes no one reads. Requires: the file is open for writing when kind is
+    // Exclusive. Locks end with unlock() or when the file is closed. (On POSIX systems without
+    // open-file-description locks they belong to the process instead: two files of one process
+    // do not exclude each other, and closing any file on the same disk file ends them.)
     enum class LockKind { Shared, Exclusive };
     virtual Result<bool> tryLock(LockKind kind, qint64 offset, qint64 length) = 0;
     virtual Status unlock(qint64 offset, qint64 length) = 0;

@@ -37,18 +37,19 @@ QString folderOf(const QString &path)
     return QFileInfo(path).absolutePath();
 }
 
-// True when the stamp's times are old enough that any later write must change them.
-bool settled(const FileStamp &stamp)
+// True when the stamp's times were old enough, when it was taken, that any later write must
+// change them.
+bool settled(const FileStamp &stamp, qint64 seenMs)
 {
     constexpr qint64 kCoarsestTimestampMs = 3000;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    return now - stamp.modifiedMs > kCoarsestTimestampMs && now - stamp.changedMs > kCoarsestTimestampMs;
+    return seenMs - stamp.modifiedMs > kCoarsestTimestampMs && seenMs - stamp.changedMs > kCoarsestTimestampMs;
 }
 
 } // namespace
 
-PageStore::PageStore(FileAccess &files, const QString &path)
+PageStore::PageStore(FileAccess &files, ConnectionLocks &locks, const QString &path)
     : m_files(files)
+    , m_locks(locks)
     , m_path(path)
 {
 }
@@ -59,27 +60,53 @@ FileStamp PageStore::currentStamp() const
     return s ? *s : FileStamp {};
 }
 
-Result<std::unique_ptr<PageStore>> PageStore::open(FileAccess &files, const QString &path, bool writable)
+void PageStore::rememberStamp() const
 {
-    std::unique_ptr<PageStore> store(new PageStore(files, path));
+    m_stampSeenMs = QDateTime::currentMSecsSinceEpoch();
+    m_stamp = currentStamp();
+}
+
+Result<std::unique_ptr<PageStore>> PageStore::open(FileAccess &files, ConnectionLocks &locks, const QString &path)
+{
+    std::unique_ptr<PageStore> store(new PageStore(files, locks, path));
+    // The writer lock keeps every other writer out: nothing changes the file meanwhile, and a
+    // journal found now belongs to a writer that is gone.
+    const bool writer = locks.holdsWriter();
+    if (!writer) {
+        if (Status s = locks.lockRead(); !s)
+            return s;
+    }
+    const Status read = store->readFile(writer);
+    if (!writer)
+        locks.unlockRead();
+    if (!read)
+        return read;
+    if (store->m_data.size() < kPageSize)
+        return Status::corruption(QStringLiteral("%1 is not a Jet database (size %2 is less than a page)")
+                                      .arg(QDir::toNativeSeparators(path))
+                                      .arg(store->m_data.size()));
+    // A file cut short inside a page: the whole pages are read, and the check at open says so.
+    store->m_strayBytes = store->m_data.size() % kPageSize;
+    store->m_data.chop(store->m_strayBytes);
+    store->m_committedPages = store->pageCount();
+    return store;
+}
+
+Status PageStore::readFile(bool writeBack)
+{
     {
-        Result<std::unique_ptr<File>> f = files.open(path, FileAccess::OpenMode::Read);
+        Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read);
         if (!f)
             return f.status();
         Result<QByteArray> data = (*f)->readAll();
         if (!data)
             return data.status();
-        store->m_data = data.take();
+        m_data = data.take();
     }
-    if (Status s = store->recoverJournal(writable); !s)
-        return s;
-    if (store->m_data.isEmpty() || store->m_data.size() % kPageSize != 0)
-        return Status::corruption(QStringLiteral("%1 is not a Jet database (size %2 is not a whole number of pages)")
-                                      .arg(QDir::toNativeSeparators(path))
-                                      .arg(store->m_data.size()));
-    store->m_committedPages = store->pageCount();
-    store->m_stamp = store->currentStamp();
-    return store;
+    // Taken before the journal is looked at: a later commit then shows in a later stamp.
+    rememberStamp();
+    m_hadHotJournal = m_files.exists(journalPath(m_path));
+    return recoverJournal(writeBack);
 }
 
 Result<std::optional<PageStore::Journal>> PageStore::readJournal() const
@@ -130,7 +157,15 @@ Status PageStore::recoverJournal(bool writeBack)
     for (const auto &[pg, image] : j.pages)
         std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), kPageSize);
     m_data.resize(qsizetype(j.fileSize));
-    return writeBack ? restoreFile(j) : Status::ok();
+    if (!writeBack)
+        return Status::ok();
+    if (Status s = m_locks.lockChange(); !s)
+        return s;
+    Status s = restoreFile(j);
+    m_locks.unlockChange();
+    if (s)
+        rememberStamp();
+    return s;
 }
 
 Status PageStore::restoreFile(const Journal &journal)
@@ -158,17 +193,21 @@ bool PageStore::changedOnDisk() const
     const FileStamp now = currentStamp();
     if (now != m_stamp)
         return true;
-    if (settled(m_stamp))
+    if (settled(m_stamp, m_stampSeenMs))
         return false;
-    // Same size and times, but recent enough to hide another write: look at the bytes.
-    Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read);
-    if (!f)
+    // Same size and times, but recent enough to hide another write: look at the bytes, never
+    // in the middle of a commit.
+    if (!m_locks.lockRead())
         return true;
-    const Result<QByteArray> disk = (*f)->readAll();
-    if (!disk || disk.value() != m_data)
-        return true;
-    m_stamp = now;
-    return false;
+    bool same = false;
+    if (Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read)) {
+        const Result<QByteArray> disk = (*f)->readAll();
+        same = disk && disk.value() == m_data && !m_files.exists(journalPath(m_path));
+        if (same)
+            rememberStamp();
+    }
+    m_locks.unlockRead();
+    return !same;
 }
 
 uchar *PageStore::mutablePage(quint32 n)
@@ -293,26 +332,33 @@ Status PageStore::commit()
     }
 
     // 2. The pages themselves: the changed ones, then everything appended. 3. Removing the
-    // journal makes the commit final.
+    // journal makes the commit final. Readers wait meanwhile: the file is neither state.
+    if (Status s = m_locks.lockChange(); !s) {
+        m_files.remove(journalPath(m_path));
+        rollback();
+        return s;
+    }
     Status s = writePages(changed);
     if (s)
         s = m_files.remove(journalPath(m_path));
     if (!s) {
         // The file may be half-written: it is put back from the committed images now, or, when
-        // that fails too, from the journal at the next open.
+        // that fails too, from the journal by the next writer.
         Journal committed { qint64(m_committedPages) * kPageSize, {} };
         for (quint32 pg : changed)
             committed.pages.append({ pg, m_original.value(pg) });
         restoreFile(committed);
+        m_locks.unlockChange();
         rollback();
         return s;
     }
+    m_locks.unlockChange();
     // The commit has taken effect. Should the folder not be flushed, a power failure may still
-    // bring the journal back and the next open roll the commit back: the file stays whole.
+    // bring the journal back and the next writer roll the commit back: the file stays whole.
     m_files.syncFolder(folderOf(m_path));
     m_original.clear();
     m_committedPages = pageCount();
-    m_stamp = currentStamp();
+    rememberStamp();
     return Status::ok();
 }
 

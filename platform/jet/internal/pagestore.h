@@ -9,6 +9,11 @@
 // time (a "hot" journal) is complete only if its checksum holds; a complete one is copied back
 // over the file, which restores the state of the last finished commit. An incomplete one
 // means the file itself was never touched.
+//
+// Between connections (ConnectionLocks): the file is read under the read lock, so never in the
+// middle of a commit's page writes; a commit writes its pages and removes its journal under the
+// change lock; a hot journal is put back on disk only by the holder of the writer lock (any
+// other reader applies it to its own image), since only then is its writer surely gone.
 #pragma once
 
 #include <memory>
@@ -20,6 +25,7 @@
 #include <QString>
 
 #include "platform/jet/internal/bytes.h"
+#include "platform/jet/internal/connectionlocks.h"
 #include "platform/jet/internal/fileaccess.h"
 #include "platform/status.h"
 
@@ -27,11 +33,12 @@ namespace tolvane::jet::internal {
 
 class PageStore {
 public:
-    // Reads the whole file through files, which must outlive the store. When writable, a hot
-    // journal is rolled back on disk first; otherwise it is applied to the in-memory image
-    // only. Errors: NotFound, IOError, Corruption (size not a multiple of the page size, or a
-    // journal naming pages beyond the file).
-    static Result<std::unique_ptr<PageStore>> open(FileAccess &files, const QString &path, bool writable);
+    // Reads the whole file through files and locks, which must outlive the store. A hot
+    // journal is applied to the image; when locks hold the writer lock it is rolled back on
+    // disk too (an incomplete one removed), otherwise the file is read under the read lock and
+    // left as it is. A partial page at the end is left out (strayBytes()). Errors: NotFound,
+    // IOError, Busy, Corruption (not one whole page, or a journal naming pages beyond the file).
+    static Result<std::unique_ptr<PageStore>> open(FileAccess &files, ConnectionLocks &locks, const QString &path);
 
     static QString journalPath(const QString &path) { return path + QStringLiteral("-journal"); }
 
@@ -49,9 +56,16 @@ public:
     quint32 appendPage();
 
     bool dirty() const { return !m_original.isEmpty() || pageCount() != m_committedPages; }
-    // Makes every change since the last commit durable at once. On failure (IOError) the
-    // in-memory image is rolled back to the last commit, and so is the file: at once when the
-    // file can still be written, otherwise by the journal at the next open.
+    // Bytes of a partial page at the end of the file, left out of the image (a damaged file).
+    qint64 strayBytes() const { return m_strayBytes; }
+    // True when the file held a hot journal when this image was read.
+    bool hadHotJournal() const { return m_hadHotJournal; }
+    // True when other holds the same committed bytes.
+    bool sameImage(const PageStore &other) const { return m_data == other.m_data; }
+    // Makes every change since the last commit durable at once. On failure (IOError, or Busy
+    // when readers did not let the pages be written) the in-memory image is rolled back to the
+    // last commit, and so is the file: at once when the file can still be written, otherwise
+    // by the journal at the next write transaction. Requires: the writer lock is held.
     Status commit();
     // Forgets every change since the last commit.
     void rollback();
@@ -65,8 +79,9 @@ public:
     // True when the file on disk is no longer the one this image was read from or last
     // committed to (another connection wrote it).
     // File times are coarse (a few milliseconds, two seconds on FAT), so a write by another
-    // connection in the same tick as our own leaves them unchanged: while the file's last
-    // change is that recent, its bytes are compared as well.
+    // connection in the same tick as our own leaves them unchanged: until the file's times
+    // were seen that much older than the moment they were seen, its bytes are compared too.
+    // A write transaction does not rely on this: it compares the bytes under the writer lock.
     bool changedOnDisk() const;
 
 private:
@@ -76,9 +91,12 @@ private:
         QList<QPair<quint32, QByteArray>> pages;
     };
 
-    PageStore(FileAccess &files, const QString &path);
+    PageStore(FileAccess &files, ConnectionLocks &locks, const QString &path);
+    // Reads the file and applies a hot journal to the image; when writeBack, also to the file.
+    Status readFile(bool writeBack);
     // The file's stamp now; a missing file has the default stamp, unlike any real one.
     FileStamp currentStamp() const;
+    void rememberStamp() const;
     // Rolls back a journal left by an interrupted commit, in memory and, when writeBack, on disk.
     Status recoverJournal(bool writeBack);
     // A complete journal's contents; nothing when there is none or it was cut short.
@@ -89,7 +107,10 @@ private:
     Status restoreFile(const Journal &journal);
 
     FileAccess &m_files;
+    ConnectionLocks &m_locks;
     QString m_path;
+    bool m_hadHotJournal = false;
+    qint64 m_strayBytes = 0;
     QByteArray m_data;
     quint32 m_committedPages = 0;
     QHash<quint32, QByteArray> m_original; // committed images of changed pages
@@ -97,6 +118,7 @@ private:
     quint32 m_savepointPages = 0;
     QHash<quint32, QByteArray> m_savepointImages;
     mutable FileStamp m_stamp;
+    mutable qint64 m_stampSeenMs = 0; // when m_stamp was taken
 };
 
 } // namespace tolvane::jet::internal
