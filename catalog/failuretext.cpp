@@ -20,6 +20,8 @@ QString failureReason(const Status &status)
         return QStringLiteral("対象のレコードが見つかりません。");
     case Status::Code::NotSupported:
         return QStringLiteral("このデータベースでは実行できない操作です。");
+    case Status::Code::Busy:
+        return QStringLiteral("データベースは他の利用者またはプログラムが更新中です。");
     case Status::Code::Cancelled:
         return QStringLiteral("中止されました。");
     }

@@ -31,6 +31,7 @@ QString native(const QString &path)
 
 // A file read whole through the engine's units, without an Engine (no presence, no refresh).
 struct Source {
+    std::unique_ptr<ConnectionLocks> locks; // outlives the store that reads under them
     std::unique_ptr<PageStore> store;
     std::optional<UsageMaps> maps;
     std::optional<TableRows> rows;
@@ -41,7 +42,11 @@ struct Source {
 Result<std::unique_ptr<Source>> loadPages(FileAccess &files, const QString &path, bool writable)
 {
     auto src = std::make_unique<Source>();
-    Result<std::unique_ptr<PageStore>> store = PageStore::open(files, path, writable);
+    Result<std::unique_ptr<ConnectionLocks>> locks = ConnectionLocks::open(files, path, writable);
+    if (!locks)
+        return locks.status();
+    src->locks = locks.take();
+    Result<std::unique_ptr<PageStore>> store = PageStore::open(files, *src->locks, path);
     if (!store)
         return store.status();
     src->store = store.take();

@@ -49,17 +49,6 @@ bool syncDescriptor(int fd)
 #endif
 }
 
-#ifndef Q_OS_WIN
-// Open-file-description locks (Linux) belong to the open file, as LockFileEx locks belong to the
-// handle: two files of one process exclude each other, and closing another file on the same
-// disk file keeps them. Classic POSIX locks belong to the process and have neither property.
-#ifdef F_OFD_SETLK
-constexpr int kSetLock = F_OFD_SETLK;
-#else
-constexpr int kSetLock = F_SETLK;
-#endif
-#endif
-
 class DiskFile final : public File {
 public:
     explicit DiskFile(const QString &path)
