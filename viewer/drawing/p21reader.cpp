@@ -4,6 +4,7 @@
 // the SFC file of the same drawing give the same model.
 #include <cmath>
 
+#include <QSet>
 #include <QtMath>
 
 #include "viewer/drawing/internal/step.h"
@@ -69,9 +70,13 @@ private:
     QHash<qint64, int> m_layerOf; // styled item → layer
     QHash<qint64, Style> m_styles; // by PRESENTATION_STYLE_ASSIGNMENT list key
     QList<qint64> m_figureStack;
+    mutable QList<qint64> m_open; // callouts and composite curves being walked: a cycle ends there
+    // Items drawn in the current placement: an item listed twice is drawn once, which also keeps
+    // callouts that list each other twice from growing exponentially.
+    QSet<qint64> m_drawnHere;
     // Instances walked: self-referencing callouts and composites end here, not in exponential time.
     mutable qsizetype m_visits = 0;
-    static constexpr qsizetype kMaxVisits = 3'000'000;
+    static constexpr qsizetype kMaxVisits = 2'000'000;
 };
 
 QPointF P21Walker::point(const StepValue *v) const
@@ -333,6 +338,9 @@ bool P21Walker::curves(const StepValue *v, QList<Curve> &out, int depth) const
         return true;
     }
     if (const StepRecord *r = g.record(u"COMPOSITE_CURVE")) {
+        if (m_open.contains(v->ref))
+            return false;
+        m_open.append(v->ref);
         bool any = false;
         if (const StepValue *segments = arg(r, 1))
             for (const StepValue &s : segments->items) {
@@ -343,6 +351,7 @@ bool P21Walker::curves(const StepValue *v, QList<Curve> &out, int depth) const
                                              : (s.type == StepValue::Type::Typed && s.items.size() >= 3 ? &s.items[2] : nullptr);
                 any = curves(parent, out, depth + 1) || any;
             }
+        m_open.removeLast();
         return any;
     }
     return false;
@@ -441,17 +450,20 @@ void P21Walker::mapped(const StepRecord *m, int layer, const QTransform &transfo
     if (name.startsWith(u"$$SXF_FG_"))
         local = QTransform(0, 1, 1, 0, 0, 0) * local;
     m_figureStack.append(repRef->ref);
+    const QSet<qint64> outer = std::exchange(m_drawnHere, {});
     if (const StepValue *items = arg(&rr, 1))
         for (const StepValue &i : items->items)
             if (i.isRef())
                 item(i.ref, layer, local * transform, depth + 1);
+    m_drawnHere = outer;
     m_figureStack.removeLast();
 }
 
 void P21Walker::item(qint64 id, int inheritedLayer, const QTransform &transform, int depth)
 {
-    if (depth > kMaxNesting || ++m_visits > kMaxVisits)
+    if (depth > kMaxNesting || ++m_visits > kMaxVisits || m_drawnHere.contains(id))
         return;
+    m_drawnHere.insert(id);
     const StepInstance inst = m_file.instance(id);
     const int layer = m_layerOf.value(id, inheritedLayer);
     if (const StepRecord *box = inst.record(u"PLANAR_BOX")) {
@@ -473,6 +485,9 @@ void P21Walker::item(qint64 id, int inheritedLayer, const QTransform &transform,
         return;
     }
     if (const StepRecord *callout = inst.record(u"DRAUGHTING_CALLOUT")) {
+        if (m_open.contains(id))
+            return;
+        m_open.append(id);
         if (const StepValue *members = arg(callout, 1))
             for (const StepValue &member : members->items) {
                 const StepInstance mi = deref(&member);
@@ -481,6 +496,7 @@ void P21Walker::item(qint64 id, int inheritedLayer, const QTransform &transform,
                 else
                     geometry(&member, s, layer, transform, depth + 1);
             }
+        m_open.removeLast();
         return;
     }
     geometry(arg(styled, styled->args.size() >= 3 ? 2 : 1), s, layer, transform, depth);

@@ -15,7 +15,7 @@ namespace tolvane::viewer::drawing {
 
 // Upper bounds that keep hostile files finite.
 inline constexpr qint64 kMaxFileBytes = 512LL * 1024 * 1024; // a drawing file or a zip entry
-inline constexpr qsizetype kMaxElements = 4'000'000; // elements after compound figures are placed
+inline constexpr qsizetype kMaxElements = 1'000'000; // elements after compound figures are placed
 inline constexpr int kMaxNesting = 32; // compound figures, blocks, callouts, nested lists
 
 enum class DrawingFormat { Unknown, Zip, Sfc, P21, Dxf, BinaryDxf };

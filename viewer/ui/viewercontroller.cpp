@@ -1,18 +1,27 @@
 #include "viewer/ui/viewercontroller.h"
 
 #include <QDesktopServices>
+#include <QGuiApplication>
 #include <QTextEdit>
 #include <QUrl>
 
 #include "platform/apptitle.h"
 #include "platform/paths.h"
 #include "platform/textextract.h"
+#include "viewer/drawing/readers.h"
+#include "viewer/drawing/render.h"
 #include "viewer/notices.h"
 #include "viewer/ui/picturedisplay.h"
 #include "viewer/ui/pictureview.h"
 #include "viewer/ui/textdisplay.h"
 
 namespace tolvane::viewer::ui {
+
+namespace {
+// Pictures are shown on light grey, drawings on black.
+const QColor kPictureBackground(0xE0, 0xE0, 0xE0);
+const QColor kDrawingBackground(Qt::black);
+} // namespace
 
 ViewerController::ViewerController(Prompter &prompter, QWidget *frame, QObject *parent)
     : QObject(parent)
@@ -38,11 +47,17 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
 {
     m_folder = folder;
     m_name = name;
+    m_drawing.reset();
     const Presentation presentation = presentationFor(name);
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
-        DispPic(m_picture, folder, name, m_prompter);
+        // DXF is routed as a picture, but no picture reader knows it: it is drawn like SXF, on
+        // the pictures' grey.
+        if (extensionOf(name).text.compare(QLatin1String("dxf"), Qt::CaseInsensitive) == 0)
+            showDrawingFile(kPictureBackground);
+        else
+            DispPic(m_picture, folder, name, m_prompter);
         break;
     case Presentation::MultiPagePicture: {
         Q_EMIT paneWanted(Pane::Picture);
@@ -124,7 +139,45 @@ void ViewerController::ChooseBackColor() { }
 
 void ViewerController::ExportToExcel() { }
 
-void ViewerController::ShowDrawing() { }
+void ViewerController::ShowDrawing()
+{
+    Q_EMIT paneWanted(Pane::Picture);
+    showDrawingFile(kDrawingBackground);
+}
+
+bool ViewerController::showDrawingFile(const QColor &background)
+{
+    m_drawing.reset();
+    QImage image;
+    // Reading and drawing a large drawing takes a moment: the wait cursor says so.
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    Result<drawing::Drawing> read = drawing::readDrawingFile(shownPath());
+    if (read) {
+        m_drawing = std::make_shared<const drawing::Drawing>(read.take());
+        // Drawn at the view's size in device pixels, so that the view shows it one to one.
+        QSize size = m_picture->size() * m_picture->devicePixelRatioF();
+        if (size.width() < 200 || size.height() < 200)
+            size = QSize(1600, 1200);
+        image = drawing::renderDrawingFitted(*m_drawing, size, background);
+        image.setDevicePixelRatio(1.0);
+    }
+    QGuiApplication::restoreOverrideCursor();
+    if (!read) {
+        m_picture->clear();
+        QString text = m_name + QStringLiteral(" を読込みに失敗しました。");
+        if (read.status().code() == Status::Code::NotSupported
+            && read.status().message() == QLatin1String("binary DXF"))
+            text += QStringLiteral("\n（バイナリ形式の DXF には対応していません。）");
+        m_prompter.inform(appTitle(), text, Prompter::Icon::Warning);
+        return false;
+    }
+    m_picture->setBackgroundColor(background);
+    m_picture->setImage(image);
+    const QString skipped = drawing::skippedFeaturesText(*m_drawing);
+    if (!skipped.isEmpty())
+        m_prompter.inform(appTitle(), m_name + QStringLiteral("\n") + skipped, Prompter::Icon::Information);
+    return true;
+}
 
 void ViewerController::WordSeek() { }
 
