@@ -10,5 +10,7 @@ int runCreate(const QStringList &args);
 int runRegister(const QStringList &args);
 int runDump(const QStringList &args);
 int runSearch(const QStringList &args);
+// Needs a QGuiApplication (fonts).
+int runRender(const QStringList &args);
 
 } // namespace tolvane::cli

@@ -1,5 +1,9 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search) and drawing previews
+// (render).
 #include <QCoreApplication>
+#include <QGuiApplication>
+
+#include <memory>
 
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
@@ -10,14 +14,20 @@ int usage()
     tolvane::cli::writeErr(QStringLiteral("usage: tolvane-cli create CATALOG.mdb\n"
                                           "       tolvane-cli register CATALOG.mdb FOLDER\n"
                                           "       tolvane-cli dump CATALOG.mdb TABLE\n"
-                                          "       tolvane-cli search CATALOG.mdb ..."));
+                                          "       tolvane-cli search CATALOG.mdb ...\n"
+                                          "       tolvane-cli render DRAWING OUT.png [--width N]"));
     return 2;
 }
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    // Drawing text needs fonts, which come with a GUI application; no window is shown.
+    const bool render = argc > 1 && qstrcmp(argv[1], "render") == 0;
+    if (render && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const std::unique_ptr<QCoreApplication> app
+        = render ? std::make_unique<QGuiApplication>(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
     QStringList args = QCoreApplication::arguments().mid(1);
     if (args.isEmpty())
         return usage();
@@ -30,5 +40,7 @@ int main(int argc, char *argv[])
         return tolvane::cli::runDump(args);
     if (command == QLatin1String("search"))
         return tolvane::cli::runSearch(args);
+    if (command == QLatin1String("render"))
+        return tolvane::cli::runRender(args);
     return usage();
 }

@@ -7,7 +7,7 @@
 #include <QStringEncoder>
 #include <QStringList>
 
-namespace test::drawings {
+namespace tolvane::test::drawings {
 
 // The text of the sample sheet: trail byte 0x5C (表, ソ) and NEC characters (①, ㎡).
 inline QString sampleText()
@@ -218,4 +218,4 @@ inline QByteArray sampleDxf(const QString &version = QStringLiteral("AC1009"),
         encoding);
 }
 
-} // namespace test::drawings
+} // namespace tolvane::test::drawings

@@ -16,7 +16,7 @@
 
 using namespace tolvane;
 using namespace tolvane::viewer::drawing;
-namespace samples = test::drawings;
+namespace samples = tolvane::test::drawings;
 
 namespace {
 

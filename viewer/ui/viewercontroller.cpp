@@ -93,6 +93,7 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
 
 void ViewerController::ClearPicTxt()
 {
+    m_drawing.reset();
     m_picture->clear();
     m_text->clear();
 }
