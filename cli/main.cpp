@@ -1,9 +1,9 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search) and drawing previews
 // (render).
+#include <memory>
+
 #include <QCoreApplication>
 #include <QGuiApplication>
-
-#include <memory>
 
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"

@@ -2,13 +2,13 @@
 // one sheet give the same model (zipped too), Japanese text decoded from both and from DXF,
 // compound figures placed, the P21 anchor shift undone, a binary DXF refused; rendered pixels on
 // both backgrounds; and damaged or hostile files read to an end without a crash.
+#include <zip.h>
+
 #include <QGuiApplication>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtMath>
-
-#include <zip.h>
 
 #include "drawingsamples.h"
 #include "viewer/drawing/readers.h"
@@ -189,15 +189,17 @@ private slots:
                 .arg(anchor),
             QStringLiteral("#30 = drawing_sheet_feature(\\'S\\','9','1','200','100')") }));
         const Drawing fromP21 = read(samples::p21({ QStringLiteral("#10=DRAUGHTING_PRE_DEFINED_COLOUR('green');"),
-            QStringLiteral("#20=EXTERNALLY_DEFINED_TEXT_FONT(IDENTIFIER('%1'),$);").arg(samples::stepString(QStringLiteral("ＭＳ 明朝"))),
+            QStringLiteral("#20=EXTERNALLY_DEFINED_TEXT_FONT(IDENTIFIER('%1'),$);")
+                .arg(samples::stepString(QStringLiteral("ＭＳ 明朝"))),
             QStringLiteral("#30=CARTESIAN_POINT(' ',(%1,%2));").arg(written.x(), 0, 'f', 9).arg(written.y(), 0, 'f', 9),
             QStringLiteral("#40=DIRECTION(' ',(%1,%2));").arg(std::cos(a), 0, 'f', 12).arg(std::sin(a), 0, 'f', 12),
             QStringLiteral("#50=AXIS2_PLACEMENT_2D(' ',#30,#40);"), QStringLiteral("#60=PLANAR_EXTENT(' ',20.0,5.0);"),
             QStringLiteral("#70=TEXT_LITERAL_WITH_EXTENT('$$SXF_%1','%2',#50,'baseline left',.RIGHT.,#20,#60);")
                 .arg(name, samples::stepString(QStringLiteral("表ソ"))),
             QStringLiteral("#80=TEXT_STYLE_FOR_DEFINED_FONT(#10);"),
-            QStringLiteral("#90=(TEXT_STYLE(' ',#80)TEXT_STYLE_WITH_BOX_CHARACTERISTICS((BOX_HEIGHT(5.0),BOX_WIDTH(4.0),"
-                           "BOX_SLANT_ANGLE(0.0),BOX_ROTATE_ANGLE(0.0)))TEXT_STYLE_WITH_SPACING(LENGTH_MEASURE(0.0)));"),
+            QStringLiteral(
+                "#90=(TEXT_STYLE(' ',#80)TEXT_STYLE_WITH_BOX_CHARACTERISTICS((BOX_HEIGHT(5.0),BOX_WIDTH(4.0),"
+                "BOX_SLANT_ANGLE(0.0),BOX_ROTATE_ANGLE(0.0)))TEXT_STYLE_WITH_SPACING(LENGTH_MEASURE(0.0)));"),
             QStringLiteral("#100=PRESENTATION_STYLE_ASSIGNMENT((#90));"), samples::styled(110, 100, 70, true),
             QStringLiteral("#120=DRAWING_SHEET_REVISION('FREE',(#110,#130),$,'01');"),
             QStringLiteral("#140=DRAUGHTING_TITLE($,'JAPANESE','S');"),
@@ -214,12 +216,16 @@ private slots:
         QTest::addColumn<QString>("locate");
         QTest::addColumn<QPointF>("start");
         QTest::addColumn<QPointF>("end");
-        QTest::newRow("turned and scaled") << 1 << QStringLiteral("#40 = sfig_locate_feature('1',\\'F\\','100.0','50.0','90.0','2.0','2.0')")
-                                           << QPointF(100, 50) << QPointF(100, 70);
-        QTest::newRow("mirrored") << 1 << QStringLiteral("#40 = sfig_locate_feature('1',\\'F\\','100.0','50.0','0.0','-1.0','1.0')")
+        QTest::newRow("turned and scaled")
+            << 1 << QStringLiteral("#40 = sfig_locate_feature('1',\\'F\\','100.0','50.0','90.0','2.0','2.0')")
+            << QPointF(100, 50) << QPointF(100, 70);
+        QTest::newRow("mirrored") << 1
+                                  << QStringLiteral(
+                                         "#40 = sfig_locate_feature('1',\\'F\\','100.0','50.0','0.0','-1.0','1.0')")
                                   << QPointF(100, 50) << QPointF(90, 50);
-        QTest::newRow("geodetic: x is north") << 2 << QStringLiteral("#40 = sfig_locate_feature('1',\\'F\\','100.0','50.0','0.0','1.0','1.0')")
-                                              << QPointF(100, 50) << QPointF(100, 60);
+        QTest::newRow("geodetic: x is north")
+            << 2 << QStringLiteral("#40 = sfig_locate_feature('1',\\'F\\','100.0','50.0','0.0','1.0','1.0')")
+            << QPointF(100, 50) << QPointF(100, 60);
     }
     void compoundFigures()
     {
@@ -237,15 +243,16 @@ private slots:
     void compoundFigureCyclesAndUnknownNamesAreRefused()
     {
         // G places itself and F; the sheet places G twice and a figure nobody defined.
-        const Drawing d = read(samples::sfc({ QStringLiteral("#10 = line_feature('0','2','1','1','0.0','0.0','10.0','0.0')"),
-            QStringLiteral("#20 = sfig_org_feature(\\'F\\','1')"),
-            QStringLiteral("#30 = sfig_locate_feature('0',\\'G\\','1.0','1.0','0.0','1.0','1.0')"),
-            QStringLiteral("#40 = sfig_locate_feature('0',\\'F\\','0.0','0.0','0.0','1.0','1.0')"),
-            QStringLiteral("#50 = sfig_org_feature(\\'G\\','3')"),
-            QStringLiteral("#60 = sfig_locate_feature('0',\\'G\\','0.0','0.0','0.0','1.0','1.0')"),
-            QStringLiteral("#70 = sfig_locate_feature('0',\\'G\\','5.0','0.0','0.0','1.0','1.0')"),
-            QStringLiteral("#80 = sfig_locate_feature('0',\\'nobody\\','0.0','0.0','0.0','1.0','1.0')"),
-            QStringLiteral("#90 = drawing_sheet_feature(\\'S\\','4','0','0','0')") }));
+        const Drawing d
+            = read(samples::sfc({ QStringLiteral("#10 = line_feature('0','2','1','1','0.0','0.0','10.0','0.0')"),
+                QStringLiteral("#20 = sfig_org_feature(\\'F\\','1')"),
+                QStringLiteral("#30 = sfig_locate_feature('0',\\'G\\','1.0','1.0','0.0','1.0','1.0')"),
+                QStringLiteral("#40 = sfig_locate_feature('0',\\'F\\','0.0','0.0','0.0','1.0','1.0')"),
+                QStringLiteral("#50 = sfig_org_feature(\\'G\\','3')"),
+                QStringLiteral("#60 = sfig_locate_feature('0',\\'G\\','0.0','0.0','0.0','1.0','1.0')"),
+                QStringLiteral("#70 = sfig_locate_feature('0',\\'G\\','5.0','0.0','0.0','1.0','1.0')"),
+                QStringLiteral("#80 = sfig_locate_feature('0',\\'nobody\\','0.0','0.0','0.0','1.0','1.0')"),
+                QStringLiteral("#90 = drawing_sheet_feature(\\'S\\','4','0','0','0')") }));
         QCOMPARE(d.sheet, QRectF(0, 0, 210, 297)); // A4 portrait
         QCOMPARE(d.elements.size(), 2);
         QVERIFY(near(d.elements[1].placement.map(QPointF(0, 0)), QPointF(5, 0)));
@@ -258,17 +265,20 @@ private slots:
     {
         // A subfigure with one line, mapped at (100,50), turned 90°, scaled 2.
         const Drawing d = read(samples::p21({ QStringLiteral("#10=DRAUGHTING_PRE_DEFINED_COLOUR('red');"),
-            QStringLiteral("#20=CURVE_STYLE(' ',$,$,#10);"), QStringLiteral("#30=PRESENTATION_STYLE_ASSIGNMENT((#20));"),
-            QStringLiteral("#40=CARTESIAN_POINT(' ',(0.0,0.0));"), QStringLiteral("#50=CARTESIAN_POINT(' ',(10.0,0.0));"),
-            QStringLiteral("#60=POLYLINE(' ',(#40,#50));"), samples::styled(70, 30, 60),
-            QStringLiteral("#80=AXIS2_PLACEMENT_2D(' ',#40,$);"),
+            QStringLiteral("#20=CURVE_STYLE(' ',$,$,#10);"),
+            QStringLiteral("#30=PRESENTATION_STYLE_ASSIGNMENT((#20));"),
+            QStringLiteral("#40=CARTESIAN_POINT(' ',(0.0,0.0));"),
+            QStringLiteral("#50=CARTESIAN_POINT(' ',(10.0,0.0));"), QStringLiteral("#60=POLYLINE(' ',(#40,#50));"),
+            samples::styled(70, 30, 60), QStringLiteral("#80=AXIS2_PLACEMENT_2D(' ',#40,$);"),
             QStringLiteral("#90=DRAUGHTING_SUBFIGURE_REPRESENTATION('$$SXF_FM_F',(#70,#80),$);"),
-            QStringLiteral("#100=SYMBOL_REPRESENTATION_MAP(#80,#90);"), QStringLiteral("#110=CARTESIAN_POINT(' ',(100.0,50.0));"),
-            QStringLiteral("#120=DIRECTION(' ',(0.0,1.0));"), QStringLiteral("#130=AXIS2_PLACEMENT_2D(' ',#110,#120);"),
+            QStringLiteral("#100=SYMBOL_REPRESENTATION_MAP(#80,#90);"),
+            QStringLiteral("#110=CARTESIAN_POINT(' ',(100.0,50.0));"), QStringLiteral("#120=DIRECTION(' ',(0.0,1.0));"),
+            QStringLiteral("#130=AXIS2_PLACEMENT_2D(' ',#110,#120);"),
             QStringLiteral("#140=SYMBOL_TARGET(' ',#130,2.0,2.0);"), QStringLiteral("#150=NULL_STYLE(.NULL.);"),
             QStringLiteral("#160=PRESENTATION_STYLE_ASSIGNMENT((#150));"),
-            QStringLiteral("#170=(ANNOTATION_OCCURRENCE()ANNOTATION_SYMBOL_OCCURRENCE()GEOMETRIC_REPRESENTATION_ITEM()MAPPED_"
-                           "ITEM(' ',#100,#140)REPRESENTATION_ITEM(' ')STYLED_ITEM((#160),#170));"),
+            QStringLiteral(
+                "#170=(ANNOTATION_OCCURRENCE()ANNOTATION_SYMBOL_OCCURRENCE()GEOMETRIC_REPRESENTATION_ITEM()MAPPED_"
+                "ITEM(' ',#100,#140)REPRESENTATION_ITEM(' ')STYLED_ITEM((#160),#170));"),
             QStringLiteral("#180=DRAWING_SHEET_REVISION('A4_vertical',(#170),$,'01');") }));
         QCOMPARE(d.sheet, QRectF(0, 0, 210, 297));
         QCOMPARE(d.elements.size(), 1);
@@ -282,11 +292,11 @@ private slots:
         QTest::addColumn<QByteArray>("file");
         QTest::addColumn<QString>("text");
         QTest::newRow("R12, Shift_JIS") << samples::sampleDxf() << QStringLiteral("図面テスト 表示①");
-        QTest::newRow("2007, UTF-8") << samples::sampleDxf(QStringLiteral("AC1021"), QStringLiteral("ANSI_1252"),
-            QStringLiteral("図面テスト 表示①"), "UTF-8")
+        QTest::newRow("2007, UTF-8") << samples::sampleDxf(
+            QStringLiteral("AC1021"), QStringLiteral("ANSI_1252"), QStringLiteral("図面テスト 表示①"), "UTF-8")
                                      << QStringLiteral("図面テスト 表示①");
-        QTest::newRow("escapes in ANSI_1252") << samples::sampleDxf(QStringLiteral("AC1015"), QStringLiteral("ANSI_1252"),
-            QStringLiteral("\\U+9053\\U+8DEF %%c10"), "UTF-8")
+        QTest::newRow("escapes in ANSI_1252") << samples::sampleDxf(
+            QStringLiteral("AC1015"), QStringLiteral("ANSI_1252"), QStringLiteral("\\U+9053\\U+8DEF %%c10"), "UTF-8")
                                               << QStringLiteral("道路 ⌀10");
     }
     void dxfTextIsDecoded()
@@ -340,7 +350,8 @@ private slots:
             QStringLiteral("#90 = fill_area_style_colour_feature('1','7','1','1','(2)')"),
             QStringLiteral("#30 = line_feature('1','8','1','9','10.0','80.0','90.0','80.0')"),
             QStringLiteral("#40 = line_feature('2','2','1','9','10.0','50.0','90.0','50.0')"),
-            QStringLiteral("#100 = text_string_feature('1','2','0',\\'表\\','60.0','20.0','15.0','15.0','0','0','0','1','1')"),
+            QStringLiteral(
+                "#100 = text_string_feature('1','2','0',\\'表\\','60.0','20.0','15.0','15.0','0','0','0','1','1')"),
             QStringLiteral("#110 = drawing_sheet_feature(\\'S\\','9','1','100','100')") }));
         QVERIFY2(d.skipped.isEmpty(), qPrintable(skippedFeaturesText(d)));
         QCOMPARE(d.elements.size(), 4); // composite outlines not drawn (flag 0)
@@ -354,7 +365,8 @@ private slots:
         int red = 0;
         for (int y = 0; y < 15; ++y)
             for (int x = 0; x < 15; ++x)
-                red += pixel(image, { 60.5 + x, 20.5 + y }, view).red() > 200 && pixel(image, { 60.5 + x, 20.5 + y }, view).green() < 80;
+                red += pixel(image, { 60.5 + x, 20.5 + y }, view).red() > 200
+                    && pixel(image, { 60.5 + x, 20.5 + y }, view).green() < 80;
         QVERIFY2(red > 20, "the text's glyph is drawn in its box");
 
         // A quarter turn to the left: the line above the centre now stands left of it.
@@ -407,21 +419,24 @@ private slots:
 
         // Hand-made traps: deep nesting, a callout and a composite curve that contain themselves
         // twice, a figure placing itself, a block inserting itself.
-        QString deep = QStringLiteral("#10=POLYLINE(' ',") + QString(5000, u'(') + QString(5000, u')') + QStringLiteral(");");
-        const QByteArray p21Traps = samples::p21({ deep,
-            QStringLiteral("#20=(DRAUGHTING_CALLOUT(' ',(#20,#20))STYLED_ITEM((#30),#20));"),
-            QStringLiteral("#30=PRESENTATION_STYLE_ASSIGNMENT(());"),
-            QStringLiteral("#40=COMPOSITE_CURVE(' ',(COMPOSITE_CURVE_SEGMENT(.CONTINUOUS.,.T.,#40),"
-                           "COMPOSITE_CURVE_SEGMENT(.CONTINUOUS.,.T.,#40)),.F.);"),
-            samples::styled(50, 30, 40), samples::styled(60, 30, 10),
-            QStringLiteral("#70=DRAWING_SHEET_REVISION('FREE',(#20,#50,#60,#999),$,'01');") });
+        QString deep
+            = QStringLiteral("#10=POLYLINE(' ',") + QString(5000, u'(') + QString(5000, u')') + QStringLiteral(");");
+        const QByteArray p21Traps
+            = samples::p21({ deep, QStringLiteral("#20=(DRAUGHTING_CALLOUT(' ',(#20,#20))STYLED_ITEM((#30),#20));"),
+                QStringLiteral("#30=PRESENTATION_STYLE_ASSIGNMENT(());"),
+                QStringLiteral("#40=COMPOSITE_CURVE(' ',(COMPOSITE_CURVE_SEGMENT(.CONTINUOUS.,.T.,#40),"
+                               "COMPOSITE_CURVE_SEGMENT(.CONTINUOUS.,.T.,#40)),.F.);"),
+                samples::styled(50, 30, 40), samples::styled(60, 30, 10),
+                QStringLiteral("#70=DRAWING_SHEET_REVISION('FREE',(#20,#50,#60,#999),$,'01');") });
         QVERIFY(readDrawingData(p21Traps).isOk());
         // No cycle, but each of 40 callouts holds the next one twice: 2^40 paths.
         QStringList chain;
         for (int i = 1; i <= 40; ++i)
-            chain << QStringLiteral("#%1=(DRAUGHTING_CALLOUT(' ',(#%2,#%2))STYLED_ITEM((#1000),#%1));").arg(i).arg(i + 1);
+            chain
+                << QStringLiteral("#%1=(DRAUGHTING_CALLOUT(' ',(#%2,#%2))STYLED_ITEM((#1000),#%1));").arg(i).arg(i + 1);
         chain << QStringLiteral("#41=POLYLINE(' ',(#42,#43));") << QStringLiteral("#42=CARTESIAN_POINT(' ',(0.0,0.0));")
-              << QStringLiteral("#43=CARTESIAN_POINT(' ',(1.0,1.0));") << QStringLiteral("#1000=PRESENTATION_STYLE_ASSIGNMENT(());")
+              << QStringLiteral("#43=CARTESIAN_POINT(' ',(1.0,1.0));")
+              << QStringLiteral("#1000=PRESENTATION_STYLE_ASSIGNMENT(());")
               << QStringLiteral("#1001=DRAWING_SHEET_REVISION('FREE',(#1),$,'01');");
         QVERIFY(readDrawingData(samples::p21(chain)).isOk());
         QStringList self;
@@ -432,10 +447,13 @@ private slots:
         const Result<Drawing> figures = readDrawingData(samples::sfc(self));
         QVERIFY(figures.isOk());
         QVERIFY(figures->skipped.value(QStringLiteral("sfig_locate_feature (cycle)")) > 0);
-        const Result<Drawing> block = readDrawingData(samples::dxf(QStringLiteral(
-            "0|SECTION|2|BLOCKS|0|BLOCK|8|0|2|B|70|0|10|0|20|0|30|0|3|B|0|INSERT|8|0|2|B|10|1|20|0|30|0|0|INSERT|8|0|2|B|10|"
-            "2|20|0|30|0|0|LINE|8|0|10|0|20|0|30|0|11|1|21|1|31|0|0|ENDBLK|0|ENDSEC|0|SECTION|2|ENTITIES|0|INSERT|8|0|2|B|"
-            "10|0|20|0|30|0|0|ENDSEC|0|EOF"), "UTF-8"));
+        const Result<Drawing> block
+            = readDrawingData(samples::dxf(QStringLiteral("0|SECTION|2|BLOCKS|0|BLOCK|8|0|2|B|70|0|10|0|20|0|30|0|3|B|"
+                                                          "0|INSERT|8|0|2|B|10|1|20|0|30|0|0|INSERT|8|0|2|B|10|"
+                                                          "2|20|0|30|0|0|LINE|8|0|10|0|20|0|30|0|11|1|21|1|31|0|0|"
+                                                          "ENDBLK|0|ENDSEC|0|SECTION|2|ENTITIES|0|INSERT|8|0|2|B|"
+                                                          "10|0|20|0|30|0|0|ENDSEC|0|EOF"),
+                "UTF-8"));
         QVERIFY(block.isOk());
         QCOMPARE(block->elements.size(), 1);
     }

@@ -19,9 +19,9 @@
 #include <QTextEdit>
 
 #include "../search/searchcatalogue.h"
-#include "drawingsamples.h"
 #include "../shell/form1harness.h"
 #include "browser/ui/browsercontroller.h"
+#include "drawingsamples.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
@@ -192,7 +192,8 @@ private slots:
         writeBytes(QStringLiteral("archive.zip"), "PK\x05\x06");
         writeBytes(QStringLiteral("drawing.sfc"), test::drawings::sampleSfc());
         writeBytes(QStringLiteral("drawing.dxf"), test::drawings::sampleDxf());
-        writeBytes(QStringLiteral("drawing2.dxf"), QByteArray("AutoCAD Binary DXF\r\n\x1a\0", 22) + QByteArray(40, '\0'));
+        writeBytes(
+            QStringLiteral("drawing2.dxf"), QByteArray("AutoCAD Binary DXF\r\n\x1a\0", 22) + QByteArray(40, '\0'));
         for (const char *name : { "report.pdf", "book.xlsx", "letter.doc", "report.pptx", "report.ppt" })
             writeBytes(QString::fromLatin1(name), "not a document");
     }

@@ -3,15 +3,14 @@
 // $DWGCODEPAGE (ANSI_932 is Windows-31J); then \U+XXXX escapes are replaced. Model space only;
 // blocks are placed like compound figures, a dimension is drawn from its "*D" block.
 #include <cmath>
+#include <dl_creationadapter.h>
+#include <dl_dxf.h>
 #include <sstream>
 
 #include <QHash>
 #include <QRegularExpression>
 #include <QStringDecoder>
 #include <QtMath>
-
-#include <dl_creationadapter.h>
-#include <dl_dxf.h>
 
 #include "viewer/drawing/internal/sxfbuilder.h"
 #include "viewer/drawing/readers.h"
@@ -27,9 +26,8 @@ using internal::FigureBody;
 // greys. Index 7 is white on a dark background (the renderer turns it black on a light one).
 QColor aciColour(int index)
 {
-    static const QRgb named[] = { qRgb(0, 0, 0), qRgb(255, 0, 0), qRgb(255, 255, 0), qRgb(0, 255, 0),
-        qRgb(0, 255, 255), qRgb(0, 0, 255), qRgb(255, 0, 255), qRgb(255, 255, 255), qRgb(128, 128, 128),
-        qRgb(192, 192, 192) };
+    static const QRgb named[] = { qRgb(0, 0, 0), qRgb(255, 0, 0), qRgb(255, 255, 0), qRgb(0, 255, 0), qRgb(0, 255, 255),
+        qRgb(0, 0, 255), qRgb(255, 0, 255), qRgb(255, 255, 255), qRgb(128, 128, 128), qRgb(192, 192, 192) };
     index = std::abs(index);
     if (index <= 9)
         return QColor(named[index]);
@@ -127,10 +125,7 @@ public:
     void endSequence() override { flush(); }
     void endSection() override { flush(); }
 
-    void addPoint(const DL_PointData &d) override
-    {
-        stroke(Curve::arc({ d.x, d.y }, 0.1, 0.1, 0, 0, 360));
-    }
+    void addPoint(const DL_PointData &d) override { stroke(Curve::arc({ d.x, d.y }, 0.1, 0.1, 0, 0, 360)); }
     void addLine(const DL_LineData &d) override { stroke(Curve::line({ d.x1, d.y1 }, { d.x2, d.y2 })); }
     void addArc(const DL_ArcData &d) override
     {
@@ -450,7 +445,8 @@ private:
                     const double len = std::hypot(chord.x(), chord.y());
                     const double r = len / (2 * std::sin(std::abs(sweep) / 2));
                     // The centre lies on the chord's left for a counter-clockwise arc under half a turn.
-                    const QPointF centre = mid + QPointF(-chord.y() / len, chord.x() / len) * (len / 2 / std::tan(sweep / 2));
+                    const QPointF centre
+                        = mid + QPointF(-chord.y() / len, chord.x() / len) * (len / 2 / std::tan(sweep / 2));
                     const double start = qRadiansToDegrees(std::atan2(a.y() - centre.y(), a.x() - centre.x()));
                     QPolygonF arc = flatten(Curve::arc(centre, r, r, 0, start, qRadiansToDegrees(sweep)));
                     for (qsizetype k = 1; k + 1 < arc.size(); ++k)

@@ -46,10 +46,7 @@ private:
     {
         return r && i < r->args.size() ? &r->args[i] : nullptr;
     }
-    StepInstance deref(const StepValue *v) const
-    {
-        return v && v->isRef() ? m_file.instance(v->ref) : StepInstance();
-    }
+    StepInstance deref(const StepValue *v) const { return v && v->isRef() ? m_file.instance(v->ref) : StepInstance(); }
     QPointF point(const StepValue *v) const;
     QPointF direction(const StepValue *v) const;
     // AXIS2_PLACEMENT_2D: location and angle of the reference direction.
@@ -253,7 +250,8 @@ bool P21Walker::curves(const StepValue *v, QList<Curve> &out, int depth) const
         QPointF c;
         double angle = 0;
         placement(arg(r, 1), c, angle);
-        out.append(Curve::arc(c, arg(r, 2) ? arg(r, 2)->toNumber() : 0, arg(r, 3) ? arg(r, 3)->toNumber() : 0, angle, 0, 360));
+        out.append(
+            Curve::arc(c, arg(r, 2) ? arg(r, 2)->toNumber() : 0, arg(r, 3) ? arg(r, 3)->toNumber() : 0, angle, 0, 360));
         return true;
     }
     if (const StepRecord *r = g.record(u"TRIMMED_CURVE")) {
@@ -347,8 +345,9 @@ bool P21Walker::curves(const StepValue *v, QList<Curve> &out, int depth) const
                 // A segment instance or an inline COMPOSITE_CURVE_SEGMENT(transition, sense, curve).
                 const StepInstance seg = deref(&s);
                 const StepRecord *sr = seg.record(u"COMPOSITE_CURVE_SEGMENT");
-                const StepValue *parent = sr ? arg(sr, 2)
-                                             : (s.type == StepValue::Type::Typed && s.items.size() >= 3 ? &s.items[2] : nullptr);
+                const StepValue *parent = sr
+                    ? arg(sr, 2)
+                    : (s.type == StepValue::Type::Typed && s.items.size() >= 3 ? &s.items[2] : nullptr);
                 any = curves(parent, out, depth + 1) || any;
             }
         m_open.removeLast();
@@ -585,8 +584,7 @@ bool P21Walker::walk()
     // The sheet: "A3_horizontal", "A0_vertical" … or "FREE" (then the planar box gives the size).
     const QString sheetName = arg(sr, 0) ? arg(sr, 0)->toText() : QString();
     if (sheetName.size() >= 2 && sheetName[0] == u'A' && sheetName[1].isDigit()) {
-        const QSizeF paper
-            = internal::sxfPaperSize(sheetName[1].digitValue(), !sheetName.endsWith(u"vertical"));
+        const QSizeF paper = internal::sxfPaperSize(sheetName[1].digitValue(), !sheetName.endsWith(u"vertical"));
         if (!paper.isEmpty())
             m_drawing.sheet = QRectF(QPointF(0, 0), paper);
     }

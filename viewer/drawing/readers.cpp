@@ -1,11 +1,10 @@
 #include "viewer/drawing/readers.h"
 
 #include <memory>
+#include <zip.h>
 
 #include <QFile>
 #include <QFileInfo>
-
-#include <zip.h>
 
 namespace tolvane::viewer::drawing {
 

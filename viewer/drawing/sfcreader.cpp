@@ -125,7 +125,7 @@ private:
     QHash<int, double> m_userWidths;
     int m_nextWidth = 11;
     QStringList m_fonts;
-    QList<Curve> m_pendingCurves; // segments of the next composite curve
+    qsizetype m_segmentsFrom = 0; // where the next composite curve's segments start in m_pending
     QList<QPolygonF> m_composites; // composite curves by code - 1
     FigureBody m_pending; // elements since the last closing feature
     FigureBody m_sheet;
@@ -159,7 +159,6 @@ LineStyle SfcReader::style(int colourCode, int type, int width) const
 
 void SfcReader::stroke(int layerCode, const LineStyle &s, Curve curve)
 {
-    m_pendingCurves.append(curve);
     Element e;
     e.type = Element::Type::Stroke;
     e.layer = layer(layerCode);
@@ -208,8 +207,9 @@ void SfcReader::feature(const QString &name, const QStringList &a)
         return; // predefined entries keep their fixed codes
     if (name == u"user_defined_colour_feature") {
         if (wants(name, a, 3) && m_nextColour <= 256)
-            m_userColours.insert(m_nextColour++, QColor(std::clamp(integer(a[0]), 0, 255),
-                                                     std::clamp(integer(a[1]), 0, 255), std::clamp(integer(a[2]), 0, 255)));
+            m_userColours.insert(m_nextColour++,
+                QColor(std::clamp(integer(a[0]), 0, 255), std::clamp(integer(a[1]), 0, 255),
+                    std::clamp(integer(a[2]), 0, 255)));
         return;
     }
     if (name == u"user_defined_font_feature") {
@@ -315,10 +315,14 @@ void SfcReader::feature(const QString &name, const QStringList &a)
             seg(0, -1, 0, 1);
             break;
         case 5:
-            stroke(l, s, Curve::polyline({ p + QPointF(-r, -r), p + QPointF(r, -r), p + QPointF(r, r), p + QPointF(-r, r), p + QPointF(-r, -r) }));
+            stroke(l, s,
+                Curve::polyline({ p + QPointF(-r, -r), p + QPointF(r, -r), p + QPointF(r, r), p + QPointF(-r, r),
+                    p + QPointF(-r, -r) }));
             break;
         case 6:
-            stroke(l, s, Curve::polyline({ p + QPointF(-r, -0.6 * r), p + QPointF(r, -0.6 * r), p + QPointF(0, r), p + QPointF(-r, -0.6 * r) }));
+            stroke(l, s,
+                Curve::polyline({ p + QPointF(-r, -0.6 * r), p + QPointF(r, -0.6 * r), p + QPointF(0, r),
+                    p + QPointF(-r, -0.6 * r) }));
             break;
         default:
             seg(-1, -1, 1, 1);
@@ -335,15 +339,24 @@ void SfcReader::feature(const QString &name, const QStringList &a)
     if (name == u"composite_curve_org_feature") {
         if (!wants(name, a, 4))
             return;
-        QPolygonF ring;
-        for (const Curve &c : std::as_const(m_pendingCurves))
-            ring += flatten(c);
         // The segments were written as ordinary elements; the flag decides whether they show.
-        const qsizetype segments = m_pendingCurves.size();
-        if (integer(a[3]) != 1 && segments <= m_pending.elements.size())
-            m_pending.elements.resize(m_pending.elements.size() - segments);
+        QList<Element> &elements = m_pending.elements;
+        const bool shown = integer(a[3]) == 1;
+        QPolygonF ring;
+        qsizetype kept = std::min(m_segmentsFrom, elements.size());
+        for (qsizetype i = kept; i < elements.size(); ++i) {
+            if (elements[i].type == Element::Type::Stroke) {
+                ring += flatten(elements[i].curve);
+                if (!shown)
+                    continue;
+            }
+            if (kept != i)
+                elements[kept] = std::move(elements[i]);
+            ++kept;
+        }
+        elements.resize(kept);
+        m_segmentsFrom = kept;
         m_composites.append(ring);
-        m_pendingCurves.clear();
         return;
     }
     if (name == u"fill_area_style_colour_feature") {
@@ -405,7 +418,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
             m_figures.insert(a[0], m_pending);
         }
         m_pending = {};
-        m_pendingCurves.clear();
+        m_segmentsFrom = 0;
         return;
     }
     if (name == u"drawing_sheet_feature") {
@@ -420,7 +433,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
             m_haveSheet = true;
         }
         m_pending = {};
-        m_pendingCurves.clear();
+        m_segmentsFrom = 0;
         return;
     }
     if (name == u"drawing_attribute_feature")

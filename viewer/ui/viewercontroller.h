@@ -25,7 +25,7 @@ class PictureView;
 namespace drawing {
 struct Drawing;
 }
-}
+} // namespace tolvane::viewer
 
 namespace tolvane::viewer::ui {
 

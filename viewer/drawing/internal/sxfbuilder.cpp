@@ -6,8 +6,7 @@ namespace tolvane::viewer::drawing::internal {
 
 QSizeF sxfPaperSize(int size, bool landscape)
 {
-    static constexpr double sizes[5][2]
-        = { { 1189, 841 }, { 841, 594 }, { 594, 420 }, { 420, 297 }, { 297, 210 } };
+    static constexpr double sizes[5][2] = { { 1189, 841 }, { 841, 594 }, { 594, 420 }, { 420, 297 }, { 297, 210 } };
     if (size < 0 || size > 4)
         return {};
     return landscape ? QSizeF(sizes[size][0], sizes[size][1]) : QSizeF(sizes[size][1], sizes[size][0]);
@@ -34,9 +33,9 @@ struct Placer {
                 capped = true;
                 return;
             }
-            Element placed = element;
-            placed.placement = element.placement * transform;
-            drawing.elements.append(std::move(placed));
+            drawing.elements.append(element);
+            if (!transform.isIdentity())
+                drawing.elements.last().placement = element.placement * transform;
         }
         for (const FigurePlacement &use : body.placements) {
             if (++visits > kMaxElements) {
