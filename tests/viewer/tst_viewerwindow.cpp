@@ -2,7 +2,8 @@
 // with a catalogue open: which control comes to the front for each kind of file, what it
 // shows, the viewer buttons and when they are rebuilt (a click in the file list always rebuilds
 // them, "Prev"/"Next" only when the kind changes), the paging of a multi-page picture, the
-// text size of file text and notices, and the "apri" button.
+// text size of file text and notices, the "apri" button, and drawings (SXF on request, DXF at
+// once). Set TOLVANE_SCREENSHOT_DIR to keep a picture of the drawn SXF sheet.
 #include <array>
 
 #include <QAction>
@@ -424,6 +425,10 @@ private slots:
         QVERIFY(count(QColor(0, 160, 160)) > 50); // the circle
         QVERIFY(form().viewer().shownDrawing());
         QVERIFY(prompter().messages().isEmpty());
+        if (const QString dir = qEnvironmentVariable("TOLVANE_SCREENSHOT_DIR"); !dir.isEmpty()) {
+            QDir().mkpath(dir);
+            QVERIFY(form().grab().save(QDir(dir).filePath(QStringLiteral("drawing.png"))));
+        }
 
         // DXF is routed as a picture: drawn at once, on the pictures' grey, white turned black.
         QVERIFY(show(QStringLiteral("drawing.dxf")));
