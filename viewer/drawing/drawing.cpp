@@ -116,6 +116,8 @@ QPolygonF flatten(const Curve &curve)
     case Curve::Kind::Polyline:
         return QPolygonF(curve.points);
     case Curve::Kind::Arc: {
+        if (!std::isfinite(curve.sweepDeg) || !std::isfinite(curve.startDeg))
+            return {};
         const double sweep = std::clamp(curve.sweepDeg, -360.0, 360.0);
         const int steps = std::max(2, int(std::ceil(std::abs(sweep) / 360.0 * kArcSegmentsPerTurn)));
         const double rot = qDegreesToRadians(curve.rotationDeg);

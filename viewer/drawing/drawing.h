@@ -139,6 +139,15 @@ QRectF elementBounds(const Element &element);
 // Flattens an arc or Bézier into points (used for fill outlines and bounds).
 QPolygonF flatten(const Curve &curve);
 
+// A number read from a file as an integer code: clamped, 0 for NaN or infinity.
+inline int toCode(double value)
+{
+    return value == value && value > -1e9 && value < 1e9 ? int(value)
+        : value >= 1e9                                   ? 1'000'000'000
+        : value <= -1e9                                  ? -1'000'000'000
+                                                         : 0;
+}
+
 // The SXF predefined tables.
 // Colour code 1–16 → colour; an unknown code gives white.
 QColor sxfPredefinedColour(int code);

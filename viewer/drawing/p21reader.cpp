@@ -117,7 +117,7 @@ QColor P21Walker::colour(const StepValue *v) const
         return sxfPredefinedColour(sxfColourCode(arg(r, 0) ? arg(r, 0)->toText() : QString()));
     if (const StepRecord *r = c.record(u"COLOUR_RGB")) {
         const auto channel = [&](size_t i) {
-            return std::clamp(int(std::lround(arg(r, i) ? arg(r, i)->toNumber() * 255 : 255)), 0, 255);
+            return std::clamp(toCode(std::round((arg(r, i) ? arg(r, i)->toNumber() : 1.0) * 255)), 0, 255);
         };
         return QColor(channel(1), channel(2), channel(3));
     }
@@ -324,7 +324,7 @@ bool P21Walker::curves(const StepValue *v, QList<Curve> &out, int depth) const
         if (const StepValue *list = arg(r, 2))
             for (const StepValue &p : list->items)
                 points.append(point(&p));
-        const int degree = arg(r, 1) ? int(arg(r, 1)->toNumber()) : 3;
+        const int degree = arg(r, 1) ? toCode(arg(r, 1)->toNumber()) : 3;
         if (points.size() < 2)
             return false;
         if (degree == 3 && points.size() >= 4) {

@@ -71,7 +71,7 @@ double number(const QString &text, bool *ok = nullptr)
 
 int integer(const QString &text)
 {
-    return int(std::clamp(number(text), -1e9, 1e9));
+    return toCode(number(text));
 }
 
 // '(a,b,c)' → the numbers; the count is capped by the file size anyway.
@@ -173,7 +173,7 @@ QList<QPolygonF> SfcReader::rings(int outline, const QString &holes) const
     if (outline >= 1 && outline <= m_composites.size())
         out.append(m_composites[outline - 1]);
     for (double h : numberList(holes)) {
-        const int code = int(h);
+        const int code = toCode(h);
         if (code >= 1 && code <= m_composites.size())
             out.append(m_composites[code - 1]);
     }
@@ -382,7 +382,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
             if (v.size() < 7)
                 continue;
             HatchLines h;
-            h.style = style(int(v[0]), int(v[1]), int(v[2]));
+            h.style = style(toCode(v[0]), toCode(v[1]), toCode(v[2]));
             h.origin = QPointF(v[3], v[4]);
             h.spacingMm = v[5];
             h.angleDeg = v[6];
