@@ -261,6 +261,36 @@ private slots:
         QVERIFY(skippedFeaturesText(d).startsWith(QStringLiteral("表示できない要素: ")));
     }
 
+    void dimensionsAndBalloons()
+    {
+        // A linear dimension of 50 with both extension lines and arrows, and a balloon "1" whose
+        // leader starts with an arrow at (100,20).
+        const Drawing d = read(
+            samples::sfc({ QStringLiteral("#10 = "
+                                          "linear_dim_feature('0','2','1','1','10.0','30.0','60.0','30.0','1','10.0','"
+                                          "10.0','10.0','12.0','10.0','"
+                                          "32.0','1','60.0','10.0','60.0','12.0','60.0','32.0','1','0','10.0','30.0','"
+                                          "1.0','1','0','60.0','30.0','1.0','"
+                                          "1','0',\\'50\\','35.0','31.0','3.0','3.0','0.0','0.0','0.0','2','1')"),
+                QStringLiteral(
+                    "#20 = balloon_feature('0','3','1','1','2','(100.0,120.0)','(20.0,40.0)','125.0','45.0','5.0','"
+                    "1','1.0','1','0',\\'1\\','125.0','45.0','4.0','2.0','0.0','0.0','0.0','5','1')"),
+                QStringLiteral("#30 = drawing_sheet_feature(\\'S\\','9','1','200','100')") }));
+        QVERIFY2(d.skipped.isEmpty(), qPrintable(skippedFeaturesText(d)));
+        QStringList texts;
+        int arrowsAt = 0;
+        for (const Element &e : d.elements) {
+            if (e.type == Element::Type::Text)
+                texts << e.text.text;
+            else if (e.curve.points.size() == 3)
+                arrowsAt += e.curve.points[1] == QPointF(10, 30) || e.curve.points[1] == QPointF(60, 30)
+                    || e.curve.points[1] == QPointF(100, 20);
+        }
+        QCOMPARE(texts, QStringList({ QStringLiteral("50"), QStringLiteral("1") }));
+        QCOMPARE(arrowsAt, 3);
+        QCOMPARE(d.elements.size(), 10); // 3 lines, 2 arrows, text; leader, circle, arrow, text
+    }
+
     void p21CompoundFigure()
     {
         // A subfigure with one line, mapped at (100,50), turned 90°, scaled 2.

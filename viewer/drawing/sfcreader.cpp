@@ -115,7 +115,11 @@ private:
     int layer(int code) const { return code >= 1 && code <= drawing.layers.size() ? code - 1 : -1; }
     bool wants(const QString &name, const QStringList &a, int count);
     void stroke(int layerCode, const LineStyle &s, Curve curve);
-    void addText(const QStringList &a);
+    // A text block from a[font] on: font, string, x, y, height, width, spacing, angle, slant,
+    // anchor, direction.
+    void addText(int layerCode, int colourCode, const QStringList &a, qsizetype font);
+    void dimension(const QString &name, const QStringList &a);
+    void arrow(int layerCode, const LineStyle &s, int code, QPointF tip, QPointF towards, double scale);
     QList<QPolygonF> rings(int outline, const QString &holes) const;
 
     QHash<int, QColor> m_userColours;
@@ -180,25 +184,115 @@ QList<QPolygonF> SfcReader::rings(int outline, const QString &holes) const
     return out;
 }
 
-void SfcReader::addText(const QStringList &a)
+void SfcReader::addText(int layerCode, int colourCode, const QStringList &a, qsizetype font)
 {
     Element e;
     e.type = Element::Type::Text;
-    e.layer = layer(integer(a[0]));
-    e.style.colour = colour(integer(a[1]));
-    const int font = integer(a[2]);
+    e.layer = layer(layerCode);
+    e.style.colour = colour(colourCode);
+    const int code = integer(a[font]);
     TextBox &t = e.text;
-    t.font = font >= 1 && font <= m_fonts.size() ? m_fonts[font - 1] : QString();
-    t.text = a[3];
-    t.position = QPointF(number(a[4]), number(a[5]));
-    t.heightMm = number(a[6]);
-    t.widthMm = number(a[7]);
-    t.spacingMm = number(a[8]);
-    t.angleDeg = number(a[9]);
-    t.slantDeg = std::clamp(number(a[10]), -85.0, 85.0);
-    t.anchor = std::clamp(integer(a[11]), 1, 9);
-    t.vertical = integer(a[12]) == 2;
+    t.font = code >= 1 && code <= m_fonts.size() ? m_fonts[code - 1] : QString();
+    t.text = a[font + 1];
+    t.position = QPointF(number(a[font + 2]), number(a[font + 3]));
+    t.heightMm = number(a[font + 4]);
+    t.widthMm = number(a[font + 5]);
+    t.spacingMm = number(a[font + 6]);
+    t.angleDeg = number(a[font + 7]);
+    t.slantDeg = std::clamp(number(a[font + 8]), -85.0, 85.0);
+    t.anchor = std::clamp(integer(a[font + 9]), 1, 9);
+    t.vertical = integer(a[font + 10]) == 2;
     m_pending.elements.append(std::move(e));
+}
+
+// An arrow or terminator at tip, its body towards the given point. The size of a scale-1 arrow is
+// not documented; 2.5 mm reads like a drawing's usual arrows.
+void SfcReader::arrow(int layerCode, const LineStyle &s, int code, QPointF tip, QPointF towards, double scale)
+{
+    if (code <= 0)
+        return;
+    const QPointF d = towards - tip;
+    const double len = std::hypot(d.x(), d.y());
+    const QPointF u = len > 0 ? d / len : QPointF(1, 0), n(-u.y(), u.x());
+    const double size = 2.5 * std::clamp(std::abs(scale) > 0 ? std::abs(scale) : 1.0, 0.01, 100.0);
+    switch (code) {
+    case 3: // dots
+    case 7:
+        stroke(layerCode, s, Curve::arc(tip, size / 4, size / 4, 0, 0, 360));
+        break;
+    case 10: // slash
+        stroke(layerCode, s, Curve::line(tip - (u + n) * size / 2, tip + (u + n) * size / 2));
+        break;
+    default: { // arrows and boxes: an arrow head
+        const QPointF a = tip + u * size + n * size / 4, b = tip + u * size - n * size / 4;
+        stroke(layerCode, s, Curve::polyline({ a, tip, b }));
+        break;
+    }
+    }
+}
+
+// Dimensions, labels and balloons: their lines, extension lines, arrows and text.
+void SfcReader::dimension(const QString &name, const QStringList &a)
+{
+    const int l = integer(a[0]);
+    const LineStyle s = style(integer(a[1]), integer(a[2]), integer(a[3]));
+    const auto pt = [&](qsizetype i) { return QPointF(number(a[i]), number(a[i + 1])); };
+    // Extension lines: flag, then three points (the measured point and the line's two ends).
+    const auto extension = [&](qsizetype flag) {
+        if (integer(a[flag]) != 0)
+            stroke(l, s, Curve::line(pt(flag + 3), pt(flag + 5)));
+    };
+    if (name == u"linear_dim_feature") {
+        const QPointF p1 = pt(4), p2 = pt(6);
+        stroke(l, s, Curve::line(p1, p2));
+        extension(8);
+        extension(15);
+        arrow(l, s, integer(a[22]), pt(24), p2, number(a[26]));
+        arrow(l, s, integer(a[27]), pt(29), p1, number(a[31]));
+        if (integer(a[32]) != 0)
+            addText(l, integer(a[1]), a, 33);
+        return;
+    }
+    if (name == u"angular_dim_feature" || name == u"curve_dim_feature") {
+        const QPointF c = pt(4);
+        const double r = number(a[6]), a0 = number(a[7]), a1 = number(a[8]);
+        stroke(l, s, Curve::arc(c, r, r, 0, a0, sweepFor(a0, a1, false)));
+        extension(9);
+        extension(16);
+        arrow(l, s, integer(a[23]), pt(25), c, number(a[27]));
+        arrow(l, s, integer(a[28]), pt(30), c, number(a[32]));
+        if (integer(a[33]) != 0)
+            addText(l, integer(a[1]), a, 34);
+        return;
+    }
+    if (name == u"radius_dim_feature" || name == u"diameter_dim_feature") {
+        const QPointF p1 = pt(4), p2 = pt(6);
+        stroke(l, s, Curve::line(p1, p2));
+        arrow(l, s, integer(a[8]), pt(10), p1, number(a[12]));
+        const bool diameter = name == u"diameter_dim_feature";
+        if (diameter)
+            arrow(l, s, integer(a[13]), pt(15), p2, number(a[17]));
+        const qsizetype flag = diameter ? 18 : 13;
+        if (integer(a[flag]) != 0)
+            addText(l, integer(a[1]), a, flag + 1);
+        return;
+    }
+    // Labels and balloons: a leader polyline with an arrow at its first point.
+    const QList<double> xs = numberList(a[5]), ys = numberList(a[6]);
+    QList<QPointF> points;
+    for (qsizetype i = 0; i < std::min(xs.size(), ys.size()); ++i)
+        points.append({ xs[i], ys[i] });
+    if (points.size() >= 2) {
+        stroke(l, s, Curve::polyline(points));
+    }
+    const bool balloon = name == u"balloon_feature";
+    if (balloon)
+        stroke(l, s, Curve::arc(pt(7), number(a[9]), number(a[9]), 0, 0, 360));
+    const qsizetype arrowAt = balloon ? 10 : 7;
+    if (points.size() >= 2)
+        arrow(l, s, integer(a[arrowAt]), points[0], points[1], number(a[arrowAt + 1]));
+    if (integer(a[arrowAt + 2]) != 0)
+        addText(l, integer(a[1]), a, arrowAt + 3);
 }
 
 void SfcReader::feature(const QString &name, const QStringList &a)
@@ -333,7 +427,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
     }
     if (name == u"text_string_feature") {
         if (wants(name, a, 13))
-            addText(a);
+            addText(integer(a[0]), integer(a[1]), a, 2);
         return;
     }
     if (name == u"composite_curve_org_feature") {
@@ -434,6 +528,15 @@ void SfcReader::feature(const QString &name, const QStringList &a)
         }
         m_pending = {};
         m_segmentsFrom = 0;
+        return;
+    }
+    static const QHash<QString, int> dimensions = { { QStringLiteral("linear_dim_feature"), 44 },
+        { QStringLiteral("curve_dim_feature"), 45 }, { QStringLiteral("angular_dim_feature"), 45 },
+        { QStringLiteral("radius_dim_feature"), 25 }, { QStringLiteral("diameter_dim_feature"), 30 },
+        { QStringLiteral("label_feature"), 21 }, { QStringLiteral("balloon_feature"), 24 } };
+    if (const auto it = dimensions.constFind(name); it != dimensions.constEnd()) {
+        if (wants(name, a, *it))
+            dimension(name, a);
         return;
     }
     if (name == u"drawing_attribute_feature")
