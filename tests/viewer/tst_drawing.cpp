@@ -291,9 +291,9 @@ private slots:
         QCOMPARE(d.elements.size(), 10); // 3 lines, 2 arrows, text; leader, circle, arrow, text
     }
 
-    void p21CompoundFigure()
+    void p21CompoundFigureAndMarker()
     {
-        // A subfigure with one line, mapped at (100,50), turned 90°, scaled 2.
+        // A subfigure with one line, mapped at (100,50), turned 90°, scaled 2; a point marker.
         const Drawing d = read(samples::p21({ QStringLiteral("#10=DRAUGHTING_PRE_DEFINED_COLOUR('red');"),
             QStringLiteral("#20=CURVE_STYLE(' ',$,$,#10);"),
             QStringLiteral("#30=PRESENTATION_STYLE_ASSIGNMENT((#20));"),
@@ -309,9 +309,15 @@ private slots:
             QStringLiteral(
                 "#170=(ANNOTATION_OCCURRENCE()ANNOTATION_SYMBOL_OCCURRENCE()GEOMETRIC_REPRESENTATION_ITEM()MAPPED_"
                 "ITEM(' ',#100,#140)REPRESENTATION_ITEM(' ')STYLED_ITEM((#160),#170));"),
-            QStringLiteral("#180=DRAWING_SHEET_REVISION('A4_vertical',(#170),$,'01');") }));
+            // A circle marker at scale 2 beside it.
+            QStringLiteral("#190=DEFINED_SYMBOL(' ',PRE_DEFINED_POINT_MARKER_SYMBOL('circle'),#200);"),
+            QStringLiteral("#200=SYMBOL_TARGET(' ',#80,2.0,2.0);"), samples::styled(210, 30, 190),
+            QStringLiteral("#180=DRAWING_SHEET_REVISION('A4_vertical',(#170,#210),$,'01');") }));
         QCOMPARE(d.sheet, QRectF(0, 0, 210, 297));
-        QCOMPARE(d.elements.size(), 1);
+        QCOMPARE(d.elements.size(), 2);
+        QCOMPARE(d.elements[1].curve.kind, Curve::Kind::Arc);
+        QCOMPARE(d.elements[1].curve.rx, 1.5);
+        QVERIFY(d.skipped.isEmpty());
         const Element &e = d.elements[0];
         QCOMPARE(e.style.colour, QColor(Qt::red));
         QVERIFY(near(e.placement.map(e.curve.points[1]), QPointF(100, 70)));

@@ -20,6 +20,8 @@ using internal::StepFile;
 using internal::StepInstance;
 using internal::StepRecord;
 using internal::StepValue;
+using internal::sxfArrowCode;
+using internal::sxfMarkerCode;
 
 struct Style {
     LineStyle line;
@@ -527,8 +529,44 @@ void P21Walker::geometry(const StepValue *v, const Style &s, int layer, const QT
         add(std::move(e), layer, transform);
         return;
     }
-    if (g.has(u"DEFINED_SYMBOL")) {
-        countSkipped(m_drawing, QStringLiteral("point marker / arrow"));
+    if (const StepRecord *sym = g.record(u"DEFINED_SYMBOL")) {
+        // DEFINED_SYMBOL(' ', PRE_DEFINED_POINT_MARKER_SYMBOL('circle') | PRE_DEFINED_TERMINATOR_SYMBOL(…),
+        // SYMBOL_TARGET(' ', placement, sx, sy)); either may be an instance or written inline.
+        const auto partOf = [&](const StepValue *x, QStringView name) -> const StepValue * {
+            if (x && x->type == StepValue::Type::Typed && x->text == name)
+                return x;
+            return nullptr;
+        };
+        const StepInstance defInst = deref(arg(sym, 1));
+        const StepInstance targetInst = deref(arg(sym, 2));
+        QString marker, terminator;
+        if (const StepValue *m = partOf(arg(sym, 1), u"PRE_DEFINED_POINT_MARKER_SYMBOL"))
+            marker = m->toText();
+        else if (const StepRecord *r = defInst.record(u"PRE_DEFINED_POINT_MARKER_SYMBOL"))
+            marker = arg(r, 0) ? arg(r, 0)->toText() : QString();
+        if (const StepValue *t = partOf(arg(sym, 1), u"PRE_DEFINED_TERMINATOR_SYMBOL"))
+            terminator = t->toText();
+        else if (const StepRecord *r = defInst.record(u"PRE_DEFINED_TERMINATOR_SYMBOL"))
+            terminator = arg(r, 0) ? arg(r, 0)->toText() : QString();
+        const StepRecord *target = targetInst.record(u"SYMBOL_TARGET");
+        QPointF at;
+        double angle = 0;
+        placement(arg(target, 1), at, angle);
+        const double scale = arg(target, 2) ? arg(target, 2)->toNumber(1) : 1;
+        QList<Curve> parts;
+        if (const int code = sxfMarkerCode(marker))
+            parts = internal::sxfMarker(code, at, scale);
+        else if (const int code = sxfArrowCode(terminator))
+            parts = internal::sxfArrow(
+                code, at, QPointF(std::cos(qDegreesToRadians(angle)), std::sin(qDegreesToRadians(angle))), scale);
+        else
+            countSkipped(m_drawing, QStringLiteral("symbol ") + marker + terminator);
+        for (Curve &c : parts) {
+            Element e;
+            e.style = s.line;
+            e.curve = std::move(c);
+            add(std::move(e), layer, transform);
+        }
         return;
     }
     QList<Curve> parts;

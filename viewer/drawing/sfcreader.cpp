@@ -205,30 +205,10 @@ void SfcReader::addText(int layerCode, int colourCode, const QStringList &a, qsi
     m_pending.elements.append(std::move(e));
 }
 
-// An arrow or terminator at tip, its body towards the given point. The size of a scale-1 arrow is
-// not documented; 2.5 mm reads like a drawing's usual arrows.
 void SfcReader::arrow(int layerCode, const LineStyle &s, int code, QPointF tip, QPointF towards, double scale)
 {
-    if (code <= 0)
-        return;
-    const QPointF d = towards - tip;
-    const double len = std::hypot(d.x(), d.y());
-    const QPointF u = len > 0 ? d / len : QPointF(1, 0), n(-u.y(), u.x());
-    const double size = 2.5 * std::clamp(std::abs(scale) > 0 ? std::abs(scale) : 1.0, 0.01, 100.0);
-    switch (code) {
-    case 3: // dots
-    case 7:
-        stroke(layerCode, s, Curve::arc(tip, size / 4, size / 4, 0, 0, 360));
-        break;
-    case 10: // slash
-        stroke(layerCode, s, Curve::line(tip - (u + n) * size / 2, tip + (u + n) * size / 2));
-        break;
-    default: { // arrows and boxes: an arrow head
-        const QPointF a = tip + u * size + n * size / 4, b = tip + u * size - n * size / 4;
-        stroke(layerCode, s, Curve::polyline({ a, tip, b }));
-        break;
-    }
-    }
+    for (Curve &c : internal::sxfArrow(code, tip, towards - tip, scale))
+        stroke(layerCode, s, std::move(c));
 }
 
 // Dimensions, labels and balloons: their lines, extension lines, arrows and text.
@@ -383,46 +363,9 @@ void SfcReader::feature(const QString &name, const QStringList &a)
     if (name == u"point_marker_feature") {
         if (!wants(name, a, 7))
             return;
-        // Markers are drawn as small figures about 1.5 mm across at scale 1.
-        const QPointF p(number(a[2]), number(a[3]));
-        const double r = 0.75 * std::clamp(std::abs(number(a[6])), 0.01, 1000.0);
         const LineStyle s = style(integer(a[1]), 1, 1);
-        const int l = integer(a[0]);
-        const int marker = integer(a[4]);
-        const auto seg = [&](double x1, double y1, double x2, double y2) {
-            stroke(l, s, Curve::line(p + QPointF(x1, y1) * r, p + QPointF(x2, y2) * r));
-        };
-        switch (marker) {
-        case 1: // asterisk
-            seg(-1, 0, 1, 0);
-            seg(-0.5, -0.87, 0.5, 0.87);
-            seg(-0.5, 0.87, 0.5, -0.87);
-            break;
-        case 2:
-            stroke(l, s, Curve::arc(p, r, r, 0, 0, 360));
-            break;
-        case 3:
-            stroke(l, s, Curve::arc(p, r * 0.2, r * 0.2, 0, 0, 360));
-            break;
-        case 4:
-            seg(-1, 0, 1, 0);
-            seg(0, -1, 0, 1);
-            break;
-        case 5:
-            stroke(l, s,
-                Curve::polyline({ p + QPointF(-r, -r), p + QPointF(r, -r), p + QPointF(r, r), p + QPointF(-r, r),
-                    p + QPointF(-r, -r) }));
-            break;
-        case 6:
-            stroke(l, s,
-                Curve::polyline({ p + QPointF(-r, -0.6 * r), p + QPointF(r, -0.6 * r), p + QPointF(0, r),
-                    p + QPointF(-r, -0.6 * r) }));
-            break;
-        default:
-            seg(-1, -1, 1, 1);
-            seg(-1, 1, 1, -1);
-            break;
-        }
+        for (Curve &c : internal::sxfMarker(integer(a[4]), { number(a[2]), number(a[3]) }, number(a[6])))
+            stroke(integer(a[0]), s, std::move(c));
         return;
     }
     if (name == u"text_string_feature") {

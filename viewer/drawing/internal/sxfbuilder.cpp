@@ -1,5 +1,8 @@
 #include "viewer/drawing/internal/sxfbuilder.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "viewer/drawing/readers.h"
 
 namespace tolvane::viewer::drawing::internal {
@@ -15,6 +18,69 @@ QSizeF sxfPaperSize(int size, bool landscape)
 void countSkipped(Drawing &drawing, const QString &what, int n)
 {
     drawing.skipped[what] += n;
+}
+
+QList<Curve> sxfMarker(int code, QPointF p, double scale)
+{
+    const double r = 0.75 * std::clamp(std::abs(scale), 0.01, 1000.0);
+    const auto seg = [&](double x1, double y1, double x2, double y2) {
+        return Curve::line(p + QPointF(x1, y1) * r, p + QPointF(x2, y2) * r);
+    };
+    switch (code) {
+    case 1:
+        return { seg(-1, 0, 1, 0), seg(-0.5, -0.87, 0.5, 0.87), seg(-0.5, 0.87, 0.5, -0.87) };
+    case 2:
+        return { Curve::arc(p, r, r, 0, 0, 360) };
+    case 3:
+        return { Curve::arc(p, r * 0.2, r * 0.2, 0, 0, 360) };
+    case 4:
+        return { seg(-1, 0, 1, 0), seg(0, -1, 0, 1) };
+    case 5:
+        return { Curve::polyline(
+            { p + QPointF(-r, -r), p + QPointF(r, -r), p + QPointF(r, r), p + QPointF(-r, r), p + QPointF(-r, -r) }) };
+    case 6:
+        return { Curve::polyline(
+            { p + QPointF(-r, -0.6 * r), p + QPointF(r, -0.6 * r), p + QPointF(0, r), p + QPointF(-r, -0.6 * r) }) };
+    default:
+        return { seg(-1, -1, 1, 1), seg(-1, 1, 1, -1) };
+    }
+}
+
+int sxfMarkerCode(const QString &name)
+{
+    static const char *const names[] = { "asterisk", "circle", "dot", "plus", "square", "triangle", "x" };
+    for (int i = 0; i < 7; ++i)
+        if (name == QLatin1String(names[i]))
+            return i + 1;
+    return 0;
+}
+
+QList<Curve> sxfArrow(int code, QPointF tip, QPointF direction, double scale)
+{
+    if (code <= 0)
+        return {};
+    const double len = std::hypot(direction.x(), direction.y());
+    const QPointF u = len > 0 ? direction / len : QPointF(1, 0), n(-u.y(), u.x());
+    const double size = 2.5 * std::clamp(std::abs(scale) > 0 ? std::abs(scale) : 1.0, 0.01, 100.0);
+    switch (code) {
+    case 3: // dots
+    case 7:
+        return { Curve::arc(tip, size / 4, size / 4, 0, 0, 360) };
+    case 10: // slash
+        return { Curve::line(tip - (u + n) * size / 2, tip + (u + n) * size / 2) };
+    default: // arrows and boxes: an arrow head
+        return { Curve::polyline({ tip + u * size + n * size / 4, tip, tip + u * size - n * size / 4 }) };
+    }
+}
+
+int sxfArrowCode(const QString &name)
+{
+    static const char *const names[] = { "blanked arrow", "blanked box", "blanked dot", "dimension origin",
+        "filled box", "filled arrow", "filled dot", "integral symbol", "open arrow", "slash", "unfilled arrow" };
+    for (int i = 0; i < 11; ++i)
+        if (name == QLatin1String(names[i]))
+            return i + 1;
+    return 0;
 }
 
 namespace {

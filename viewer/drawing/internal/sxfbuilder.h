@@ -36,4 +36,13 @@ void placeFigures(Drawing &drawing, const FigureBody &sheet, const QHash<QString
 
 void countSkipped(Drawing &drawing, const QString &what, int n = 1);
 
+// Point markers 1–7 (asterisk, circle, dot, plus, square, triangle, x) at a point, about 1.5 mm
+// across at scale 1, and their names as P21 writes them (0 when unknown).
+QList<Curve> sxfMarker(int code, QPointF at, double scale);
+int sxfMarkerCode(const QString &name);
+// Arrows and terminators 1–11 with their tip at tip and their body along direction (from the
+// tip inwards), 2.5 mm long at scale 1; the names as P21 writes them (0 when unknown).
+QList<Curve> sxfArrow(int code, QPointF tip, QPointF direction, double scale);
+int sxfArrowCode(const QString &name);
+
 } // namespace tolvane::viewer::drawing::internal
