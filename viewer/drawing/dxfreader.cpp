@@ -303,7 +303,7 @@ public:
         QHash<QString, FigureBody> blocks;
         for (auto it = m_blocks.cbegin(); it != m_blocks.cend(); ++it)
             blocks.insert(it.key(), it.value());
-        internal::placeFigures(drawing, model, blocks);
+        internal::placeFigures(drawing, std::move(model), blocks);
     }
 
 private:

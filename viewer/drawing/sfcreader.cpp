@@ -466,7 +466,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
             if (paper.isEmpty())
                 paper = QSizeF(std::clamp(number(a[3]), 0.0, 1e6), std::clamp(number(a[4]), 0.0, 1e6));
             drawing.sheet = QRectF(QPointF(0, 0), paper);
-            m_sheet = m_pending;
+            m_sheet = std::move(m_pending);
             m_haveSheet = true;
         }
         m_pending = {};
@@ -491,12 +491,12 @@ void SfcReader::finish()
 {
     // A truncated file still shows what was read: elements never closed by a sheet join it.
     if (!m_haveSheet)
-        m_sheet = m_pending;
+        m_sheet = std::move(m_pending);
     else {
         m_sheet.elements += m_pending.elements;
         m_sheet.placements += m_pending.placements;
     }
-    internal::placeFigures(drawing, m_sheet, m_figures);
+    internal::placeFigures(drawing, std::move(m_sheet), m_figures);
 }
 
 bool isOpening(QStringView line)

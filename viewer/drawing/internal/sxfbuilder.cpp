@@ -136,8 +136,18 @@ struct Placer {
 
 } // namespace
 
-void placeFigures(Drawing &drawing, const FigureBody &sheet, const QHash<QString, FigureBody> &figures)
+void placeFigures(Drawing &drawing, FigureBody sheet, const QHash<QString, FigureBody> &figures)
 {
+    // The sheet's own elements are moved, not copied: they are most of a drawing.
+    if (sheet.elements.size() > kMaxElements) {
+        countSkipped(drawing, QStringLiteral("elements beyond the limit"));
+        sheet.elements.resize(kMaxElements);
+    }
+    if (drawing.elements.isEmpty())
+        drawing.elements = std::move(sheet.elements);
+    else
+        drawing.elements += sheet.elements;
+    sheet.elements.clear();
     Placer placer { drawing, figures, {} };
     placer.place(sheet, QTransform(), 0);
     if (placer.capped)

@@ -32,7 +32,7 @@ struct FigureBody {
 
 // Appends the sheet's elements to drawing, placing every compound figure where it is used.
 // Unknown names, cycles and nesting deeper than kMaxNesting are counted in drawing.skipped.
-void placeFigures(Drawing &drawing, const FigureBody &sheet, const QHash<QString, FigureBody> &figures);
+void placeFigures(Drawing &drawing, FigureBody sheet, const QHash<QString, FigureBody> &figures);
 
 void countSkipped(Drawing &drawing, const QString &what, int n = 1);
 
