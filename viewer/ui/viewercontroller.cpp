@@ -1,8 +1,10 @@
 #include "viewer/ui/viewercontroller.h"
 
 #include <QDesktopServices>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QTextEdit>
+#include <QThread>
 #include <QUrl>
 
 #include "platform/apptitle.h"
@@ -149,19 +151,30 @@ void ViewerController::ShowDrawing()
 bool ViewerController::showDrawingFile(const QColor &background)
 {
     m_drawing.reset();
+    // Drawn at the view's size in device pixels, so that the view shows it one to one.
+    QSize size = m_picture->size() * m_picture->devicePixelRatioF();
+    if (size.width() < 200 || size.height() < 200)
+        size = QSize(1600, 1200);
+    const QString path = shownPath();
+    Result<drawing::Drawing> read = Status::cancelled();
+    std::shared_ptr<const drawing::Drawing> shown;
     QImage image;
-    // Reading and drawing a large drawing takes a moment: the wait cursor says so.
+    // Reading and drawing a large drawing takes a moment: it runs on a worker thread while the
+    // window keeps painting, under the wait cursor, taking no input until the picture is there.
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    Result<drawing::Drawing> read = drawing::readDrawingFile(shownPath());
-    if (read) {
-        m_drawing = std::make_shared<const drawing::Drawing>(read.take());
-        // Drawn at the view's size in device pixels, so that the view shows it one to one.
-        QSize size = m_picture->size() * m_picture->devicePixelRatioF();
-        if (size.width() < 200 || size.height() < 200)
-            size = QSize(1600, 1200);
-        image = drawing::renderDrawingFitted(*m_drawing, size, background);
-        image.setDevicePixelRatio(1.0);
-    }
+    QEventLoop loop;
+    std::unique_ptr<QThread> worker(QThread::create([&] {
+        read = drawing::readDrawingFile(path);
+        if (read) {
+            shown = std::make_shared<const drawing::Drawing>(read.take());
+            image = drawing::renderDrawingFitted(*shown, size, background);
+        }
+    }));
+    connect(worker.get(), &QThread::finished, &loop, &QEventLoop::quit);
+    worker->start();
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    worker->wait();
+    m_drawing = shown;
     QGuiApplication::restoreOverrideCursor();
     if (!read) {
         m_picture->clear();
