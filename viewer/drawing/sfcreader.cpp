@@ -277,39 +277,7 @@ void SfcReader::dimension(const QString &name, const QStringList &a)
 
 void SfcReader::feature(const QString &name, const QStringList &a)
 {
-    if (name == u"pre_defined_colour_feature" || name == u"pre_defined_font_feature")
-        return; // predefined entries keep their fixed codes
-    if (name == u"user_defined_colour_feature") {
-        if (wants(name, a, 3) && m_nextColour <= 256)
-            m_userColours.insert(m_nextColour++,
-                QColor(std::clamp(integer(a[0]), 0, 255), std::clamp(integer(a[1]), 0, 255),
-                    std::clamp(integer(a[2]), 0, 255)));
-        return;
-    }
-    if (name == u"user_defined_font_feature") {
-        if (wants(name, a, 3) && m_nextType <= 32) {
-            QList<double> dashes = numberList(a[2]);
-            for (double &d : dashes)
-                d = std::clamp(d, 0.0, 1000.0);
-            m_userTypes.insert(m_nextType++, dashes.mid(0, 8));
-        }
-        return;
-    }
-    if (name == u"width_feature") {
-        if (wants(name, a, 1) && sxfWidthCode(number(a[0])) == 0 && m_nextWidth <= 16)
-            m_userWidths.insert(m_nextWidth++, std::clamp(number(a[0]), 0.0, 100.0));
-        return;
-    }
-    if (name == u"text_font_feature") {
-        if (wants(name, a, 1) && m_fonts.size() < 1024)
-            m_fonts.append(a[0]);
-        return;
-    }
-    if (name == u"layer_feature") {
-        if (wants(name, a, 2) && drawing.layers.size() < 256)
-            drawing.layers.append({ a[0], integer(a[1]) != 0 });
-        return;
-    }
+    // The elements first: they are most of a file.
     if (name == u"line_feature") {
         if (wants(name, a, 8))
             stroke(integer(a[0]), style(integer(a[1]), integer(a[2]), integer(a[3])),
@@ -358,6 +326,39 @@ void SfcReader::feature(const QString &name, const QStringList &a)
             stroke(integer(a[0]), style(integer(a[1]), integer(a[2]), integer(a[3])),
                 Curve::arc({ number(a[4]), number(a[5]) }, number(a[6]), number(a[7]), number(a[9]), number(a[10]),
                     sweepFor(number(a[10]), number(a[11]), integer(a[8]) == 1)));
+        return;
+    }
+    if (name == u"pre_defined_colour_feature" || name == u"pre_defined_font_feature")
+        return; // predefined entries keep their fixed codes
+    if (name == u"user_defined_colour_feature") {
+        if (wants(name, a, 3) && m_nextColour <= 256)
+            m_userColours.insert(m_nextColour++,
+                QColor(std::clamp(integer(a[0]), 0, 255), std::clamp(integer(a[1]), 0, 255),
+                    std::clamp(integer(a[2]), 0, 255)));
+        return;
+    }
+    if (name == u"user_defined_font_feature") {
+        if (wants(name, a, 3) && m_nextType <= 32) {
+            QList<double> dashes = numberList(a[2]);
+            for (double &d : dashes)
+                d = std::clamp(d, 0.0, 1000.0);
+            m_userTypes.insert(m_nextType++, dashes.mid(0, 8));
+        }
+        return;
+    }
+    if (name == u"width_feature") {
+        if (wants(name, a, 1) && sxfWidthCode(number(a[0])) == 0 && m_nextWidth <= 16)
+            m_userWidths.insert(m_nextWidth++, std::clamp(number(a[0]), 0.0, 100.0));
+        return;
+    }
+    if (name == u"text_font_feature") {
+        if (wants(name, a, 1) && m_fonts.size() < 1024)
+            m_fonts.append(a[0]);
+        return;
+    }
+    if (name == u"layer_feature") {
+        if (wants(name, a, 2) && drawing.layers.size() < 256)
+            drawing.layers.append({ a[0], integer(a[1]) != 0 });
         return;
     }
     if (name == u"point_marker_feature") {
@@ -501,11 +502,15 @@ void SfcReader::finish()
 
 bool isOpening(QStringView line)
 {
+    if (line.size() < 5 || line[0] != u'/' || line[1] != u'*')
+        return false;
     return line == u"/*SXF" || line == u"/*SXF3" || line == u"/*SXF3.1";
 }
 
 bool isClosing(QStringView line)
 {
+    if (line.size() < 5 || line.back() != u'/')
+        return false;
     return line == u"SXF*/" || line == u"SXF3*/" || line == u"SXF3.1*/";
 }
 
