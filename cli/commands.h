@@ -14,5 +14,7 @@ int runClasses(const QStringList &args);
 int runCompact(const QStringList &args);
 int runRepair(const QStringList &args);
 int runBinder(const QStringList &args);
+// Needs a QGuiApplication (fonts).
+int runRender(const QStringList &args);
 
 } // namespace tolvane::cli

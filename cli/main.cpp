@@ -1,6 +1,9 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair,
-// binders).
+// binders) and drawing previews (render).
+#include <memory>
+
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
@@ -16,14 +19,21 @@ int usage()
                                           "       tolvane-cli compact CATALOG.mdb\n"
                                           "       tolvane-cli repair CATALOG.mdb [NEW.mdb]\n"
                                           "       tolvane-cli binder list|create|rename|delete|add|contents|move "
-                                          "CATALOG.mdb ..."));
+                                          "CATALOG.mdb ...\n"
+
+                                          "       tolvane-cli render DRAWING OUT.png [--width N]"));
     return 2;
 }
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    // Drawing text needs fonts, which come with a GUI application; no window is shown.
+    const bool render = argc > 1 && qstrcmp(argv[1], "render") == 0;
+    if (render && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const std::unique_ptr<QCoreApplication> app
+        = render ? std::make_unique<QGuiApplication>(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
     QStringList args = QCoreApplication::arguments().mid(1);
     if (args.isEmpty())
         return usage();
@@ -44,5 +54,7 @@ int main(int argc, char *argv[])
         return tolvane::cli::runRepair(args);
     if (command == QLatin1String("binder"))
         return tolvane::cli::runBinder(args);
+    if (command == QLatin1String("render"))
+        return tolvane::cli::runRender(args);
     return usage();
 }

@@ -1,9 +1,12 @@
-// tolvane-cli create, register and dump, run as a separate process on real files.
+// tolvane-cli create, register, dump and render, run as a separate process on real files.
+#include <QFile>
+#include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include "../browser/testfolders.h"
+#include "../viewer/drawingsamples.h"
 #include "catalog/schema.h"
 #include "platform/jet/database.h"
 #include "platform/jet/recordset.h"
@@ -426,6 +429,26 @@ private slots:
         QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("set"), mdb, twoFields }).code, 1);
         QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("list"), mdb }).out, listed);
         QCOMPARE(cli({ QStringLiteral("classes"), QStringLiteral("add"), mdb }).code, 2);
+    }
+
+    void renderDrawing()
+    {
+        // An A3 sheet 600 pixels wide comes out in its proportions, on black, with the frame.
+        const QString sfc = m_tmp.path() + QStringLiteral("/plan.sfc");
+        QFile f(sfc);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(tolvane::test::drawings::sampleSfc());
+        f.close();
+        const QString png = m_tmp.path() + QStringLiteral("/plan.png");
+        Run r = cli({ QStringLiteral("render"), sfc, png, QStringLiteral("--width"), QStringLiteral("600") });
+        QCOMPARE(r.code, 0);
+        const QImage image(png);
+        QCOMPARE(image.size(), QSize(600, 424));
+        QCOMPARE(image.pixelColor(2, 2), QColor(Qt::black));
+
+        r = cli({ QStringLiteral("render"), m_tmp.path() + QStringLiteral("/none.p21"), png });
+        QCOMPARE(r.code, 1);
+        QVERIFY(r.err.contains(QStringLiteral("NotFound")));
     }
 };
 

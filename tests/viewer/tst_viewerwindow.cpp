@@ -2,7 +2,8 @@
 // with a catalogue open: which control comes to the front for each kind of file, what it
 // shows, the viewer buttons and when they are rebuilt (a click in the file list always rebuilds
 // them, "Prev"/"Next" only when the kind changes), the paging of a multi-page picture, the
-// text size of file text and notices, and the "apri" button.
+// text size of file text and notices, the "apri" button, and drawings (SXF on request, DXF at
+// once). Set TOLVANE_SCREENSHOT_DIR to keep a picture of the drawn SXF sheet.
 #include <array>
 
 #include <QAction>
@@ -21,6 +22,7 @@
 #include "../search/searchcatalogue.h"
 #include "../shell/form1harness.h"
 #include "browser/ui/browsercontroller.h"
+#include "drawingsamples.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
@@ -189,6 +191,10 @@ private slots:
         writeBytes(QStringLiteral("README"), "read me");
         writeBytes(QStringLiteral("scan3.tiff"), multiPageTiff({ 30, 120, 220 }));
         writeBytes(QStringLiteral("archive.zip"), "PK\x05\x06");
+        writeBytes(QStringLiteral("drawing.sfc"), test::drawings::sampleSfc());
+        writeBytes(QStringLiteral("drawing.dxf"), test::drawings::sampleDxf());
+        writeBytes(
+            QStringLiteral("drawing2.dxf"), QByteArray("AutoCAD Binary DXF\r\n\x1a\0", 22) + QByteArray(40, '\0'));
         for (const char *name : { "report.pdf", "book.xlsx", "letter.doc", "report.pptx", "report.ppt" })
             writeBytes(QString::fromLatin1(name), "not a document");
     }
@@ -394,6 +400,55 @@ private slots:
         QCOMPARE(prompter().lastMessage().text, QStringLiteral("ppt　ー＞アプリケーションソフトを起動できません。"));
         QCOMPARE(prompter().lastMessage().icon, Prompter::Icon::Warning);
         QCOMPARE(opened.size(), 4);
+    }
+
+    void drawingsAreDrawnInThePictureView()
+    {
+        // Counts the pixels of the shown picture that have colour.
+        const auto count = [&](QColor colour) {
+            const QImage image = imk()->image();
+            int n = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    n += image.pixelColor(x, y) == colour;
+            return n;
+        };
+        QVERIFY(show(QStringLiteral("drawing.sfc")));
+        QVERIFY(inFront("mData")); // the notice first
+        QVERIFY(press("sxf"));
+        QVERIFY(inFront("imk"));
+        QVERIFY(!inFront("mData"));
+        QVERIFY(imk()->hasImage());
+        QCOMPARE(imk()->backgroundColor(), QColor(Qt::black));
+        QCOMPARE(imk()->image().pixelColor(0, 0), QColor(Qt::black));
+        QVERIFY(count(Qt::white) > 500); // the frame
+        QVERIFY(count(QColor(0, 160, 160)) > 50); // the circle
+        QVERIFY(form().viewer().shownDrawing());
+        QVERIFY(prompter().messages().isEmpty());
+        if (const QString dir = qEnvironmentVariable("TOLVANE_SCREENSHOT_DIR"); !dir.isEmpty()) {
+            QDir().mkpath(dir);
+            QVERIFY(form().grab().save(QDir(dir).filePath(QStringLiteral("drawing.png"))));
+        }
+
+        // DXF is routed as a picture: drawn at once, on the pictures' grey, white turned black.
+        QVERIFY(show(QStringLiteral("drawing.dxf")));
+        QVERIFY(inFront("imk"));
+        QCOMPARE(viewerButtons(), 2);
+        QCOMPARE(imk()->backgroundColor(), QColor(0xE0, 0xE0, 0xE0));
+        QVERIFY(count(Qt::red) > 100);
+        QVERIFY(count(Qt::black) > 10); // the text
+        QVERIFY(prompter().messages().isEmpty());
+
+        QVERIFY(show(QStringLiteral("drawing2.dxf")));
+        QCOMPARE(prompter().lastMessage().text,
+            QStringLiteral("drawing2.dxf を読込みに失敗しました。\n（バイナリ形式の DXF には対応していません。）"));
+        QVERIFY(!imk()->hasImage());
+        QVERIFY(!form().viewer().shownDrawing());
+
+        QVERIFY(show(QStringLiteral("bridge.p21")));
+        QVERIFY(press("sxf"));
+        QCOMPARE(prompter().lastMessage().text, QStringLiteral("bridge.p21 を読込みに失敗しました。"));
+        QCOMPARE(prompter().lastMessage().icon, Prompter::Icon::Warning);
     }
 
     void leavingTheFileEmptiesBothPanes()

@@ -2,22 +2,33 @@
 
 #include <QDesktopServices>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QShortcut>
 #include <QTemporaryDir>
 #include <QTextEdit>
+#include <QThread>
 #include <QUrl>
 
 #include "platform/apptitle.h"
 #include "platform/desktopopen.h"
 #include "platform/paths.h"
 #include "platform/textextract.h"
+#include "viewer/drawing/readers.h"
+#include "viewer/drawing/render.h"
 #include "viewer/notices.h"
 #include "viewer/ui/picturedisplay.h"
 #include "viewer/ui/pictureview.h"
 #include "viewer/ui/textdisplay.h"
 
 namespace tolvane::viewer::ui {
+
+namespace {
+// Pictures are shown on light grey, drawings on black.
+const QColor kPictureBackground(0xE0, 0xE0, 0xE0);
+const QColor kDrawingBackground(Qt::black);
+} // namespace
 
 ViewerController::ViewerController(Prompter &prompter, QWidget *frame, QObject *parent)
     : QObject(parent)
@@ -48,12 +59,18 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
 {
     m_folder = folder;
     m_name = name;
+    m_drawing.reset();
     const Presentation presentation = presentationFor(name);
     m_multiPage = presentation == Presentation::MultiPagePicture;
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
-        DispPic(m_picture, folder, name, m_prompter);
+        // DXF is routed as a picture, but no picture reader knows it: it is drawn like SXF, on
+        // the pictures' grey.
+        if (extensionOf(name).text.compare(QLatin1String("dxf"), Qt::CaseInsensitive) == 0)
+            showDrawingFile(kPictureBackground);
+        else
+            DispPic(m_picture, folder, name, m_prompter);
         break;
     case Presentation::MultiPagePicture: {
         Q_EMIT paneWanted(Pane::Picture);
@@ -89,6 +106,7 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
 
 void ViewerController::ClearPicTxt()
 {
+    m_drawing.reset();
     m_picture->clear();
     m_text->clear();
 }
@@ -196,7 +214,56 @@ QString ViewerController::ExportToExcel(const PictureSheet &sheet)
     return xlsx;
 }
 
-void ViewerController::ShowDrawing() { }
+void ViewerController::ShowDrawing()
+{
+    Q_EMIT paneWanted(Pane::Picture);
+    showDrawingFile(kDrawingBackground);
+}
+
+bool ViewerController::showDrawingFile(const QColor &background)
+{
+    m_drawing.reset();
+    // Drawn at the view's size in device pixels, so that the view shows it one to one.
+    QSize size = m_picture->size() * m_picture->devicePixelRatioF();
+    if (size.width() < 200 || size.height() < 200)
+        size = QSize(1600, 1200);
+    const QString path = shownPath();
+    Result<drawing::Drawing> read = Status::cancelled();
+    std::shared_ptr<const drawing::Drawing> shown;
+    QImage image;
+    // Reading and drawing a large drawing takes a moment: it runs on a worker thread while the
+    // window keeps painting, under the wait cursor, taking no input until the picture is there.
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    QEventLoop loop;
+    std::unique_ptr<QThread> worker(QThread::create([&] {
+        read = drawing::readDrawingFile(path);
+        if (read) {
+            shown = std::make_shared<const drawing::Drawing>(read.take());
+            image = drawing::renderDrawingFitted(*shown, size, background);
+        }
+    }));
+    connect(worker.get(), &QThread::finished, &loop, &QEventLoop::quit);
+    worker->start();
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    worker->wait();
+    m_drawing = shown;
+    QGuiApplication::restoreOverrideCursor();
+    if (!read) {
+        m_picture->clear();
+        QString text = m_name + QStringLiteral(" を読込みに失敗しました。");
+        if (read.status().code() == Status::Code::NotSupported
+            && read.status().message() == QLatin1String("binary DXF"))
+            text += QStringLiteral("\n（バイナリ形式の DXF には対応していません。）");
+        m_prompter.inform(appTitle(), text, Prompter::Icon::Warning);
+        return false;
+    }
+    m_picture->setBackgroundColor(background);
+    m_picture->setImage(image);
+    const QString skipped = drawing::skippedFeaturesText(*m_drawing);
+    if (!skipped.isEmpty())
+        m_prompter.inform(appTitle(), m_name + QStringLiteral("\n") + skipped, Prompter::Icon::Information);
+    return true;
+}
 
 void ViewerController::WordSeek() { }
 

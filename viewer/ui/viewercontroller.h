@@ -6,6 +6,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include <QObject>
 
@@ -23,7 +24,10 @@ class TextExtractor;
 
 namespace tolvane::viewer {
 class PictureView;
+namespace drawing {
+struct Drawing;
 }
+} // namespace tolvane::viewer
 
 namespace tolvane::viewer::ui {
 
@@ -86,8 +90,12 @@ public:
     // could not be read (the data stays on the sheet). Returns the workbook's path (empty when
     // none was written).
     QString ExportToExcel(const PictureSheet &sheet);
-    // TODO(#14): "sxf" draws the shown drawing.
+    // "sxf": reads the shown SXF drawing and draws it in the picture view on black. A drawing
+    // that cannot be read gives the load-failure message; features it cannot draw are named in
+    // one notice.
     void ShowDrawing();
+    // The drawing shown last (DXF or SXF), null after any other file; kept for redrawing.
+    const drawing::Drawing *shownDrawing() const { return m_drawing.get(); }
     // TODO(#12): "WordSeek" finds a phrase in the shown text.
     void WordSeek();
 
@@ -98,6 +106,8 @@ Q_SIGNALS:
 
 private:
     QString shownPath() const;
+    // Reads the shown file as a drawing and shows it rendered on background. False on failure.
+    bool showDrawingFile(const QColor &background);
 
     Prompter &m_prompter;
     PictureView *m_picture;
@@ -110,6 +120,7 @@ private:
     bool m_multiPage = false; // the shown file is a multi-page picture
     int m_pageCount = 0;
     int m_currentPage = 0;
+    std::shared_ptr<const drawing::Drawing> m_drawing;
 };
 
 } // namespace tolvane::viewer::ui
