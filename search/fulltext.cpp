@@ -1,0 +1,153 @@
+#include "search/fulltext.h"
+
+#include <mutex>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+
+#include "platform/extract/documenttext.h"
+#include "platform/extract/extractionpool.h"
+#include "platform/extract/filestamp.h"
+#include "platform/extract/searchtext.h"
+#include "search/fulltextindex.h"
+
+namespace tolvane::search {
+
+namespace {
+
+// The name part of a path with either separator (cheaper than QFileInfo in the long loops).
+QString fileNameOf(const QString &path)
+{
+    const qsizetype slash = std::max(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\')));
+    return path.mid(slash + 1);
+}
+
+} // namespace
+
+bool IsFullTextExtension(const QString &fileName)
+{
+    static const char *const three[] = { "rtf", "txt", "xls", "doc", "ppt", "pdf", "jaw", "jtw", "jbw", "juw", "jfw",
+        "jvw", "jtd", "jtt", "oas", "oa2", "oa3", "bun", "sxc", "sxw", "sxi", "sxd", "ods", "odt", "odp", "odg", "wj2",
+        "wj3", "wk3", "wk4", "123", "wri", "mht", "eml" };
+    static const char *const four[] = { "docx", "xlsx", "pptx", "html" };
+    if (fileName.size() < 4)
+        return false;
+    const QString last = fileName.right(4);
+    auto listed = [](const QString &ext, const auto &names) {
+        for (const char *n : names) {
+            const QString lower = QString::fromLatin1(n);
+            if (ext == lower || (lower != QLatin1String("123") && ext == lower.toUpper()))
+                return true;
+        }
+        return false;
+    };
+    if (last.at(0) == QLatin1Char('.'))
+        return listed(last.mid(1), three);
+    return listed(last, four);
+}
+
+FullTextEngine::FullTextEngine(FullTextIndex &index, extract::ExtractionPool &pool)
+    : m_index(index)
+    , m_pool(pool)
+{
+}
+
+Status FullTextEngine::refresh(const QStringList &paths, const Progress &progress, const std::atomic<bool> *cancel)
+{
+    m_extracted = 0;
+    m_failed = 0;
+    const QString version = extract::extractorVersion();
+    QStringList stale;
+    QList<extract::FileStamp> stamps;
+    for (const QString &path : paths) {
+        if (!IsFullTextExtension(fileNameOf(path)))
+            continue;
+        const extract::FileStamp stamp = extract::fileStamp(path);
+        if (!stamp.exists)
+            continue;
+        const std::optional<FullTextIndex::Entry> e = m_index.entry(path);
+        if (e && e->stamp == stamp && e->version == version)
+            continue;
+        stale << path;
+        stamps << stamp;
+    }
+    if (stale.isEmpty())
+        return Status::ok();
+
+    // Rows are written in groups, each group one transaction, so that a cancel or a failure
+    // keeps every file done before it and nothing half-written.
+    std::mutex lock;
+    Status writeError;
+    int done = 0;
+    int inGroup = 0;
+    QElapsedTimer groupTime;
+    groupTime.start();
+    if (Status s = m_index.begin(); !s)
+        return s;
+    const Status run = m_pool.run(
+        stale,
+        [&](qsizetype i, extract::ExtractionOutcome outcome) {
+            const bool failed = outcome.kind != extract::ExtractionOutcome::Kind::Text;
+            const QString text = failed ? QString() : extract::normalizeForSearch(outcome.text);
+            std::lock_guard<std::mutex> guard(lock);
+            if (writeError.isOk()) {
+                writeError = m_index.store(stale.at(i), stamps.at(i),
+                    failed ? FullTextIndex::State::Failed : FullTextIndex::State::Text, version, text);
+                if (writeError.isOk() && (++inGroup >= 500 || groupTime.elapsed() > 2000)) {
+                    writeError = m_index.commit();
+                    if (writeError.isOk())
+                        writeError = m_index.begin();
+                    inGroup = 0;
+                    groupTime.restart();
+                }
+            }
+            ++done;
+            ++m_extracted;
+            if (failed)
+                ++m_failed;
+            if (progress)
+                progress(done, int(stale.size()), fileNameOf(stale.at(i)));
+        },
+        cancel);
+    if (!writeError.isOk()) {
+        m_index.rollback();
+        return writeError;
+    }
+    if (Status s = m_index.commit(); !s) {
+        m_index.rollback();
+        return s;
+    }
+    return run;
+}
+
+Result<QList<bool>> FullTextEngine::find(
+    const QStringList &paths, const QString &word, const Progress &progress, const std::atomic<bool> *cancel)
+{
+    if (Status s = refresh(paths, progress, cancel); !s)
+        return s;
+    QList<bool> hits(paths.size(), false);
+    const QString needle = extract::normalizeForSearch(word);
+    if (needle.isEmpty())
+        return hits;
+    Result<QSet<qint64>> ids = m_index.match(needle);
+    if (!ids)
+        return ids.status();
+    if (ids->isEmpty())
+        return hits;
+    const QString version = extract::extractorVersion();
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!IsFullTextExtension(fileNameOf(paths.at(i))))
+            continue;
+        const std::optional<FullTextIndex::Entry> e = m_index.entry(paths.at(i));
+        if (!e || e->state != FullTextIndex::State::Text || !ids->contains(e->id))
+            continue;
+        // The file as it is now must be the file that was indexed (a deleted or changed file
+        // that could not be read again is no hit).
+        if (extract::fileStamp(paths.at(i)) == e->stamp)
+            hits[i] = true;
+    }
+    return hits;
+}
+
+} // namespace tolvane::search
