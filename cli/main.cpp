@@ -1,4 +1,4 @@
-// tolvane-cli: scripted use of catalogues (create, register, dump, search).
+// tolvane-cli: scripted use of catalogues (create, register, dump, search, index, fulltext).
 #include <QCoreApplication>
 
 #include "cli/commands.h"
@@ -10,7 +10,9 @@ int usage()
     tolvane::cli::writeErr(QStringLiteral("usage: tolvane-cli create CATALOG.mdb\n"
                                           "       tolvane-cli register CATALOG.mdb FOLDER\n"
                                           "       tolvane-cli dump CATALOG.mdb TABLE\n"
-                                          "       tolvane-cli search CATALOG.mdb ..."));
+                                          "       tolvane-cli search CATALOG.mdb ...\n"
+                                          "       tolvane-cli index CATALOG.mdb\n"
+                                          "       tolvane-cli fulltext CATALOG.mdb WORD [search options]"));
     return 2;
 }
 } // namespace
@@ -30,5 +32,9 @@ int main(int argc, char *argv[])
         return tolvane::cli::runDump(args);
     if (command == QLatin1String("search"))
         return tolvane::cli::runSearch(args);
+    if (command == QLatin1String("index"))
+        return tolvane::cli::runIndex(args);
+    if (command == QLatin1String("fulltext"))
+        return tolvane::cli::runFullText(args);
     return usage();
 }

@@ -6,10 +6,14 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 
+#include "catalog/records.h"
 #include "platform/extract/documenttext.h"
 #include "platform/extract/extractionpool.h"
 #include "platform/extract/filestamp.h"
 #include "platform/extract/searchtext.h"
+#include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
+#include "platform/paths.h"
 #include "search/fulltextindex.h"
 
 namespace tolvane::search {
@@ -45,6 +49,41 @@ bool IsFullTextExtension(const QString &fileName)
     if (last.at(0) == QLatin1Char('.'))
         return listed(last.mid(1), three);
     return listed(last, four);
+}
+
+Result<QStringList> recordPaths(jet::Database &db, jet::Recordset &rs)
+{
+    QStringList paths;
+    const int at = rs.position();
+    const int nameField = rs.fieldIndex(QStringLiteral("fName"));
+    const int folderField = rs.fieldIndex(QStringLiteral("pnID"));
+    if (nameField < 0 || folderField < 0)
+        return Status::invalidArgument(QStringLiteral("fName, pnID"));
+    QHash<int, QString> folders;
+    for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
+        const int pnID = rs.field(folderField).toInt();
+        auto it = folders.find(pnID);
+        if (it == folders.end()) {
+            Result<QString> folder = catalog::GetPathName(db, pnID);
+            if (!folder && folder.status().code() != Status::Code::NotFound)
+                return folder.status();
+            it = folders.insert(pnID, folder ? *folder : QString());
+        }
+        paths << (it->isEmpty() ? QString() : joinPath(*it, rs.field(nameField).toString()));
+    }
+    if (at >= 0) {
+        rs.moveFirst();
+        rs.move(at);
+    }
+    return paths;
+}
+
+Result<QStringList> registeredPaths(jet::Database &db)
+{
+    Result<std::unique_ptr<jet::Recordset>> table = db.openTable(QStringLiteral("FILE_ATR"));
+    if (!table)
+        return table.status();
+    return recordPaths(db, **table);
 }
 
 FullTextEngine::FullTextEngine(FullTextIndex &index, extract::ExtractionPool &pool)

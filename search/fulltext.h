@@ -20,6 +20,10 @@
 namespace tolvane::extract {
 class ExtractionPool;
 }
+namespace tolvane::jet {
+class Database;
+class Recordset;
+} // namespace tolvane::jet
 
 namespace tolvane::search {
 
@@ -28,6 +32,13 @@ class FullTextIndex;
 // True when the name ends in one of the searchable extensions, spelt all in lower or all in
 // upper case (a three-letter extension after a dot, or the four-letter docx, xlsx, pptx, html).
 bool IsFullTextExtension(const QString &fileName);
+
+// The full paths of the records of rs (any recordset with fName and pnID: a search result or a
+// binder's contents), record n at index n; the cursor is left where it was. A record whose
+// folder is unknown gives an empty path (never a hit).
+Result<QStringList> recordPaths(jet::Database &db, jet::Recordset &rs);
+// The full paths of every registered file.
+Result<QStringList> registeredPaths(jet::Database &db);
 
 class FullTextEngine {
 public:
