@@ -190,3 +190,51 @@ Result<QList<bool>> FullTextEngine::find(
 }
 
 } // namespace tolvane::search
+
+namespace tolvane::search {
+
+namespace {
+const QString kPromptLines = QStringLiteral(u"検索語句を記入して下さい。\nワイルドカードは使用できません\uff61 ");
+}
+
+QString form5Caption(SearchPurpose purpose)
+{
+    return purpose == SearchPurpose::PhraseInFile ? QStringLiteral(u"ファイル内語句検索") : QStringLiteral(u"全文検索");
+}
+
+QString form5Prompt(SearchPurpose purpose)
+{
+    switch (purpose) {
+    case SearchPurpose::PhraseInFile:
+        break;
+    case SearchPurpose::FolderList:
+        return kPromptLines + QStringLiteral(u"\n検索語句が見つかったファイルは左パネル・ファイル名が反転します。");
+    case SearchPurpose::ResultList:
+        return kPromptLines + QStringLiteral(u"\n検索語句が見つからなかった場合、その行は隠されます。");
+    }
+    return kPromptLines;
+}
+
+QString form5EmptyWordMessage()
+{
+    return QStringLiteral(u"検索語句を記入して下さい。\u3000ワイルドカードは使用できません。");
+}
+
+QString fullTextNotFoundMessage(const QString &word)
+{
+    return QStringLiteral(u"「") + word + QStringLiteral(u"」を含むファイルは見つかりませんでした。");
+}
+
+QString fullTextAllHiddenMessage(const QString &word)
+{
+    return fullTextNotFoundMessage(word) + QStringLiteral(u"\nOKボタンで検索結果一覧を再表示します。");
+}
+
+QString fullTextShowListQuestion()
+{
+    return QStringLiteral(u"検索結果一覧を再表示しますか？\u3000各個表示しますか？\n"
+                          u"検索結果一覧再表示の場合は「はい」を、各個表示の場合は「いいえ」を選択してください。\n"
+                          u"この場合、任意行をクリックすると、そのファイルから各個表示を開始します。");
+}
+
+} // namespace tolvane::search

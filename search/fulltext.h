@@ -68,3 +68,20 @@ private:
 };
 
 } // namespace tolvane::search
+
+namespace tolvane::search {
+
+// The word dialog Form5 serves three searches (SearchPurpose).
+enum class SearchPurpose { PhraseInFile = 0, FolderList = 1, ResultList = 2 };
+QString form5Caption(SearchPurpose purpose);
+QString form5Prompt(SearchPurpose purpose);
+// Refusal of an empty word.
+QString form5EmptyWordMessage();
+// "「word」を含むファイルは見つかりませんでした。"
+QString fullTextNotFoundMessage(const QString &word);
+// The result list search that hid every row.
+QString fullTextAllHiddenMessage(const QString &word);
+// The question after a result list search that found something.
+QString fullTextShowListQuestion();
+
+} // namespace tolvane::search

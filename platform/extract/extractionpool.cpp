@@ -117,6 +117,13 @@ public:
     }
     ~Worker() { stop(false); }
 
+    void abort()
+    {
+        const pid_t pid = m_livePid.load();
+        if (pid > 0)
+            ::kill(-pid, SIGKILL);
+    }
+
     bool canStart() const { return ::access(QFile::encodeName(m_options.workerPath).constData(), X_OK) == 0; }
 
     ExtractionOutcome extract(const QString &path)
@@ -194,6 +201,7 @@ private:
         }
         ::setpgid(pid, pid);
         m_pid = pid;
+        m_livePid = pid;
         m_in = toChild[1];
         m_out = fromChild[0];
         return true;
@@ -233,10 +241,12 @@ private:
             }
         }
         m_pid = -1;
+        m_livePid = -1;
     }
 
     const ExtractionOptions &m_options;
     pid_t m_pid = -1;
+    std::atomic<pid_t> m_livePid { -1 };
     int m_in = -1;
     int m_out = -1;
 };
@@ -247,6 +257,7 @@ class ExtractionPool::Worker {
 public:
     explicit Worker(const ExtractionOptions &) { }
     bool canStart() const { return true; }
+    void abort() { }
     ExtractionOutcome extract(const QString &path)
     {
         DocumentTextExtractor reader;
@@ -307,6 +318,12 @@ Status ExtractionPool::run(const QStringList &paths, const ResultSink &sink, con
     return Status::ok();
 }
 
+void ExtractionPool::abort()
+{
+    for (auto &w : m_workers)
+        w->abort();
+}
+
 Result<QString> ExtractionPool::extractOne(const QString &path)
 {
     if (!m_workers.front()->canStart())
@@ -315,6 +332,44 @@ Result<QString> ExtractionPool::extractOne(const QString &path)
     if (outcome.kind != ExtractionOutcome::Kind::Text)
         return Status::ioError(path);
     return outcome.text;
+}
+
+} // namespace tolvane::extract
+
+namespace tolvane::extract {
+
+WorkerTextExtractor::WorkerTextExtractor(ExtractionOptions options)
+    : m_pool([&options] {
+        options.workers = 1;
+        return options;
+    }())
+{
+}
+
+Result<QString> WorkerTextExtractor::extract(const QString &path, const Progress &progress)
+{
+    std::atomic<bool> done { false };
+    Result<QString> text = QString();
+    std::thread work([&] {
+        text = m_pool.extractOne(path);
+        done = true;
+    });
+    bool stopped = false;
+    while (!done) {
+        if (!stopped && progress && !progress(0, 0)) {
+            stopped = true;
+            m_pool.abort();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(15));
+    }
+    work.join();
+    if (stopped)
+        return Status::cancelled();
+    if (!text && text.status().code() == Status::Code::NotSupported) {
+        DocumentTextExtractor reader;
+        return reader.extract(path, progress);
+    }
+    return text;
 }
 
 } // namespace tolvane::extract

@@ -17,6 +17,7 @@
 #include <QStringList>
 
 #include "platform/status.h"
+#include "platform/textextract.h"
 
 namespace tolvane::extract {
 
@@ -62,12 +63,26 @@ public:
     Result<QString> extractOne(const QString &path);
 
     int workerCount() const;
+    // Ends the files in progress at once (from any thread): they come back as Crashed.
+    void abort();
 
     class Worker;
 
 private:
     ExtractionOptions m_options;
     std::vector<std::unique_ptr<Worker>> m_workers;
+};
+
+// The extractor of the viewer: one worker process, asked from the calling thread, which keeps
+// reporting progress (0 of 0: the length is unknown) while it waits; a stop request ends the
+// worker. Where no worker can be started the readers run in process.
+class WorkerTextExtractor : public TextExtractor {
+public:
+    explicit WorkerTextExtractor(ExtractionOptions options = {});
+    Result<QString> extract(const QString &path, const Progress &progress = {}) override;
+
+private:
+    ExtractionPool m_pool;
 };
 
 } // namespace tolvane::extract

@@ -6,9 +6,11 @@
 
 #include "platform/apptitle.h"
 #include "platform/paths.h"
+#include "platform/extract/extractionpool.h"
 #include "platform/textextract.h"
 #include "viewer/notices.h"
 #include "viewer/ui/picturedisplay.h"
+#include "viewer/ui/phrasemarks.h"
 #include "viewer/ui/pictureview.h"
 #include "viewer/ui/textdisplay.h"
 
@@ -39,6 +41,7 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
     m_folder = folder;
     m_name = name;
     const Presentation presentation = presentationFor(name);
+    m_textShown = presentation == Presentation::OwnText || presentation == Presentation::ExtractedText;
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
@@ -63,8 +66,9 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
         break;
     case Presentation::ExtractedText: {
         Q_EMIT paneWanted(Pane::Text);
-        BuiltinTextExtractor builtin;
-        ShowExtractedText(m_text, m_extractor ? *m_extractor : builtin, shownPath());
+        if (!m_extractor && !m_workerExtractor)
+            m_workerExtractor = std::make_unique<extract::WorkerTextExtractor>();
+        ShowExtractedText(m_text, m_extractor ? *m_extractor : *m_workerExtractor, shownPath());
         applyTextFontSize(m_text, fontSize);
         break;
     }
@@ -80,6 +84,7 @@ void ViewerController::ClearPicTxt()
 {
     m_picture->clear();
     m_text->clear();
+    m_textShown = false;
 }
 
 void ViewerController::StepPage(bool next)
@@ -126,6 +131,12 @@ void ViewerController::ExportToExcel() { }
 
 void ViewerController::ShowDrawing() { }
 
-void ViewerController::WordSeek() { }
+bool ViewerController::SearchStrFunc(const QString &word)
+{
+    if (m_textShown && markAllOccurrences(m_text, word) > 0)
+        return true;
+    m_prompter.inform(appTitle(), phraseNotFoundMessage(word), Prompter::Icon::Information);
+    return false;
+}
 
 } // namespace tolvane::viewer::ui

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include <QObject>
 
@@ -35,7 +36,7 @@ public:
     PictureView *pictureView() const { return m_picture; } // imk
     QTextEdit *textView() const { return m_text; } // mData
 
-    // The extractor behind extracted text (null: the built-in one); not owned.
+    // The extractor behind extracted text (null: a worker process, see extractionpool.h); not owned.
     void setTextExtractor(TextExtractor *extractor) { m_extractor = extractor; }
     // Opens a file in the desktop's application for it (unset: QDesktopServices).
     void setFileOpener(std::function<bool(const QString &path)> opener) { m_opener = std::move(opener); }
@@ -68,8 +69,10 @@ public:
     void ExportToExcel();
     // TODO(#14): "sxf" draws the shown drawing.
     void ShowDrawing();
-    // TODO(#12): "WordSeek" finds a phrase in the shown text.
-    void WordSeek();
+    // SearchStrFunc: marks every occurrence of word in the shown text ("WordSeek" after the
+    // word dialog). True when at least one was found; otherwise the not-found message, also when
+    // no text is shown (a picture, a drawing or a notice).
+    bool SearchStrFunc(const QString &word);
 
 Q_SIGNALS:
     void paneWanted(Pane pane);
@@ -83,6 +86,8 @@ private:
     PictureView *m_picture;
     QTextEdit *m_text;
     TextExtractor *m_extractor = nullptr;
+    std::unique_ptr<TextExtractor> m_workerExtractor;
+    bool m_textShown = false; // mData holds the shown file's own or extracted text
     std::function<bool(const QString &)> m_opener;
     QString m_folder;
     QString m_name;
