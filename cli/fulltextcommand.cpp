@@ -2,11 +2,10 @@
 // files that hold a word, among all registered files or among the rows of a catalogue search.
 #include <csignal>
 #include <cstdio>
+#include <unistd.h>
 
 #include <QElapsedTimer>
 #include <QFileInfo>
-
-#include <unistd.h>
 
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"

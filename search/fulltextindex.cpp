@@ -1,5 +1,7 @@
 #include "search/fulltextindex.h"
 
+#include <sqlite3.h>
+
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -7,8 +9,6 @@
 #include <QStandardPaths>
 #include <QStorageInfo>
 #include <QTemporaryFile>
-
-#include <sqlite3.h>
 
 #include "platform/extract/searchtext.h"
 
@@ -73,8 +73,8 @@ void bigramDelete(Fts5Tokenizer *) { }
 Status sqliteError(sqlite3 *db, const char *what)
 {
     const int code = db ? sqlite3_errcode(db) : SQLITE_ERROR;
-    const QString text = QString::fromUtf8(what) + QStringLiteral(": ")
-        + QString::fromUtf8(db ? sqlite3_errmsg(db) : "no database");
+    const QString text
+        = QString::fromUtf8(what) + QStringLiteral(": ") + QString::fromUtf8(db ? sqlite3_errmsg(db) : "no database");
     if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB)
         return Status::corruption(text);
     return Status::ioError(text);
@@ -98,7 +98,8 @@ struct Statement {
     void bind(int i, qint64 v) { sqlite3_bind_int64(stmt, i, v); }
     QString text(int i) const
     {
-        return QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(stmt, i)), sqlite3_column_bytes(stmt, i));
+        return QString::fromUtf8(
+            reinterpret_cast<const char *>(sqlite3_column_text(stmt, i)), sqlite3_column_bytes(stmt, i));
     }
 };
 
@@ -177,7 +178,8 @@ QString FullTextIndex::locationFor(const QString &catalogPath)
     if (catalogPath.isEmpty())
         return cache + QStringLiteral("/folders.fulltext");
     const QByteArray key
-        = QCryptographicHash::hash(QFileInfo(catalogPath).absoluteFilePath().toUtf8(), QCryptographicHash::Sha1).toHex();
+        = QCryptographicHash::hash(QFileInfo(catalogPath).absoluteFilePath().toUtf8(), QCryptographicHash::Sha1)
+              .toHex();
     return cache + QLatin1Char('/') + QString::fromLatin1(key.left(16)) + QLatin1Char('-')
         + QFileInfo(catalogPath).completeBaseName() + QStringLiteral(".fulltext");
 }
@@ -188,8 +190,8 @@ Result<std::unique_ptr<FullTextIndex>> FullTextIndex::open(const QString &file)
     for (int attempt = 0; attempt < 2; ++attempt) {
         std::unique_ptr<FullTextIndex> index(new FullTextIndex(file));
         const QByteArray name = QFile::encodeName(file);
-        if (sqlite3_open_v2(name.constData(), &index->m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
-                nullptr)
+        if (sqlite3_open_v2(name.constData(), &index->m_db,
+                SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr)
             != SQLITE_OK) {
             return sqliteError(index->m_db, "open");
         }

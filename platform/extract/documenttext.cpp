@@ -1,12 +1,12 @@
 #include "platform/extract/documenttext.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QStringDecoder>
-
 #include <libxml/xmlversion.h>
 #include <poppler/cpp/poppler-version.h>
 #include <zip.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStringDecoder>
 
 namespace tolvane::extract {
 

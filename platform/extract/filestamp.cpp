@@ -1,7 +1,7 @@
 #include "platform/extract/filestamp.h"
 
-#include <QFile>
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 
 #ifdef Q_OS_UNIX

@@ -2,12 +2,11 @@
 // plain-text detection) and the page decoded by us; libxml2's HTML parser then reads UTF-8
 // only. Given the raw bytes it would stop at the first character its own CP932 table lacks.
 #include <cstring>
+#include <libxml/HTMLparser.h>
+#include <libxml/tree.h>
 #include <memory>
 
 #include <QRegularExpression>
-
-#include <libxml/HTMLparser.h>
-#include <libxml/tree.h>
 
 #include "platform/extract/documenttext.h"
 

@@ -2,17 +2,15 @@
 // of the document's XML parts inside the zip container, read by local element names so that
 // namespace prefixes and versions do not matter. Paragraph-like elements end a line.
 #include <algorithm>
-#include <memory>
-
 #include <cstring>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <memory>
+#include <zip.h>
 
 #include <QFile>
 #include <QRegularExpression>
 #include <QStringList>
-
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-#include <zip.h>
 
 #include "platform/extract/documenttext.h"
 
@@ -146,7 +144,8 @@ Result<QString> officeXmlText(const QString &path, const QString &suffix)
     QList<QRegularExpression> patterns;
     if (suffix == QLatin1String("docx")) {
         dialect = Dialect::WordprocessingML;
-        patterns = { QRegularExpression(QStringLiteral("^word/(header\\d*|document|footnotes|endnotes|footer\\d*)\\.xml$")) };
+        patterns = { QRegularExpression(
+            QStringLiteral("^word/(header\\d*|document|footnotes|endnotes|footer\\d*)\\.xml$")) };
     } else if (suffix == QLatin1String("xlsx")) {
         dialect = Dialect::SpreadsheetML;
         patterns = { QRegularExpression(QStringLiteral("^xl/sharedStrings\\.xml$")),

@@ -1,10 +1,9 @@
 // PDF text through poppler's C++ interface, page by page in reading order.
 #include <memory>
-
-#include <QFile>
-
 #include <poppler/cpp/poppler-document.h>
 #include <poppler/cpp/poppler-page.h>
+
+#include <QFile>
 
 #include "platform/extract/documenttext.h"
 

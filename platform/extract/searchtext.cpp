@@ -16,8 +16,8 @@ bool isCjk(char16_t u)
 
 bool isSpace(char16_t u)
 {
-    return u == u' ' || u == u'\t' || u == u'\n' || u == u'\r' || u == u'\f' || u == u'\v' || u == 0x3000
-        || u == 0xa0 || QChar::isSpace(u);
+    return u == u' ' || u == u'\t' || u == u'\n' || u == u'\r' || u == u'\f' || u == u'\v' || u == 0x3000 || u == 0xa0
+        || QChar::isSpace(u);
 }
 
 // Marks that belong to the character before them (half-width voicing marks included).
@@ -92,7 +92,8 @@ template <class Out> void normalizeInto(const QString &source, Out &out)
                 return;
             }
             if (pendingSpace) {
-                if (!out.empty() && !isCjk(out.last()) && !(firstOfCluster && isCjk(ch.unicode())) && !isCjk(ch.unicode()))
+                if (!out.empty() && !isCjk(out.last()) && !(firstOfCluster && isCjk(ch.unicode()))
+                    && !isCjk(ch.unicode()))
                     out.append(QChar(u' '), spaceBegin, spaceEnd);
                 pendingSpace = false;
             }

@@ -1,6 +1,10 @@
 // Readers that hand the file to another program or a library with its own document model:
 // Word 97-2003 through wvWare, Write and Lotus 1-2-3 (and its Japanese editions) through
 // libwps, Excel and PowerPoint 97-2003 through LibreOffice when it is installed.
+#include <librevenge-generators/librevenge-generators.h>
+#include <librevenge-stream/librevenge-stream.h>
+#include <libwps/libwps.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -8,10 +12,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QUrl>
-
-#include <librevenge-generators/librevenge-generators.h>
-#include <librevenge-stream/librevenge-stream.h>
-#include <libwps/libwps.h>
 
 #include "platform/extract/documenttext.h"
 
@@ -113,10 +113,12 @@ Result<QString> sofficeText(const QString &path, const QString &suffix)
     if (!work.isValid())
         return Status::ioError(work.errorString());
     // A profile of its own, so that several workers (and the user's LibreOffice) never share one.
-    const QString profile = QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(work.filePath(QStringLiteral("profile"))).toString();
+    const QString profile = QStringLiteral("-env:UserInstallation=")
+        + QUrl::fromLocalFile(work.filePath(QStringLiteral("profile"))).toString();
     const bool sheet = suffix == QLatin1String("xls");
-    const QString filter = sheet ? QStringLiteral("csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1")
-                                 : QStringLiteral("odp");
+    const QString filter = sheet
+        ? QStringLiteral("csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1")
+        : QStringLiteral("odp");
     Result<QByteArray> run = runTool(program,
         { profile, QStringLiteral("--headless"), QStringLiteral("--norestore"), QStringLiteral("--convert-to"), filter,
             QStringLiteral("--outdir"), work.path(), path });

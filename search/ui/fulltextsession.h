@@ -32,7 +32,8 @@ public:
 
     // For each path, whether the file holds word (see FullTextEngine::find), using the index of
     // catalogPath (empty: no catalogue). Cancelled when the user stopped it.
-    Result<QList<bool>> find(QWidget *parent, const QString &catalogPath, const QStringList &paths, const QString &word);
+    Result<QList<bool>> find(
+        QWidget *parent, const QString &catalogPath, const QStringList &paths, const QString &word);
 
     // The index file in use (empty before the first run).
     QString indexFile() const;

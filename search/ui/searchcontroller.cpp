@@ -136,7 +136,8 @@ void SearchController::FullTextSearch(
     if (!hits && hits.status().code() == Status::Code::Cancelled)
         return;
     if (!hits && hits.status().code() != Status::Code::NotSupported) {
-        message(QStringLiteral(u"全文検索を実行できませんでした。\n") + hits.status().toString(), Prompter::Icon::Warning);
+        message(
+            QStringLiteral(u"全文検索を実行できませんでした。\n") + hits.status().toString(), Prompter::Icon::Warning);
         return;
     }
     const QList<bool> flags = hits ? *hits : QList<bool>(paths.size(), false);
@@ -154,14 +155,16 @@ void SearchController::FullTextSearchDB(jet::Recordset *records)
         return;
     Result<QStringList> paths = recordPaths(*db, *records);
     if (!paths) {
-        message(QStringLiteral(u"全文検索を実行できませんでした。\n") + paths.status().toString(), Prompter::Icon::Warning);
+        message(
+            QStringLiteral(u"全文検索を実行できませんでした。\n") + paths.status().toString(), Prompter::Icon::Warning);
         return;
     }
     Result<QList<bool>> hits = m_fullText->find(m_view->window(), m_catalog.CatalogPath, *paths, m_fullTextWord);
     if (!hits && hits.status().code() == Status::Code::Cancelled)
         return;
     if (!hits && hits.status().code() != Status::Code::NotSupported) {
-        message(QStringLiteral(u"全文検索を実行できませんでした。\n") + hits.status().toString(), Prompter::Icon::Warning);
+        message(
+            QStringLiteral(u"全文検索を実行できませんでした。\n") + hits.status().toString(), Prompter::Icon::Warning);
         return;
     }
     const QList<bool> flags = hits ? *hits : QList<bool>(paths->size(), false);

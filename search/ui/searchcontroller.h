@@ -76,8 +76,8 @@ public:
     // of fr, in order). markHits gets one flag per row (true: a hit) once the search is done;
     // no hit at all ends with the not-found message. Nothing happens when the dialog is
     // cancelled.
-    void FullTextSearch(const QString &folder, const QStringList &names,
-        const std::function<void(const QList<bool> &hits)> &markHits);
+    void FullTextSearch(
+        const QString &folder, const QStringList &names, const std::function<void(const QList<bool> &hits)> &markHits);
     // "FullTextSearchDB": asks the word, then searches the files of records (the set the list
     // was filled from, so that grid row n is record n) and hides the rows that are no hit
     // (HiddenRowCount). Every row hidden: the not-found message, then the whole list again;

@@ -5,12 +5,12 @@
 #include <QUrl>
 
 #include "platform/apptitle.h"
-#include "platform/paths.h"
 #include "platform/extract/extractionpool.h"
+#include "platform/paths.h"
 #include "platform/textextract.h"
 #include "viewer/notices.h"
-#include "viewer/ui/picturedisplay.h"
 #include "viewer/ui/phrasemarks.h"
+#include "viewer/ui/picturedisplay.h"
 #include "viewer/ui/pictureview.h"
 #include "viewer/ui/textdisplay.h"
 

@@ -6,11 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QFileInfo>
-
-#include <unistd.h>
 
 #include "platform/extract/documenttext.h"
 
@@ -44,7 +43,8 @@ bool writeFull(int fd, const char *data, size_t size)
 // makes the worker die or hang on a file of that name.
 void injectFault(const QString &path)
 {
-    static const QStringList faults = qEnvironmentVariable("TOLVANE_EXTRACT_FAULTS").split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    static const QStringList faults
+        = qEnvironmentVariable("TOLVANE_EXTRACT_FAULTS").split(QLatin1Char(';'), Qt::SkipEmptyParts);
     const QString name = QFileInfo(path).fileName();
     for (const QString &fault : faults) {
         if (fault == QStringLiteral("crash=") + name)
