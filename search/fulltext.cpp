@@ -35,20 +35,37 @@ bool IsFullTextExtension(const QString &fileName)
         "jvw", "jtd", "jtt", "oas", "oa2", "oa3", "bun", "sxc", "sxw", "sxi", "sxd", "ods", "odt", "odp", "odg", "wj2",
         "wj3", "wk3", "wk4", "123", "wri", "mht", "eml" };
     static const char *const four[] = { "docx", "xlsx", "pptx", "html" };
-    if (fileName.size() < 4)
+    const qsizetype n = fileName.size();
+    if (n < 4)
         return false;
-    const QString last = fileName.right(4);
-    auto listed = [](const QString &ext, const auto &names) {
-        for (const char *n : names) {
-            const QString lower = QString::fromLatin1(n);
-            if (ext == lower || (lower != QLatin1String("123") && ext == lower.toUpper()))
+    const bool dotted = fileName.at(n - 4) == QLatin1Char('.');
+    const qsizetype length = dotted ? 3 : 4;
+    const QChar *ext = fileName.constData() + n - length;
+    // Exactly the listed spelling in lower case, or the same in upper case ("123" has no case).
+    auto matches = [&](const char *name) {
+        bool lower = true;
+        bool upper = true;
+        for (qsizetype i = 0; i < length; ++i) {
+            const char16_t c = ext[i].unicode();
+            const char l = name[i];
+            const char u = (l >= 'a' && l <= 'z') ? char(l - 32) : l;
+            lower = lower && c == char16_t(l);
+            upper = upper && c == char16_t(u);
+        }
+        return lower || upper;
+    };
+    if (dotted) {
+        for (const char *name : three) {
+            if (matches(name))
                 return true;
         }
         return false;
-    };
-    if (last.at(0) == QLatin1Char('.'))
-        return listed(last.mid(1), three);
-    return listed(last, four);
+    }
+    for (const char *name : four) {
+        if (matches(name))
+            return true;
+    }
+    return false;
 }
 
 Result<QStringList> recordPaths(jet::Database &db, jet::Recordset &rs)
@@ -94,18 +111,28 @@ FullTextEngine::FullTextEngine(FullTextIndex &index, extract::ExtractionPool &po
 
 Status FullTextEngine::refresh(const QStringList &paths, const Progress &progress, const std::atomic<bool> *cancel)
 {
+    QList<extract::FileStamp> now;
+    return refresh(paths, now, progress, cancel);
+}
+
+Status FullTextEngine::refresh(
+    const QStringList &paths, QList<extract::FileStamp> &now, const Progress &progress, const std::atomic<bool> *cancel)
+{
     m_extracted = 0;
     m_failed = 0;
     const QString version = extract::extractorVersion();
     QStringList stale;
     QList<extract::FileStamp> stamps;
-    for (const QString &path : paths) {
+    now = QList<extract::FileStamp>(paths.size());
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        const QString &path = paths.at(i);
         if (!IsFullTextExtension(fileNameOf(path)))
             continue;
         const extract::FileStamp stamp = extract::fileStamp(path);
+        now[i] = stamp;
         if (!stamp.exists)
             continue;
-        const std::optional<FullTextIndex::Entry> e = m_index.entry(path);
+        const FullTextIndex::Entry *e = m_index.entry(path);
         if (e && e->stamp == stamp && e->version == version)
             continue;
         stale << path;
@@ -163,7 +190,8 @@ Status FullTextEngine::refresh(const QStringList &paths, const Progress &progres
 Result<QList<bool>> FullTextEngine::find(
     const QStringList &paths, const QString &word, const Progress &progress, const std::atomic<bool> *cancel)
 {
-    if (Status s = refresh(paths, progress, cancel); !s)
+    QList<extract::FileStamp> now;
+    if (Status s = refresh(paths, now, progress, cancel); !s)
         return s;
     QList<bool> hits(paths.size(), false);
     const QString needle = extract::normalizeForSearch(word);
@@ -174,16 +202,13 @@ Result<QList<bool>> FullTextEngine::find(
         return ids.status();
     if (ids->isEmpty())
         return hits;
-    const QString version = extract::extractorVersion();
     for (qsizetype i = 0; i < paths.size(); ++i) {
-        if (!IsFullTextExtension(fileNameOf(paths.at(i))))
-            continue;
-        const std::optional<FullTextIndex::Entry> e = m_index.entry(paths.at(i));
-        if (!e || e->state != FullTextIndex::State::Text || !ids->contains(e->id))
-            continue;
-        // The file as it is now must be the file that was indexed (a deleted or changed file
-        // that could not be read again is no hit).
-        if (extract::fileStamp(paths.at(i)) == e->stamp)
+        if (!now.at(i).exists)
+            continue; // not searchable, or not there
+        const FullTextIndex::Entry *e = m_index.entry(paths.at(i));
+        // The file as it is now must be the file that was indexed (a changed file that could
+        // not be read again is no hit).
+        if (e && e->state == FullTextIndex::State::Text && e->stamp == now.at(i) && ids->contains(e->id))
             hits[i] = true;
     }
     return hits;

@@ -15,6 +15,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "platform/extract/filestamp.h"
 #include "platform/status.h"
 
 namespace tolvane::extract {
@@ -61,6 +62,11 @@ public:
     int lastFailed() const { return m_failed; }
 
 private:
+    // The same, giving the stamp of each path as it was seen (not existing: not searchable or
+    // not there).
+    Status refresh(const QStringList &paths, QList<extract::FileStamp> &now, const Progress &progress,
+        const std::atomic<bool> *cancel);
+
     FullTextIndex &m_index;
     extract::ExtractionPool &m_pool;
     int m_extracted = 0;

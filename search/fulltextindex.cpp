@@ -17,7 +17,7 @@ namespace tolvane::search {
 namespace {
 
 // Raise when the tables change; kTokenizer when the tokens do.
-constexpr const char *kSchema = "1";
+constexpr const char *kSchema = "2";
 constexpr const char *kTokenizer = "bigram1";
 constexpr const char *kTokenizerName = "tolvane_bigram";
 
@@ -229,10 +229,11 @@ Status FullTextIndex::prepare()
     // A new index.
     if (!exec(m_db, "BEGIN"))
         return sqliteError(m_db, "begin");
-    const char *schema = "CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);"
-                         "CREATE TABLE files(id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, size INTEGER NOT NULL,"
-                         " mtime INTEGER NOT NULL, state INTEGER NOT NULL, version TEXT NOT NULL);"
-                         "CREATE VIRTUAL TABLE body USING fts5(text, tokenize='tolvane_bigram', columnsize=0);";
+    const char *schema
+        = "CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);"
+          "CREATE TABLE files(id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, size INTEGER NOT NULL,"
+          " mtime INTEGER NOT NULL, state INTEGER NOT NULL, version TEXT NOT NULL);"
+          "CREATE VIRTUAL TABLE body USING fts5(text, tokenize='tolvane_bigram', prefix='1', columnsize=0);";
     if (!exec(m_db, schema)) {
         const Status s = sqliteError(m_db, "schema");
         exec(m_db, "ROLLBACK");
@@ -274,12 +275,10 @@ Status FullTextIndex::loadEntries()
     return Status::ok();
 }
 
-std::optional<FullTextIndex::Entry> FullTextIndex::entry(const QString &path) const
+const FullTextIndex::Entry *FullTextIndex::entry(const QString &path) const
 {
     const auto it = m_entries.constFind(path);
-    if (it == m_entries.cend())
-        return std::nullopt;
-    return *it;
+    return it == m_entries.cend() ? nullptr : &*it;
 }
 
 Status FullTextIndex::begin()

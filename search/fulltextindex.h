@@ -47,7 +47,8 @@ public:
     FullTextIndex &operator=(const FullTextIndex &) = delete;
 
     const QString &file() const { return m_file; }
-    std::optional<Entry> entry(const QString &path) const;
+    // The row of path, or null; valid until the next write.
+    const Entry *entry(const QString &path) const;
     qsizetype fileCount() const { return m_entries.size(); }
 
     // Writes are grouped: begin() ... store() ... commit(); an interrupted group leaves the
