@@ -194,10 +194,20 @@ void TestForm1FullText::wordSeekMarks()
     QVERIFY(h.click(u"StartShowFile"_s));
     h.prompter.planFolder(m_docs);
     QVERIFY(h.click(u"View"_s));
-    const int row = int(h.w->browser().names().indexOf(u"words.txt"_s)) + 1;
-    QVERIFY(row > 0);
     QTableView *fr = h.fr();
-    QTest::mouseClick(fr->viewport(), Qt::LeftButton, {}, fr->visualRect(fr->model()->index(row - 1, 0)).center());
+    auto show = [&](const QString &name) {
+        const int row = int(h.w->browser().names().indexOf(name)) + 1;
+        QVERIFY(row > 0);
+        QTest::mouseClick(fr->viewport(), Qt::LeftButton, {}, fr->visualRect(fr->model()->index(row - 1, 0)).center());
+    };
+    // The extracted-text route reads the same text the search does (through the worker).
+    show(u"mail.eml"_s);
+    QVERIFY(h.mData()->toPlainText().startsWith(u"件名の確認\n"_s));
+    h.prompter.planText(u"髙橋"_s);
+    QVERIFY(h.click(u"WordSeek"_s));
+    QCOMPARE(h.mData()->textCursor().selectedText(), u"髙橋"_s);
+
+    show(u"words.txt"_s);
     QCOMPARE(h.mData()->toPlainText(), u"Aaa ab ｱﾌﾞ aB\nアブ AB"_s);
     const int size = QTextCursor(h.mData()->document()).charFormat().font().pointSize();
 

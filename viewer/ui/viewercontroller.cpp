@@ -1,6 +1,7 @@
 #include "viewer/ui/viewercontroller.h"
 
 #include <QDesktopServices>
+#include <QTextCharFormat>
 #include <QTextEdit>
 #include <QUrl>
 
@@ -42,6 +43,11 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
     m_name = name;
     const Presentation presentation = presentationFor(name);
     m_textShown = presentation == Presentation::OwnText || presentation == Presentation::ExtractedText;
+    if (presentation != Presentation::Picture && presentation != Presentation::MultiPagePicture) {
+        // The phrase marks must not carry over into the next text.
+        m_text->clear();
+        m_text->setCurrentCharFormat(QTextCharFormat());
+    }
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
