@@ -36,7 +36,11 @@ struct ExtractionOptions {
     int workers = 0; // 0: one per core
     int baseMilliseconds = 10000;
     int millisecondsPerMegabyte = 1000;
-    qint64 addressSpaceBytes = qint64(3) << 30;
+#if defined(__SANITIZE_ADDRESS__)
+    qint64 addressSpaceBytes = 0; // the sanitizer reserves more address space than any limit allows
+#else
+    qint64 addressSpaceBytes = qint64(3) << 30; // 0: no limit
+#endif
     qint64 maxTextBytes = qint64(32) << 20; // a longer text is cut here
 };
 
