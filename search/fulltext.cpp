@@ -1,6 +1,7 @@
 #include "search/fulltext.h"
 
 #include <mutex>
+#include <thread>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -68,6 +69,32 @@ bool IsFullTextExtension(const QString &fileName)
     return false;
 }
 
+namespace {
+
+// The stamps of the searchable files among paths (others: not existing). A repeat search is
+// mostly this: one status call per file, spread over the cores for long lists.
+QList<extract::FileStamp> stampsOf(const QStringList &paths)
+{
+    QList<extract::FileStamp> stamps(paths.size());
+    auto work = [&](qsizetype from, qsizetype to) {
+        for (qsizetype i = from; i < to; ++i) {
+            if (IsFullTextExtension(fileNameOf(paths.at(i))))
+                stamps[i] = extract::fileStamp(paths.at(i));
+        }
+    };
+    const qsizetype n = paths.size();
+    const qsizetype threads = n < 2000 ? 1 : qsizetype(std::max(1u, std::min(4u, std::thread::hardware_concurrency())));
+    std::vector<std::thread> helpers;
+    for (qsizetype t = 1; t < threads; ++t)
+        helpers.emplace_back(work, n * t / threads, n * (t + 1) / threads);
+    work(0, n / threads);
+    for (std::thread &h : helpers)
+        h.join();
+    return stamps;
+}
+
+} // namespace
+
 Result<QStringList> recordPaths(jet::Database &db, jet::Recordset &rs)
 {
     QStringList paths;
@@ -123,13 +150,10 @@ Status FullTextEngine::refresh(
     const QString version = extract::extractorVersion();
     QStringList stale;
     QList<extract::FileStamp> stamps;
-    now = QList<extract::FileStamp>(paths.size());
+    now = stampsOf(paths);
     for (qsizetype i = 0; i < paths.size(); ++i) {
         const QString &path = paths.at(i);
-        if (!IsFullTextExtension(fileNameOf(path)))
-            continue;
-        const extract::FileStamp stamp = extract::fileStamp(path);
-        now[i] = stamp;
+        const extract::FileStamp &stamp = now.at(i);
         if (!stamp.exists)
             continue;
         const FullTextIndex::Entry *e = m_index.entry(path);
