@@ -112,9 +112,14 @@ Result<QString> sofficeText(const QString &path, const QString &suffix)
     QTemporaryDir work;
     if (!work.isValid())
         return Status::ioError(work.errorString());
-    // A profile of its own, so that several workers (and the user's LibreOffice) never share one.
-    const QString profile = QStringLiteral("-env:UserInstallation=")
-        + QUrl::fromLocalFile(work.filePath(QStringLiteral("profile"))).toString();
+    // One LibreOffice profile per process (each extraction worker has its own, so that they
+    // never share one, nor the user's), made on first use and kept for the process's life:
+    // a fresh profile costs seconds on every start.
+    static QTemporaryDir profileDir;
+    if (!profileDir.isValid())
+        return Status::ioError(profileDir.errorString());
+    const QString profile
+        = QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(profileDir.path()).toString();
     const bool sheet = suffix == QLatin1String("xls");
     const QString filter = sheet
         ? QStringLiteral("csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1")
