@@ -293,7 +293,6 @@ Status ExtractionPool::run(const QStringList &paths, const ResultSink &sink, con
     if (!m_workers.front()->canStart())
         return Status::notSupported(m_options.workerPath);
     std::atomic<qsizetype> next { 0 };
-    std::mutex sinkLock;
     auto loop = [&](Worker &worker) {
         while (true) {
             if (cancel && cancel->load())
@@ -301,9 +300,7 @@ Status ExtractionPool::run(const QStringList &paths, const ResultSink &sink, con
             const qsizetype i = next.fetch_add(1);
             if (i >= paths.size())
                 return;
-            ExtractionOutcome outcome = worker.extract(paths.at(i));
-            std::lock_guard<std::mutex> lock(sinkLock);
-            sink(i, std::move(outcome));
+            sink(i, worker.extract(paths.at(i)));
         }
     };
     const size_t n = std::min<size_t>(m_workers.size(), size_t(paths.size()));

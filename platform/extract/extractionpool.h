@@ -55,7 +55,7 @@ public:
     ExtractionPool(const ExtractionPool &) = delete;
     ExtractionPool &operator=(const ExtractionPool &) = delete;
 
-    // Called from the workers' threads, one call at a time, for each path handed out.
+    // Called from the workers' threads, concurrently, once for each path handed out.
     using ResultSink = std::function<void(qsizetype index, ExtractionOutcome outcome)>;
 
     // Extracts every path (in no particular order), reporting each through sink; stops handing

@@ -134,17 +134,20 @@ void TestFullText::workersGiveTheSameText()
     QStringList paths;
     for (const QString &name : std::as_const(m_names))
         paths << QDir(m_docs).filePath(name);
-    QList<QString> texts(paths.size());
-    QList<int> seen(paths.size(), 0);
+    // Answers arrive on the workers' threads: each index is written by one of them only.
+    std::vector<QString> texts(size_t(paths.size()));
+    std::vector<int> kinds(size_t(paths.size()), -1);
+    std::vector<std::atomic<int>> seen(size_t(paths.size()));
     QVERIFY(pool.run(paths, [&](qsizetype i, extract::ExtractionOutcome o) {
-        QCOMPARE(int(o.kind), int(extract::ExtractionOutcome::Kind::Text));
-        texts[i] = o.text;
-        ++seen[i];
+        texts[size_t(i)] = o.text;
+        kinds[size_t(i)] = int(o.kind);
+        ++seen[size_t(i)];
     }));
     extract::DocumentTextExtractor reader;
     for (qsizetype i = 0; i < paths.size(); ++i) {
-        QCOMPARE(seen.at(i), 1);
-        QCOMPARE(texts.at(i), *reader.extract(paths.at(i)));
+        QCOMPARE(seen[size_t(i)].load(), 1);
+        QCOMPARE(kinds[size_t(i)], int(extract::ExtractionOutcome::Kind::Text));
+        QCOMPARE(texts[size_t(i)], *reader.extract(paths.at(i)));
     }
 }
 
