@@ -263,7 +263,7 @@ void TestFullText::crashAndHangAreMissesNotRetried()
     qputenv("TOLVANE_EXTRACT_FAULTS", "crash=crash.txt;hang=hang.txt");
     extract::ExtractionOptions options;
     options.workers = 2;
-    options.baseMilliseconds = 1500;
+    options.baseMilliseconds = 3000;
     extract::ExtractionPool pool(options);
     Result<std::unique_ptr<search::FullTextIndex>> index = search::FullTextIndex::open(dir.filePath(u"i.fulltext"_s));
     QVERIFY(index);
