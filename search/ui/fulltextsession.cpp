@@ -5,6 +5,7 @@
 #include <thread>
 
 #include <QEventLoop>
+#include <QFile>
 #include <QProgressDialog>
 #include <QTimer>
 
@@ -42,6 +43,22 @@ Status FullTextSession::openIndex(const QString &catalogPath)
 }
 
 Result<QList<bool>> FullTextSession::find(
+    QWidget *parent, const QString &catalogPath, const QStringList &paths, const QString &word)
+{
+    Result<QList<bool>> result = run(parent, catalogPath, paths, word);
+    if (!result && result.status().code() == Status::Code::Corruption && m_index) {
+        // Found damaged while in use: the index is only a cache, so it is thrown away and
+        // built again from the files.
+        const QString file = m_index->file();
+        m_index.reset();
+        for (const char *suffix : { "", "-wal", "-shm", "-journal" })
+            QFile::remove(file + QString::fromLatin1(suffix));
+        result = run(parent, catalogPath, paths, word);
+    }
+    return result;
+}
+
+Result<QList<bool>> FullTextSession::run(
     QWidget *parent, const QString &catalogPath, const QStringList &paths, const QString &word)
 {
     if (Status s = openIndex(catalogPath); !s)

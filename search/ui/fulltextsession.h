@@ -31,7 +31,8 @@ public:
     void setExtractionOptions(const extract::ExtractionOptions &options);
 
     // For each path, whether the file holds word (see FullTextEngine::find), using the index of
-    // catalogPath (empty: no catalogue). Cancelled when the user stopped it.
+    // catalogPath (empty: no catalogue). Cancelled when the user stopped it. An index found
+    // damaged on the way is deleted and the search run once more on a new one.
     Result<QList<bool>> find(
         QWidget *parent, const QString &catalogPath, const QStringList &paths, const QString &word);
 
@@ -40,6 +41,7 @@ public:
 
 private:
     Status openIndex(const QString &catalogPath);
+    Result<QList<bool>> run(QWidget *parent, const QString &catalogPath, const QStringList &paths, const QString &word);
 
     extract::ExtractionOptions m_options;
     std::unique_ptr<extract::ExtractionPool> m_pool;
