@@ -4,6 +4,12 @@
 
 #include <QStringList>
 
+#include "search/catalogqueries.h"
+
+namespace tolvane::jet {
+class Database;
+}
+
 namespace tolvane::cli {
 
 int runCreate(const QStringList &args);
@@ -16,5 +22,16 @@ int runRepair(const QStringList &args);
 int runBinder(const QStringList &args);
 // Needs a QGuiApplication (fonts).
 int runRender(const QStringList &args);
+int runIndex(const QStringList &args);
+int runFullText(const QStringList &args);
+
+// A catalogue search as `search` takes it (the catalogue's path first, then the options):
+// result holds the found rows; without result the search refused, failed or found nothing,
+// and said so, and exitCode tells which.
+struct CatalogueSearch {
+    int exitCode = 0;
+    search::RecordsetSlot result;
+};
+CatalogueSearch searchCatalogue(jet::Database &db, const QStringList &args);
 
 } // namespace tolvane::cli

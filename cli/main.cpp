@@ -1,5 +1,5 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair,
-// binders) and drawing previews (render).
+// binders, index, fulltext) and drawing previews (render).
 #include <memory>
 
 #include <QCoreApplication>
@@ -20,8 +20,10 @@ int usage()
                                           "       tolvane-cli repair CATALOG.mdb [NEW.mdb]\n"
                                           "       tolvane-cli binder list|create|rename|delete|add|contents|move "
                                           "CATALOG.mdb ...\n"
+                                          "       tolvane-cli render DRAWING OUT.png [--width N]\n"
 
-                                          "       tolvane-cli render DRAWING OUT.png [--width N]"));
+                                          "       tolvane-cli index CATALOG.mdb\n"
+                                          "       tolvane-cli fulltext CATALOG.mdb WORD [search options]"));
     return 2;
 }
 } // namespace
@@ -56,5 +58,9 @@ int main(int argc, char *argv[])
         return tolvane::cli::runBinder(args);
     if (command == QLatin1String("render"))
         return tolvane::cli::runRender(args);
+    if (command == QLatin1String("index"))
+        return tolvane::cli::runIndex(args);
+    if (command == QLatin1String("fulltext"))
+        return tolvane::cli::runFullText(args);
     return usage();
 }

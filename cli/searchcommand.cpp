@@ -150,21 +150,18 @@ bool parse(const QStringList &args, Request &req)
 
 } // namespace
 
-int runSearch(const QStringList &args)
+CatalogueSearch searchCatalogue(jet::Database &db, const QStringList &args)
 {
+    CatalogueSearch run;
     Request req;
-    if (!parse(args, req))
-        return usage();
-
-    auto opened = jet::Database::open(req.catalog, jet::Database::OpenMode::ReadOnly);
-    if (!opened) {
-        writeErr(QStringLiteral("%1: %2").arg(req.catalog, opened.status().toString()));
-        return 1;
+    if (!parse(args, req)) {
+        run.exitCode = usage();
+        return run;
     }
-    jet::Database &db = *opened.value();
     if (!catalog::IsCatalog(db)) {
         writeErr(catalog::notCatalogMessage());
-        return 1;
+        run.exitCode = 1;
+        return run;
     }
     // A damaged catalogue is searched as far as it can be read, never without saying so.
     if (db.isDamaged())
@@ -174,12 +171,13 @@ int runSearch(const QStringList &args)
     if ((req.kind == QStringLiteral("name") || req.kind == QStringLiteral("keyword"))
         && req.values.value(0).isEmpty()) {
         writeErr(search::kEmptyWordMessage);
-        return 1;
+        run.exitCode = 1;
+        return run;
     }
 
     // The searches use their text trimmed, as the search panel does.
     const QString value = req.values.value(0).trimmed();
-    search::RecordsetSlot result;
+    search::RecordsetSlot &result = run.result;
     Result<bool> found = false;
     if (req.kind == QStringLiteral("folder")) {
         const Result<int> pnID = catalog::GetPathID(db, normalFolderPath(req.values.value(0)));
@@ -198,16 +196,39 @@ int runSearch(const QStringList &args)
 
     if (!found) {
         writeErr(QStringLiteral("search failed: %1").arg(found.status().toString()));
-        return 1;
+        result.reset();
+        run.exitCode = 1;
+        return run;
     }
     if (!found.value()) {
         writeOut(search::kZeroResultMessage);
-        return 0;
+        result.reset();
+        return run;
     }
     if (req.narrowing && search::NarrowByClass(result.get(), req.narrow) == search::NarrowOutcome::Emptied) {
         writeOut(search::narrowEmptyMessage(req.narrow.trimmed()));
-        return 0;
+        result.reset();
     }
+    return run;
+}
+
+int runSearch(const QStringList &args)
+{
+    if (args.isEmpty())
+        return usage();
+    const QString catalog = args.first();
+    auto opened = jet::Database::open(catalog, jet::Database::OpenMode::ReadOnly);
+    if (!opened) {
+        writeErr(QStringLiteral("%1: %2").arg(catalog, opened.status().toString()));
+        return 1;
+    }
+    jet::Database &db = *opened.value();
+    CatalogueSearch run = searchCatalogue(db, args);
+    if (!run.result)
+        return run.exitCode;
+    search::RecordsetSlot &result = run.result;
+    Request req;
+    parse(args, req); // checked by the search
 
     if (!req.output.isEmpty()) {
         // The same fields under the seven headings, into a spreadsheet or CSV file.

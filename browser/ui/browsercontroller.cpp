@@ -145,3 +145,18 @@ bool BrowserController::StepFolderFile(bool next)
 }
 
 } // namespace tolvane::browser::ui
+
+namespace tolvane::browser::ui {
+
+void BrowserController::MarkFullTextHits(const QList<bool> &hits)
+{
+    const int rows = fileCount();
+    for (int row = 1; row <= rows; ++row)
+        m_files->setRowColors(row, Qt::white, Qt::black);
+    for (int row = 1; row <= rows && row <= hits.size(); ++row) {
+        if (hits.at(row - 1))
+            m_files->setRowColors(row, QColor(192, 0, 0), Qt::white);
+    }
+}
+
+} // namespace tolvane::browser::ui

@@ -71,6 +71,9 @@ public:
     // "Prev"/"Next" over fr: the end messages at either end, otherwise the neighbouring file
     // becomes current, highlighted and scrolled to. False at an end.
     bool StepFolderFile(bool next);
+    // The marks of a full-text search: every row white with black text, then the rows whose
+    // flag is true dark red (192, 0, 0) with white text. hits has one flag per file row.
+    void MarkFullTextHits(const QList<bool> &hits);
     // The row pressed last, before it is opened.
     int previousRow() const { return m_previousRow; }
 

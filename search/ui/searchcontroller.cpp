@@ -5,6 +5,8 @@
 
 #include "catalog/records.h"
 #include "platform/apptitle.h"
+#include "platform/jet/recordset.h"
+#include "platform/paths.h"
 #include "platform/ui/columnfit.h"
 #include "search/catalogqueries.h"
 #include "search/perioddate.h"
@@ -12,6 +14,7 @@
 #include "search/resultlistmodel.h"
 #include "search/searchtexts.h"
 #include "search/ui/autofitgrid.h"
+#include "search/ui/fulltextsession.h"
 #include "search/ui/resultlistview.h"
 #include "search/ui/searchpanel.h"
 
@@ -54,6 +57,7 @@ SearchController::SearchController(Prompter &prompter, const catalog::CatalogSta
     // Names and keywords share what the row number, classification and date leave.
     , m_fitter(new tolvane::ui::ColumnFitter(m_view, { 2, 4 }))
     , m_panel(new SearchPanel(toolbar, this))
+    , m_fullText(std::make_unique<FullTextSession>())
 {
     m_view->hide();
     connect(m_panel, &SearchPanel::classPicked, this, [this](const QString &text) { Q_EMIT classPicked(text); });
@@ -137,9 +141,96 @@ void SearchController::HideInternalColumns()
     SetResultColumns(m_fs, kCatalogColumns, true);
 }
 
-void SearchController::FullTextSearch() { }
+SearchController::~SearchController() = default;
 
-void SearchController::FullTextSearchDB() { }
+bool SearchController::Form5(SearchPurpose purpose)
+{
+    while (true) {
+        bool ok = false;
+        const QString typed = m_prompter.text(form5Caption(purpose), form5Prompt(purpose), QString(), &ok);
+        if (!ok) {
+            m_searchCancelled = true;
+            return false;
+        }
+        // A word of blanks only would find everything: it is refused as an empty one.
+        if (typed.trimmed().isEmpty()) {
+            message(form5EmptyWordMessage(), Prompter::Icon::Warning);
+            continue;
+        }
+        m_searchCancelled = false;
+        m_fullTextWord = typed.trimmed();
+        return true;
+    }
+}
+
+void SearchController::FullTextSearch(
+    const QString &folder, const QStringList &names, const std::function<void(const QList<bool> &)> &markHits)
+{
+    if (!Form5(SearchPurpose::FolderList))
+        return;
+    QStringList paths;
+    for (const QString &name : names)
+        paths << joinPath(folder, name);
+    Result<QList<bool>> hits = m_fullText->find(m_view->window(), m_catalog.CatalogPath, paths, m_fullTextWord);
+    if (!hits && hits.status().code() == Status::Code::Cancelled)
+        return;
+    if (!hits && hits.status().code() != Status::Code::NotSupported) {
+        message(
+            QStringLiteral(u"全文検索を実行できませんでした。\n") + hits.status().toString(), Prompter::Icon::Warning);
+        return;
+    }
+    const QList<bool> flags = hits ? *hits : QList<bool>(paths.size(), false);
+    markHits(flags);
+    if (!flags.contains(true))
+        message(fullTextNotFoundMessage(m_fullTextWord), Prompter::Icon::Information);
+}
+
+void SearchController::FullTextSearchDB(jet::Recordset *records)
+{
+    jet::Database *db = m_catalog.db();
+    if (!records || !db || records->recordCount() == 0)
+        return;
+    if (!Form5(SearchPurpose::ResultList))
+        return;
+    Result<QStringList> paths = recordPaths(*db, *records);
+    if (!paths) {
+        message(
+            QStringLiteral(u"全文検索を実行できませんでした。\n") + paths.status().toString(), Prompter::Icon::Warning);
+        return;
+    }
+    Result<QList<bool>> hits = m_fullText->find(m_view->window(), m_catalog.CatalogPath, *paths, m_fullTextWord);
+    if (!hits && hits.status().code() == Status::Code::Cancelled)
+        return;
+    if (!hits && hits.status().code() != Status::Code::NotSupported) {
+        message(
+            QStringLiteral(u"全文検索を実行できませんでした。\n") + hits.status().toString(), Prompter::Icon::Warning);
+        return;
+    }
+    const QList<bool> flags = hits ? *hits : QList<bool>(paths->size(), false);
+    const int rows = m_model->rowCount();
+    m_hiddenRowCount = 1;
+    for (int row = 0; row < rows; ++row) {
+        const bool hit = row < flags.size() && flags.at(row);
+        m_view->setRowHidden(row, !hit);
+        if (!hit)
+            ++m_hiddenRowCount;
+    }
+    if (m_hiddenRowCount == rows + 1) {
+        message(fullTextAllHiddenMessage(m_fullTextWord), Prompter::Icon::None);
+        ShowAllResultRows();
+        return;
+    }
+    const Prompter::Answer answer = m_prompter.message(
+        { appTitle(), fullTextShowListQuestion(), Prompter::Icon::Question, Prompter::Buttons::YesNo });
+    if (answer == Prompter::Answer::Yes)
+        ShowAllResultRows();
+}
+
+void SearchController::ShowAllResultRows()
+{
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        m_view->setRowHidden(row, false);
+}
 
 void SearchController::message(const QString &text, Prompter::Icon icon)
 {

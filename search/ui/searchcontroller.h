@@ -7,12 +7,15 @@
 // reports the user's clicks by signals. GUI thread only.
 #pragma once
 
+#include <functional>
+
 #include <QObject>
 
 #include "catalog/catalogstate.h"
 #include "platform/prompter.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
+#include "search/fulltext.h"
 #include "search/searchstate.h"
 
 class QTableView;
@@ -28,6 +31,7 @@ class ColumnFitter;
 
 namespace tolvane::search::ui {
 
+class FullTextSession;
 class ResultListView;
 class SearchPanel;
 
@@ -46,6 +50,7 @@ public:
     // created hidden over toolbar, the result list hidden in frame.
     SearchController(Prompter &prompter, const catalog::CatalogState &catalog, RecordsetSlot &searchResultSet,
         QWidget *toolbar, QWidget *frame, QObject *parent = nullptr);
+    ~SearchController() override;
 
     SearchPanel &panel() { return *m_panel; }
     QTableView *resultList() const; // fs
@@ -76,10 +81,28 @@ public:
     void HideInternalColumns();
     // Shows the internal columns of catalogue rows (binderRows false) or a binder's rows.
     void mOptCol_Click(bool binderRows);
-    // Enables the full-text search over the list (what "FullTextSearchDB" offers).
-    // TODO(#12): the full-text searches over a folder and over the result list.
-    void FullTextSearch();
-    void FullTextSearchDB();
+    // The word dialog Form5 for purpose: its caption and prompt, an empty word refused with a
+    // message and asked again. True with FullTextWord set (trimmed) on OK; false when cancelled
+    // (SearchCancelled).
+    bool Form5(SearchPurpose purpose);
+    const QString &fullTextWord() const { return m_fullTextWord; }
+
+    // "FullTextSearch": asks the word, then searches the files named names in folder (the rows
+    // of fr, in order). markHits gets one flag per row (true: a hit) once the search is done;
+    // no hit at all ends with the not-found message. Nothing happens when the dialog is
+    // cancelled.
+    void FullTextSearch(
+        const QString &folder, const QStringList &names, const std::function<void(const QList<bool> &hits)> &markHits);
+    // "FullTextSearchDB": asks the word, then searches the files of records (the set the list
+    // was filled from, so that grid row n is record n) and hides the rows that are no hit
+    // (HiddenRowCount). Every row hidden: the not-found message, then the whole list again;
+    // otherwise the question whether to show the whole list again (Yes) or only the hits (No).
+    void FullTextSearchDB(jet::Recordset *records);
+    // Unhides every data row of the list.
+    void ShowAllResultRows();
+    // 1 plus the number of rows the last result list search hid.
+    int hiddenRowCount() const { return m_hiddenRowCount; }
+    FullTextSession &fullTextSession() { return *m_fullText; }
 
     // Entering a search mode: clears the list, tidies it and lays out the panel; the
     // classification search also fills its chooser, the period search reads the dates that
@@ -141,6 +164,10 @@ private:
     SearchState m_state;
     int m_resultCount = 0;
     int m_fontSize = 10;
+    std::unique_ptr<FullTextSession> m_fullText;
+    QString m_fullTextWord; // FullTextWord
+    bool m_searchCancelled = false; // SearchCancelled
+    int m_hiddenRowCount = 1; // HiddenRowCount
 };
 
 } // namespace tolvane::search::ui

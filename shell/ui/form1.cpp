@@ -387,13 +387,16 @@ void Form1::run(Command command)
         DurSeek();
         break;
     case Command::WordSeek:
-        m_viewer->WordSeek();
+        if (m_search->Form5(search::SearchPurpose::PhraseInFile))
+            m_viewer->SearchStrFunc(m_search->fullTextWord());
         break;
     case Command::FullTextSearch:
-        m_search->FullTextSearch();
+        m_search->FullTextSearch(m_browser->listedFolder(), m_browser->names(),
+            [this](const QList<bool> &hits) { m_browser->MarkFullTextHits(hits); });
         break;
     case Command::FullTextSearchDB:
-        m_search->FullTextSearchDB();
+        // In a binder's list row n is record n of BinderSet.
+        m_search->FullTextSearchDB(m_mode == Mode::BinderFiles ? m_binderSet.get() : m_searchResultSet.get());
         break;
     case Command::BackTo:
         dispatchBackTo();

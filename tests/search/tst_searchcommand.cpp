@@ -1,5 +1,8 @@
 // tolvane-cli search, the built program run on a real catalogue file: each kind of search,
-// narrowing, the zero-result and narrowing messages, and refused arguments.
+// narrowing, the zero-result and narrowing messages, and refused arguments; tolvane-cli index
+// and fulltext over real files.
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -21,6 +24,7 @@ private slots:
     void messages();
     void refused_data();
     void refused();
+    void fullText();
 
 private:
     struct Run {
@@ -29,6 +33,7 @@ private:
         QString err;
     };
     Run run(const QStringList &args) const;
+    Run runCommand(const QStringList &args) const;
 
     QTemporaryDir m_dir;
     QString m_path;
@@ -36,8 +41,13 @@ private:
 
 TestSearchCommand::Run TestSearchCommand::run(const QStringList &args) const
 {
+    return runCommand(QStringList { u"search"_s } + args);
+}
+
+TestSearchCommand::Run TestSearchCommand::runCommand(const QStringList &args) const
+{
     QProcess p;
-    p.start(QStringLiteral(TOLVANE_CLI_PATH), QStringList { u"search"_s } + args);
+    p.start(QStringLiteral(TOLVANE_CLI_PATH), args);
     Run r;
     if (!p.waitForFinished(60000))
         return r;
@@ -135,6 +145,38 @@ void TestSearchCommand::refused()
     QCOMPARE(r.exitCode, 1);
     QVERIFY(r.lines.isEmpty());
     QVERIFY(!r.err.isEmpty());
+}
+
+void TestSearchCommand::fullText()
+{
+    const QString docs = m_dir.filePath(u"docs"_s);
+    QVERIFY(QDir().mkpath(docs));
+    auto write = [&](const QString &name, const QByteArray &bytes) {
+        QFile f(QDir(docs).filePath(name));
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    };
+    write(u"a.txt"_s, QStringLiteral(u"第三回議事録").toUtf8());
+    write(u"b.txt"_s, "minutes");
+    const QString catalog = m_dir.filePath(u"fulltext.mdb"_s);
+    test::SearchCatalogue cat;
+    QVERIFY(cat.create(catalog, docs));
+    const QDateTime day(QDate(2024, 1, 1), QTime(0, 0));
+    cat.addFile({ u""_s, u"a.txt"_s, day, u"k"_s, 1, 0, u""_s });
+    cat.addFile({ u""_s, u"b.txt"_s, day, u"k"_s, 1, 0, u""_s });
+    cat.release();
+
+    Run r = runCommand({ u"index"_s, catalog });
+    QCOMPARE(r.exitCode, 0);
+    QCOMPARE(r.lines, QStringList { catalog + u".fulltext: 2 files, 2 extracted, 0 failed"_s });
+    r = runCommand({ u"fulltext"_s, catalog, u"議事録"_s });
+    QCOMPARE(r.exitCode, 0);
+    QCOMPARE(r.lines, QStringList { QDir(docs).filePath(u"a.txt"_s) });
+    // Among the rows of a catalogue search only.
+    r = runCommand({ u"fulltext"_s, catalog, u"議事録"_s, u"--name"_s, u"b.txt"_s });
+    QCOMPARE(r.lines, QStringList { u"「議事録」を含むファイルは見つかりませんでした。"_s });
+    r = runCommand({ u"fulltext"_s, catalog, u" "_s });
+    QCOMPARE(r.exitCode, 1);
 }
 
 QTEST_GUILESS_MAIN(TestSearchCommand)

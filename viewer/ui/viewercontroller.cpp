@@ -7,17 +7,20 @@
 #include <QGuiApplication>
 #include <QShortcut>
 #include <QTemporaryDir>
+#include <QTextCharFormat>
 #include <QTextEdit>
 #include <QThread>
 #include <QUrl>
 
 #include "platform/apptitle.h"
 #include "platform/desktopopen.h"
+#include "platform/extract/extractionpool.h"
 #include "platform/paths.h"
 #include "platform/textextract.h"
 #include "viewer/drawing/readers.h"
 #include "viewer/drawing/render.h"
 #include "viewer/notices.h"
+#include "viewer/ui/phrasemarks.h"
 #include "viewer/ui/picturedisplay.h"
 #include "viewer/ui/pictureview.h"
 #include "viewer/ui/textdisplay.h"
@@ -62,6 +65,12 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
     m_drawing.reset();
     const Presentation presentation = presentationFor(name);
     m_multiPage = presentation == Presentation::MultiPagePicture;
+    m_textShown = presentation == Presentation::OwnText || presentation == Presentation::ExtractedText;
+    if (presentation != Presentation::Picture && presentation != Presentation::MultiPagePicture) {
+        // The phrase marks must not carry over into the next text.
+        m_text->clear();
+        m_text->setCurrentCharFormat(QTextCharFormat());
+    }
     switch (presentation) {
     case Presentation::Picture:
         Q_EMIT paneWanted(Pane::Picture);
@@ -91,8 +100,9 @@ Presentation ViewerController::DispFR(const QString &folder, const QString &name
         break;
     case Presentation::ExtractedText: {
         Q_EMIT paneWanted(Pane::Text);
-        BuiltinTextExtractor builtin;
-        ShowExtractedText(m_text, m_extractor ? *m_extractor : builtin, shownPath());
+        if (!m_extractor && !m_workerExtractor)
+            m_workerExtractor = std::make_unique<extract::WorkerTextExtractor>();
+        ShowExtractedText(m_text, m_extractor ? *m_extractor : *m_workerExtractor, shownPath());
         applyTextFontSize(m_text, fontSize);
         break;
     }
@@ -109,6 +119,7 @@ void ViewerController::ClearPicTxt()
     m_drawing.reset();
     m_picture->clear();
     m_text->clear();
+    m_textShown = false;
 }
 
 void ViewerController::StepPage(bool next)
@@ -265,6 +276,12 @@ bool ViewerController::showDrawingFile(const QColor &background)
     return true;
 }
 
-void ViewerController::WordSeek() { }
+bool ViewerController::SearchStrFunc(const QString &word)
+{
+    if (m_textShown && markAllOccurrences(m_text, word) > 0)
+        return true;
+    m_prompter.inform(appTitle(), phraseNotFoundMessage(word), Prompter::Icon::Information);
+    return false;
+}
 
 } // namespace tolvane::viewer::ui

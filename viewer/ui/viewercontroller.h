@@ -41,7 +41,7 @@ public:
     PictureView *pictureView() const { return m_picture; } // imk
     QTextEdit *textView() const { return m_text; } // mData
 
-    // The extractor behind extracted text (null: the built-in one); not owned.
+    // The extractor behind extracted text (null: a worker process, see extractionpool.h); not owned.
     void setTextExtractor(TextExtractor *extractor) { m_extractor = extractor; }
     // Opens a file in the desktop's application for it (unset: QDesktopServices).
     void setFileOpener(std::function<bool(const QString &path)> opener) { m_opener = std::move(opener); }
@@ -96,8 +96,10 @@ public:
     void ShowDrawing();
     // The drawing shown last (DXF or SXF), null after any other file; kept for redrawing.
     const drawing::Drawing *shownDrawing() const { return m_drawing.get(); }
-    // TODO(#12): "WordSeek" finds a phrase in the shown text.
-    void WordSeek();
+    // SearchStrFunc: marks every occurrence of word in the shown text ("WordSeek" after the
+    // word dialog). True when at least one was found; otherwise the not-found message, also when
+    // no text is shown (a picture, a drawing or a notice).
+    bool SearchStrFunc(const QString &word);
 
 Q_SIGNALS:
     void paneWanted(Pane pane);
@@ -113,6 +115,8 @@ private:
     PictureView *m_picture;
     QTextEdit *m_text;
     TextExtractor *m_extractor = nullptr;
+    std::unique_ptr<TextExtractor> m_workerExtractor;
+    bool m_textShown = false; // mData holds the shown file's own or extracted text
     std::function<bool(const QString &)> m_opener;
     std::function<bool(const QString &)> m_workbookOpener;
     QString m_folder;

@@ -1,0 +1,149 @@
+// Readers that hand the file to another program or a library with its own document model:
+// Word 97-2003 through wvWare, Write and Lotus 1-2-3 (and its Japanese editions) through
+// libwps, Excel and PowerPoint 97-2003 through LibreOffice when it is installed.
+#include <librevenge-generators/librevenge-generators.h>
+#include <librevenge-stream/librevenge-stream.h>
+#include <libwps/libwps.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include "platform/extract/documenttext.h"
+
+namespace tolvane::extract {
+
+namespace {
+
+// A helper program gets this long; the worker's own limit ends anything that hangs longer.
+constexpr int kToolMilliseconds = 120000;
+
+Result<QByteArray> runTool(const QString &program, const QStringList &arguments, const QString &workDir = {})
+{
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(arguments);
+    if (!workDir.isEmpty())
+        process.setWorkingDirectory(workDir);
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(QIODevice::ReadOnly);
+    if (!process.waitForStarted())
+        return Status::notSupported(program);
+    QByteArray out;
+    while (process.state() != QProcess::NotRunning) {
+        if (!process.waitForReadyRead(kToolMilliseconds) && process.state() != QProcess::NotRunning) {
+            process.kill();
+            process.waitForFinished();
+            return Status::ioError(program);
+        }
+        out += process.readAllStandardOutput();
+    }
+    out += process.readAllStandardOutput();
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        return Status::corruption(program);
+    return out;
+}
+
+QString wvConfig()
+{
+    for (const char *dir : { "/usr/share/wv", "/usr/local/share/wv" }) {
+        const QString path = QString::fromLatin1(dir) + QStringLiteral("/wvText.xml");
+        if (QFileInfo::exists(path))
+            return path;
+    }
+    return {};
+}
+
+} // namespace
+
+Result<QString> wordText(const QString &path)
+{
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("wvWare"));
+    const QString config = wvConfig();
+    if (program.isEmpty() || config.isEmpty())
+        return QString(); // no reader installed: no text
+    Result<QByteArray> out = runTool(program,
+        { QStringLiteral("--charset=utf-8"), QStringLiteral("--nographics"), QStringLiteral("-x"), config, path });
+    if (!out)
+        return out.status();
+    return QString::fromUtf8(*out);
+}
+
+Result<QString> worksText(const QString &path)
+{
+    const QByteArray file = QFile::encodeName(path);
+    librevenge::RVNGFileStream input(file.constData());
+    libwps::WPSKind kind = libwps::WPS_TEXT;
+    libwps::WPSCreator creator = libwps::WPS_MSWORKS;
+    bool needEncoding = false;
+    if (libwps::WPSDocument::isFileFormatSupported(&input, kind, creator, needEncoding) == libwps::WPS_CONFIDENCE_NONE)
+        return Status::corruption(path);
+    // Japanese files carry no code page of their own; without one libwps reads CP1252.
+    const char *encoding = needEncoding ? "CP932" : "";
+    if (kind == libwps::WPS_TEXT) {
+        librevenge::RVNGString text;
+        librevenge::RVNGTextTextGenerator generator(text);
+        if (libwps::WPSDocument::parse(&input, &generator, nullptr, encoding) != libwps::WPS_OK)
+            return Status::corruption(path);
+        return QString::fromUtf8(text.cstr());
+    }
+    if (kind == libwps::WPS_SPREADSHEET || kind == libwps::WPS_DATABASE) {
+        librevenge::RVNGStringVector sheets;
+        librevenge::RVNGTextSpreadsheetGenerator generator(sheets);
+        if (libwps::WPSDocument::parse(&input, &generator, nullptr, encoding) != libwps::WPS_OK)
+            return Status::corruption(path);
+        QString out;
+        for (unsigned i = 0; i < sheets.size(); ++i)
+            out += QString::fromUtf8(sheets[i].cstr()) + QLatin1Char('\n');
+        return out;
+    }
+    return QString();
+}
+
+Result<QString> sofficeText(const QString &path, const QString &suffix)
+{
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("soffice"));
+    if (program.isEmpty())
+        return QString(); // LibreOffice is optional: without it these formats give no text
+    QTemporaryDir work;
+    if (!work.isValid())
+        return Status::ioError(work.errorString());
+    // One LibreOffice profile per process (each extraction worker has its own, so that they
+    // never share one, nor the user's), made on first use and kept for the process's life:
+    // a fresh profile costs seconds on every start.
+    static QTemporaryDir profileDir;
+    if (!profileDir.isValid())
+        return Status::ioError(profileDir.errorString());
+    const QString profile
+        = QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(profileDir.path()).toString();
+    const bool sheet = suffix == QLatin1String("xls");
+    const QString filter = sheet
+        ? QStringLiteral("csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1")
+        : QStringLiteral("odp");
+    Result<QByteArray> run = runTool(program,
+        { profile, QStringLiteral("--headless"), QStringLiteral("--norestore"), QStringLiteral("--convert-to"), filter,
+            QStringLiteral("--outdir"), work.path(), path });
+    if (!run)
+        return run.status();
+    const QFileInfoList outputs = QDir(work.path()).entryInfoList(QDir::Files, QDir::Name);
+    QString out;
+    for (const QFileInfo &f : outputs) {
+        if (sheet && f.suffix() == QLatin1String("csv")) {
+            QFile csv(f.filePath());
+            if (csv.open(QIODevice::ReadOnly))
+                out += QString::fromUtf8(csv.readAll()) + QLatin1Char('\n');
+        } else if (!sheet && f.suffix() == QLatin1String("odp")) {
+            Result<QString> text = officeXmlText(f.filePath(), QStringLiteral("odp"));
+            if (!text)
+                return text.status();
+            out += *text;
+        }
+    }
+    return out;
+}
+
+} // namespace tolvane::extract
