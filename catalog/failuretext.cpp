@@ -22,6 +22,8 @@ QString failureReason(const Status &status)
         return QStringLiteral("このデータベースでは実行できない操作です。");
     case Status::Code::Busy:
         return QStringLiteral("データベースは他の利用者またはプログラムが更新中です。");
+    case Status::Code::DiskFull:
+        return status.message();
     case Status::Code::Cancelled:
         return QStringLiteral("中止されました。");
     }

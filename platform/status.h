@@ -11,7 +11,18 @@ namespace tolvane {
 
 class Status {
 public:
-    enum class Code { Ok, NotFound, Corruption, IOError, InvalidArgument, NotSupported, ReadOnly, Cancelled, Busy };
+    enum class Code {
+        Ok,
+        NotFound,
+        Corruption,
+        IOError,
+        InvalidArgument,
+        NotSupported,
+        ReadOnly,
+        Cancelled,
+        Busy,
+        DiskFull
+    };
 
     Status() = default;
     Status(Code code, QString message)
@@ -28,6 +39,8 @@ public:
     static Status notSupported(QString m) { return { Code::NotSupported, std::move(m) }; }
     static Status readOnly(QString m) { return { Code::ReadOnly, std::move(m) }; }
     static Status cancelled(QString m = {}) { return { Code::Cancelled, std::move(m) }; }
+    // The disk lacks room; the message says how much more is needed, in words for the user.
+    static Status diskFull(QString m) { return { Code::DiskFull, std::move(m) }; }
     // Another connection holds the catalogue's write lock (or is committing) and did not let go in time.
     static Status busy(QString m) { return { Code::Busy, std::move(m) }; }
 
@@ -75,7 +88,7 @@ private:
 inline QString Status::toString() const
 {
     static const char *const names[] = { "OK", "NotFound", "Corruption", "IOError", "InvalidArgument", "NotSupported",
-        "ReadOnly", "Cancelled", "Busy" };
+        "ReadOnly", "Cancelled", "Busy", "DiskFull" };
     const QString name = QString::fromLatin1(names[static_cast<int>(m_code)]);
     return m_message.isEmpty() ? name : name + QStringLiteral(": ") + m_message;
 }

@@ -33,6 +33,13 @@ Progress part(const Progress &progress, int offset, int share, int total)
         return progress(scaled, total);
     };
 }
+// What the user can do something about, on a line of its own after the failure message: a
+// disk without room, with how much is missing.
+QString failureDetail(const Status &st)
+{
+    return st.code() == Status::Code::DiskFull ? QStringLiteral("\r\n") + st.message() : QString();
+}
+
 void reportSkipped(Prompter &prompter, const QList<SkippedFile> &skipped)
 {
     if (!skipped.isEmpty())
@@ -154,7 +161,7 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
                 return out;
             }
             out.kind = RegistrationOutcome::Kind::Failed;
-            prompter.inform(appTitle(), synchronisationFailedMessage(), Prompter::Icon::Critical);
+            prompter.inform(appTitle(), synchronisationFailedMessage() + failureDetail(st), Prompter::Icon::Critical);
             return out;
         }
         out.kind = RegistrationOutcome::Kind::Synchronised;
@@ -195,7 +202,7 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
         }
         out.kind = RegistrationOutcome::Kind::Failed;
         if (!stopQuietly)
-            prompter.inform(appTitle(), registrationFailedMessage(), Prompter::Icon::Critical);
+            prompter.inform(appTitle(), registrationFailedMessage() + failureDetail(st), Prompter::Icon::Critical);
         return out;
     }
     out.kind = RegistrationOutcome::Kind::Registered;

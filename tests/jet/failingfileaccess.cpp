@@ -76,7 +76,7 @@ Status FailingFileAccess::write(File &file, const QString &path, qint64 offset, 
         if (m_log.size() >= m_at) {
             Result<qint64> size = file.size();
             if (!size || offset + data.size() > *size)
-                return Status::ioError(QStringLiteral("no space left on the device"));
+                return jet::internal::diskFullStatus(offset + data.size() - *size);
         }
         break;
     case Fault::Crash:

@@ -39,6 +39,9 @@ public:
     Status rename(const QString &from, const QString &to) override;
     Status replace(const QString &from, const QString &to) override;
     Status syncFolder(const QString &folder) override;
+    // The disk's free space, or what setFreeSpace() made of it.
+    qint64 freeSpace(const QString &folder) override { return m_free >= 0 ? m_free : m_disk.freeSpace(folder); }
+    void setFreeSpace(qint64 bytes) { m_free = bytes; }
 
 private:
     class FaultyFile;
@@ -51,6 +54,7 @@ private:
     int m_at = 0;
     int m_syncs = 0;
     bool m_dead = false;
+    qint64 m_free = -1;
     QList<Write> m_log;
 };
 

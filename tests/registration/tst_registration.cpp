@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include "../browser/testfolders.h"
+#include "../jet/failingfileaccess.h"
 #include "browser/filelist.h"
 #include "catalog/records.h"
 #include "catalog/schema.h"
@@ -356,6 +357,39 @@ private slots:
         QVERIFY(test::tableRows(m_db.get(), catalog::kPathNameTable).isEmpty());
     }
 #endif
+
+    // A full disk: the failure says so and how much is missing, the catalogue is as it was, and
+    // no journal is left beside it; found before anything is written, or in the middle of it.
+    void fullDisk()
+    {
+        for (int i = 0; i < 40; ++i)
+            QVERIFY(test::writeFile(m_folder + QStringLiteral("/f%1.txt").arg(i), 1, kDay1));
+        const QString path = m_db->path();
+        m_db.reset();
+        using Fault = test::FailingFileAccess::Fault;
+        for (const bool checkedFirst : { true, false }) {
+            test::FailingFileAccess files;
+            auto db = jet::Database::open(files, path);
+            QVERIFY(db);
+            if (checkedFirst)
+                files.setFreeSpace(4096);
+            else
+                files.arm(Fault::DiskFull, 1);
+            ScriptedPrompter prompter;
+            prompter.planAnswer(Prompter::Answer::Yes);
+            QCOMPARE(RegisterShownFolder(**db, prompter, m_folder, listed()).kind, RegistrationOutcome::Kind::Failed);
+            const QStringList lines = prompter.lastMessage().text.split(QStringLiteral("\r\n"));
+            QCOMPARE(lines.size(), 2);
+            QCOMPARE(lines[0], QStringLiteral("DB登録に失敗しました。　RecordFILE_ATR"));
+            QVERIFY2(
+                lines[1].startsWith(QStringLiteral("ディスクの空き容量が足りません。　あと約 ")), qPrintable(lines[1]));
+            QVERIFY(!QFile::exists(path + QStringLiteral("-journal")));
+        }
+        auto db = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
+        QVERIFY(db);
+        QVERIFY(fileRows(db->get()).isEmpty());
+        QVERIFY(test::tableRows(db->get(), catalog::kPathNameTable).isEmpty());
+    }
 
     void cancelledByProgress()
     {

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStorageInfo>
 
 #ifdef Q_OS_WIN
 #include <io.h>
@@ -69,8 +70,13 @@ public:
 
     Status write(qint64 offset, QByteArrayView data) override
     {
-        if (!m_file.seek(offset) || m_file.write(data.data(), data.size()) != data.size())
+        if (!m_file.seek(offset) || m_file.write(data.data(), data.size()) != data.size()) {
+            // A disk without room is named as such, with what is missing.
+            const qint64 free = QStorageInfo(QFileInfo(m_file.fileName()).absolutePath()).bytesAvailable();
+            if (free >= 0 && free < data.size())
+                return diskFullStatus(data.size() - free);
             return failed(QStringLiteral("cannot write"));
+        }
         return Status::ok();
     }
 
@@ -245,6 +251,12 @@ Status DiskFileAccess::replace(const QString &from, const QString &to)
     return ioError(
         QStringLiteral("cannot move %1 over").arg(QDir::toNativeSeparators(from)), to, qt_error_string(errno));
 #endif
+}
+
+qint64 DiskFileAccess::freeSpace(const QString &folder)
+{
+    const QStorageInfo storage(folder);
+    return storage.isValid() ? storage.bytesAvailable() : -1;
 }
 
 Status DiskFileAccess::syncFolder(const QString &folder)

@@ -20,6 +20,7 @@ public:
     Status replace(const QString &from, const QString &to) override;
     // A no-op where folders cannot be flushed (Windows, where entries are durable on their own).
     Status syncFolder(const QString &folder) override;
+    qint64 freeSpace(const QString &folder) override;
 };
 
 } // namespace tolvane::jet::internal

@@ -4,6 +4,7 @@
 // Implementations and their files are used from one thread at a time.
 #pragma once
 
+#include <algorithm>
 #include <memory>
 
 #include <QByteArray>
@@ -92,6 +93,19 @@ public:
     virtual Status replace(const QString &from, const QString &to) = 0;
     // Makes the files created, renamed and removed in folder durable.
     virtual Status syncFolder(const QString &folder) = 0;
+    // Bytes the user may still write on the disk that holds folder; -1 when unknown.
+    virtual qint64 freeSpace(const QString &folder) { return (void)folder, -1; }
 };
+
+// The failure of a write the disk has no room for: how much more is needed, in words for the
+// user (the kilobytes or megabytes missing, rounded up).
+inline Status diskFullStatus(qint64 missingBytes)
+{
+    const qint64 kb = (std::max<qint64>(missingBytes, 1) + 1023) / 1024;
+    const QString amount = kb < 1024 ? QStringLiteral("%1 KB").arg(kb)
+                                     : QStringLiteral("%1 MB").arg(QString::number((kb + 1023) / 1024));
+    return Status::diskFull(
+        QStringLiteral("ディスクの空き容量が足りません。　あと約 %1 の空きが必要です。").arg(amount));
+}
 
 } // namespace tolvane::jet::internal

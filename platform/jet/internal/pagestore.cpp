@@ -322,6 +322,15 @@ Status PageStore::commit()
     QList<quint32> changed = m_original.keys();
     std::sort(changed.begin(), changed.end());
 
+    // 0. Room for the journal and for the file's growth, asked before anything is written: a
+    // disk without it fails the commit untouched, and the user learns how much is missing.
+    const qint64 journalBytes = kJournalHeader + qint64(changed.size()) * (4 + kPageSize) + 8;
+    const qint64 growth = std::max<qint64>(m_data.size() - qint64(m_committedPages) * kPageSize, 0);
+    if (const qint64 free = m_files.freeSpace(folderOf(m_path)); free >= 0 && free < journalBytes + growth) {
+        rollback();
+        return diskFullStatus(journalBytes + growth - free);
+    }
+
     // 1. The journal: everything needed to put the file back as it is now on disk. Until it is
     // complete the file is untouched, so a failure here only needs the journal gone (one left
     // behind fails its checksum, or holds exactly what the file holds).
