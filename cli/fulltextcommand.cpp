@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 
+#include "catalog/lifecycle.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/extract/extractionpool.h"
@@ -52,6 +53,10 @@ int openSession(const QString &catalog, Session &s)
         return 1;
     }
     s.db = std::move(opened.value());
+    if (!catalog::IsCatalog(*s.db)) {
+        writeErr(catalog::notCatalogMessage());
+        return 1;
+    }
     auto index = search::FullTextIndex::open(search::FullTextIndex::locationFor(catalog));
     if (!index) {
         writeErr(QStringLiteral("index: %1").arg(index.status().toString()));

@@ -2,9 +2,11 @@
 // compaction and repair without the window. Exit 0 when done, 1 when refused or failed.
 #include <QFileInfo>
 
+#include "catalog/lifecycle.h"
 #include "catalog/maintenance.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
+#include "platform/jet/database.h"
 
 namespace tolvane::cli {
 
@@ -15,6 +17,15 @@ int runCompact(const QStringList &args)
         return 2;
     }
     const QString path = QFileInfo(args[0]).absoluteFilePath();
+    {
+        // Only a catalogue of this program is compacted (closed again before: compaction needs
+        // the file to itself). One that cannot be opened is left to compaction to report.
+        auto db = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
+        if (db && !catalog::IsCatalog(**db)) {
+            writeErr(catalog::notCatalogMessage());
+            return 1;
+        }
+    }
     Result<jet::CompactionReport> r = jet::compactDatabase(path);
     if (!r) {
         writeErr(catalog::maintenanceFailure(false, r.status()));

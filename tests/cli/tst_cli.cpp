@@ -380,7 +380,11 @@ private slots:
         for (const QString &file : { foreign, noMark }) {
             for (const QStringList &args :
                 { QStringList { QStringLiteral("search"), file, QStringLiteral("--keyword"), QStringLiteral("%") },
-                    QStringList { QStringLiteral("register"), file, empty } }) {
+                    QStringList { QStringLiteral("register"), file, empty },
+                    QStringList { QStringLiteral("classes"), QStringLiteral("list"), file },
+                    QStringList { QStringLiteral("binder"), QStringLiteral("list"), file },
+                    QStringList { QStringLiteral("compact"), file }, QStringList { QStringLiteral("index"), file },
+                    QStringList { QStringLiteral("fulltext"), file, QStringLiteral("語") } }) {
                 r = cli(args);
                 QCOMPARE(r.code, 1);
                 QCOMPARE(r.err, notCatalog);
