@@ -6,26 +6,6 @@ namespace tolvane::jet {
 
 namespace {
 
-bool isNumeric(const QVariant &v)
-{
-    switch (v.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Char:
-    case QMetaType::UChar:
-    case QMetaType::Bool:
-        return true;
-    default:
-        return false;
-    }
-}
-
 bool isDate(const QVariant &v)
 {
     return v.typeId() == QMetaType::QDateTime || v.typeId() == QMetaType::QDate;
@@ -48,6 +28,26 @@ char16_t fold(QChar c)
 
 } // namespace
 
+bool isNumericValue(const QVariant &v)
+{
+    switch (v.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Char:
+    case QMetaType::UChar:
+    case QMetaType::Bool:
+        return true;
+    default:
+        return false;
+    }
+}
+
 int compareValues(const QVariant &a, const QVariant &b)
 {
     const bool an = !a.isValid() || a.isNull();
@@ -65,7 +65,7 @@ int compareValues(const QVariant &a, const QVariant &b)
             return tx < ty ? -1 : (tx > ty ? 1 : 0);
         }
     }
-    if (isNumeric(a) || isNumeric(b)) {
+    if (isNumericValue(a) || isNumericValue(b)) {
         bool oka = false, okb = false;
         const double x = a.toDouble(&oka), y = b.toDouble(&okb);
         if (oka && okb)

@@ -62,6 +62,9 @@ struct Query {
 // is every other character.
 bool likeMatch(QStringView text, QStringView pattern);
 
+// Whether v holds a value that compareValues compares as a number.
+bool isNumericValue(const QVariant &v);
+
 // Jet's text comparison: case-insensitive. Returns <0, 0, >0.
 int compareValues(const QVariant &a, const QVariant &b);
 

@@ -14,27 +14,6 @@ namespace tolvane::jet::internal {
 
 namespace {
 
-// The value types compareValues compares as numbers.
-bool isNumber(const QVariant &v)
-{
-    switch (v.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Char:
-    case QMetaType::UChar:
-    case QMetaType::Bool:
-        return true;
-    default:
-        return false;
-    }
-}
-
 bool isWholeNumberColumn(ColumnType type)
 {
     return type == ColumnType::Long || type == ColumnType::Integer || type == ColumnType::Byte;
@@ -110,7 +89,7 @@ Test prepare(const Condition &c, const ColumnDef &def, int column)
         } else if (type == ColumnType::Text && c.value.typeId() == QMetaType::QString) {
             t.kind = Test::Kind::TextEqual;
             t.text = c.value.toString();
-        } else if (isWholeNumberColumn(type) && isNumber(c.value) && !std::isnan(c.value.toDouble())) {
+        } else if (isWholeNumberColumn(type) && isNumericValue(c.value) && !std::isnan(c.value.toDouble())) {
             t.kind = Test::Kind::Number;
             t.lo = t.hi = c.value.toDouble();
         } else if (type == ColumnType::DateTime && boundKey(c.value, t.klo)) {
@@ -125,8 +104,8 @@ Test prepare(const Condition &c, const ColumnDef &def, int column)
         }
         break;
     case Condition::Op::Between:
-        if (isWholeNumberColumn(type) && isNumber(c.value) && isNumber(c.value2) && !std::isnan(c.value.toDouble())
-            && !std::isnan(c.value2.toDouble())) {
+        if (isWholeNumberColumn(type) && isNumericValue(c.value) && isNumericValue(c.value2)
+            && !std::isnan(c.value.toDouble()) && !std::isnan(c.value2.toDouble())) {
             t.kind = Test::Kind::Number;
             t.lo = c.value.toDouble();
             t.hi = c.value2.toDouble();
