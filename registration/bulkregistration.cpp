@@ -126,18 +126,20 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
     auto dayList = [&]() {
         return modified.size() == names.size() ? modificationDays(modified) : modificationDays(CurrentFolder, names);
     };
-    const Result<int> registered = catalog::GetPathID(db, CurrentFolder);
-    if (!registered && registered.status().code() != Status::Code::NotFound) {
-        out.kind = RegistrationOutcome::Kind::Failed;
-        out.error = registered.status();
-        prompter.inform(appTitle(), registrationFailedMessage(), Prompter::Icon::Critical);
-        return out;
-    }
-    if (registered) {
-        out.pnID = registered.value();
-        // Synchronisation: deletion first, then addition with the date corrections.
-        const int total = listed + listed / 4 + 1;
-        const Status st = inTransaction(db, [&]() -> Status {
+    // One transaction from the folder's lookup on: a folder another writer registers at the same
+    // moment is either found registered here or registered after this commit, never twice.
+    bool synchronising = false;
+    bool stopQuietly = false;
+    const Status st = inTransaction(db, [&]() -> Status {
+        const Result<int> registered = catalog::GetPathID(db, CurrentFolder);
+        if (!registered && registered.status().code() != Status::Code::NotFound)
+            return registered.status();
+        int DateFixCount = 0;
+        if (registered) {
+            // Synchronisation: deletion first, then addition with the date corrections.
+            synchronising = true;
+            out.pnID = registered.value();
+            const int total = listed + listed / 4 + 1;
             auto rows = ReadFolderFileRows(db, out.pnID);
             if (!rows)
                 return rows.status();
@@ -145,7 +147,6 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
             if (!deleted)
                 return deleted.status();
             out.deleted = deleted.value();
-            int DateFixCount = 0;
             const Result<int> added = AddNewFiles(db, out.pnID, names, dayList(), *rows, DateFixCount, out.skipped,
                 part(progress, listed / 4 + 1, listed, total));
             if (!added)
@@ -153,27 +154,8 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
             out.added = added.value();
             out.dateFixed = DateFixCount;
             return Status::ok();
-        });
-        if (!st) {
-            out.error = st;
-            if (st.code() == Status::Code::Cancelled) {
-                out.kind = RegistrationOutcome::Kind::Cancelled;
-                return out;
-            }
-            out.kind = RegistrationOutcome::Kind::Failed;
-            prompter.inform(appTitle(), synchronisationFailedMessage() + failureDetail(st), Prompter::Icon::Critical);
-            return out;
         }
-        out.kind = RegistrationOutcome::Kind::Synchronised;
-        prompter.inform(
-            appTitle(), synchronisedMessage(out.deleted, out.added, out.dateFixed), Prompter::Icon::Information);
-        reportSkipped(prompter, out.skipped);
-        return out;
-    }
-
-    // First registration of the folder.
-    bool stopQuietly = false;
-    const Status st = inTransaction(db, [&]() -> Status {
+        // First registration of the folder.
         const Result<int> pnID = catalog::NextPnID(db, prompter);
         if (!pnID) {
             stopQuietly = true; // a broken counter row has been reported by the draw
@@ -184,7 +166,6 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
             stopQuietly = true;
             return st;
         }
-        int DateFixCount = 0;
         QList<FolderFileRow> rows; // a new folder has none
         const Result<int> added = AddNewFiles(
             db, out.pnID, names, dayList(), rows, DateFixCount, out.skipped, part(progress, 0, listed, listed));
@@ -195,18 +176,26 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
     });
     if (!st) {
         out.error = st;
-        out.added = 0;
+        out.deleted = out.added = out.dateFixed = 0;
         if (st.code() == Status::Code::Cancelled) {
             out.kind = RegistrationOutcome::Kind::Cancelled;
             return out;
         }
         out.kind = RegistrationOutcome::Kind::Failed;
         if (!stopQuietly)
-            prompter.inform(appTitle(), registrationFailedMessage() + failureDetail(st), Prompter::Icon::Critical);
+            prompter.inform(appTitle(),
+                (synchronising ? synchronisationFailedMessage() : registrationFailedMessage()) + failureDetail(st),
+                Prompter::Icon::Critical);
         return out;
     }
-    out.kind = RegistrationOutcome::Kind::Registered;
-    prompter.inform(appTitle(), registeredMessage(out.added), Prompter::Icon::Information);
+    if (synchronising) {
+        out.kind = RegistrationOutcome::Kind::Synchronised;
+        prompter.inform(
+            appTitle(), synchronisedMessage(out.deleted, out.added, out.dateFixed), Prompter::Icon::Information);
+    } else {
+        out.kind = RegistrationOutcome::Kind::Registered;
+        prompter.inform(appTitle(), registeredMessage(out.added), Prompter::Icon::Information);
+    }
     reportSkipped(prompter, out.skipped);
     return out;
 }

@@ -147,6 +147,33 @@ private slots:
         JET_VERIFY_ORACLES(mdb);
     }
 
+    // The same folder registered by three processes at once: registered once, synchronised twice.
+    void oneFolderFromThreeWritersAtOnce()
+    {
+        const QString mdb = newCatalogue(u"同じ.mdb"_s);
+        QVERIFY(!mdb.isEmpty());
+        const QString folder = makeFolder(m_tmp.filePath(u"同じ部署"_s), 300);
+        QVERIFY(!folder.isEmpty());
+        std::array<QProcess, 3> writers;
+        for (QProcess &w : writers)
+            start(w, { u"register"_s, mdb, folder });
+        QStringList outs;
+        for (QProcess &w : writers) {
+            const Run r = finished(w);
+            QVERIFY2(r.code == 0, qPrintable(r.err));
+            outs << r.out;
+        }
+        outs.sort();
+        QCOMPARE(outs,
+            (QStringList { u"300件のファイル情報を登録しました。\n"_s,
+                u"全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0\n"_s,
+                u"全ファイル登録済みです。 削除ファイル数：0　追加ファイル数：0　日付訂正数：0\n"_s }));
+        auto db = jet::Database::open(mdb, jet::Database::OpenMode::ReadOnly);
+        QVERIFY(db);
+        QCOMPARE(test::scanAll(**db, u"PATH_NAME"_s).size(), 1);
+        QCOMPARE(rowsPerFolder(**db), (QMap<int, int> { { 1, 300 } }));
+    }
+
     void slipEditsFromTwoConnectionsDuringARegistration()
     {
         const int n = filesPerFolder();
