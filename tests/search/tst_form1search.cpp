@@ -231,11 +231,21 @@ void TestForm1Search::periodSearch()
     QCOMPARE(h.combo1()->itemText(3), u"2009/12/31"_s);
     QVERIFY(h.text1(0)->completer() && h.text1(1)->completer());
 
-    // The untouched texts are no dates: nothing is listed and nothing is said.
+    // The untouched texts are no dates: nothing is listed, and the warning says which box.
     QVERIFY(h.click(u"DurSeek"_s));
-    QVERIFY(h.prompter.calls().isEmpty());
+    QCOMPARE(h.prompter.messages().size(), 1);
+    QCOMPARE(h.prompter.lastMessage().text, search::notADateMessage(search::kStartDateText, true));
+    QVERIFY(h.prompter.lastMessage().text.startsWith(u"開始日付を入力"_s));
+    QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
     QCOMPARE(h.fs()->rows(), 1);
     QVERIFY(!h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+    h.text1(0)->setText(u"2009/12/31"_s);
+    h.text1(1)->setText(u"12月末"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.prompter.lastMessage().text,
+        u"最終日付「12月末」は日付として読めません。\u30002024/04/01 のように日付を入力してください。"_s);
+    QCOMPARE(h.fs()->rows(), 1);
+    h.prompter.clear();
 
     h.text1(0)->clear();
     QTest::keyClicks(h.text1(0), u"2009/12/31"_s);
