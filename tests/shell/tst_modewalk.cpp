@@ -25,23 +25,6 @@ using tolvane::test::clickTool;
 
 namespace {
 
-// What breaks the state's table: a widget it always shows that is hidden, or a visible one it
-// does not name. Empty when the screen and the table agree.
-QString tableMismatch(const Form1 &w)
-{
-    const ShownWidgets shown = w.shownWidgets();
-    QStringList wrong;
-    for (unsigned i = 0; i < unsigned(Widget::Count); ++i) {
-        const Widget name = Widget(i);
-        const bool visible = w.tableWidget(name)->isVisible();
-        if (visible && !shown.allows(name))
-            wrong << widgetName(name) + QStringLiteral(" shown");
-        else if (!visible && (shown.always & bit(name)))
-            wrong << widgetName(name) + QStringLiteral(" missing");
-    }
-    return wrong.join(QStringLiteral(", "));
-}
-
 void clickRow(QAbstractItemView *view, int row)
 {
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(view->model()->index(row, 1)).center());
@@ -89,7 +72,7 @@ private Q_SLOTS:
             if (!shots.isEmpty())
                 w.grab().save(QDir(shots).filePath(
                     QStringLiteral("%1-%2.png").arg(++n, 2, 10, QLatin1Char('0')).arg(QString::fromLatin1(what))));
-            const QString mismatch = tableMismatch(w);
+            const QString mismatch = test::tableMismatch(w);
             if (!done || !mismatch.isEmpty() || w.size() != size)
                 return QString::fromLatin1("%1: %2 %3 (%4x%5, was %6x%7)")
                     .arg(QString::fromLatin1(what), done ? QString() : QStringLiteral("could not be done;"), mismatch)
