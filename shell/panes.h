@@ -86,7 +86,8 @@ struct ShownWidgets {
 constexpr ShownWidgets shownWidgetsFor(Mode mode, LayoutState state, bool binderList)
 {
     using W = Widget;
-    const WidgetSet file = bit(W::imk) | bit(W::mData);
+    // A text file keeps the word box for the text search.
+    const WidgetSet file = bit(W::imk) | bit(W::mData) | bit(W::Text1_0);
     switch (state) {
     case LayoutState::FolderFileShown:
         return { bit(W::fr) | bit(W::picDrag), file };

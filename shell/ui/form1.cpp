@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QShortcut>
@@ -1678,6 +1679,13 @@ void Form1::HideOtherModesWidgets()
         if (w && !shown.allows(Widget(i)) && !w->isHidden())
             w->hide();
     }
+    // The search inputs on the toolbar keep clear of its buttons.
+    Toolbar->layout()->activate();
+    QList<QRect> buttons;
+    for (QAction *a : Toolbar->actions())
+        if (auto *b = qobject_cast<QToolButton *>(Toolbar->widgetForAction(a)); b && a->isVisible())
+            buttons << b->geometry();
+    m_search->panel().keepClearOf(buttons);
 }
 
 // The layout procedure of the current state (also on every resize of the window).

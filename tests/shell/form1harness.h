@@ -32,8 +32,8 @@ inline bool clickTool(shell::Form1 &w, const char *key)
     return clickTool(w, QString::fromLatin1(key));
 }
 
-// What breaks the state's table: a widget it always shows that is hidden, or a visible one it
-// does not name. Empty when the screen and the table agree.
+// What breaks the state's table: a widget it always shows that is hidden, a visible one it does
+// not name, or a search input over a toolbar button. Empty when the screen and the table agree.
 inline QString tableMismatch(const shell::Form1 &w)
 {
     const shell::ShownWidgets shown = w.shownWidgets();
@@ -45,6 +45,16 @@ inline QString tableMismatch(const shell::Form1 &w)
             wrong << shell::widgetName(name) + QStringLiteral(" shown");
         else if (!visible && (shown.always & shell::bit(name)))
             wrong << shell::widgetName(name) + QStringLiteral(" missing");
+    }
+    // The search inputs lie on the toolbar: none may cover a button.
+    for (auto box : { shell::Widget::Text1_0, shell::Widget::Text1_1, shell::Widget::Combo1 }) {
+        const QWidget *b = w.tableWidget(box);
+        if (!b->isVisible())
+            continue;
+        for (const QString &key : w.toolbarKeys())
+            if (const QToolButton *t = w.toolButton(key);
+                t && t->isVisible() && t->geometry().intersects(b->geometry()))
+                wrong << shell::widgetName(box) + QStringLiteral(" over ") + key;
     }
     return wrong.join(QStringLiteral(", "));
 }
