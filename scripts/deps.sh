@@ -5,7 +5,7 @@ PKGS=(build-essential cmake ninja-build pkg-config
       qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6 qt6-translations-l10n
       qt6-svg-dev libtiff-dev libemf2svg-dev libxlsxwriter-dev
       libgl-dev fonts-noto-cjk xvfb xauth
-      mdbtools python3 clang-format unzip)
+      mdbtools python3 clang-format unzip openbox)
 # node and npm may come from another packager already; install Debian's only when absent.
 command -v node >/dev/null 2>&1 || PKGS+=(nodejs)
 command -v npm >/dev/null 2>&1 || PKGS+=(npm)
