@@ -143,7 +143,12 @@ private Q_SLOTS:
             { "folder-search", folderThen("DBsearch") },
             { "folder-search-record", rowOf(fs, 0) },
             { "folder-search-back", tool("BackTo") },
-            { "back-to-search-menu", tool("BackToSearch") },
+            // Registration straight after a folder search: its narrowing box must not follow.
+            { "record-after-folder-search", menu("mRecFile") },
+            { "record-folder", folderThen("DBrec") },
+            { "record-next", tool("Next") },
+            { "record-back", tool("BackTo") },
+            { "search-menu-again", tool("Search") },
             { "back-to-db", tool("Back2DB") },
             { "register-after-search",
                 [&] {
