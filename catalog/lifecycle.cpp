@@ -127,8 +127,10 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique
     state.CatalogPath = SelectCatalogFile(prompter, kSelectForOpen, state);
     if (state.CatalogPath == canceledChoice())
         return OpenOutcome::Cancelled;
-    if (!ConnectCatalog(state))
+    if (!ConnectCatalog(state)) {
+        critical(prompter, cannotOpenMessage(state.CatalogPath));
         return OpenOutcome::ConnectFailed;
+    }
     if (!HasDbidTable(state)) {
         critical(prompter, QString::fromUtf8(kNotCatalogMessage));
         return OpenOutcome::NotCatalog;
@@ -183,6 +185,17 @@ void AskWhenBusy(jet::Database &db, Prompter &prompter)
                    { appTitle(), CatalogBusyQuestion(), Prompter::Icon::Question, Prompter::Buttons::YesNo })
             == Prompter::Answer::Yes;
     });
+}
+
+QString cannotOpenMessage(const QString &path)
+{
+    const QFileInfo file(path);
+    const QString name = QStringLiteral("「%1」").arg(QDir::toNativeSeparators(path));
+    if (!file.exists())
+        return name + QString::fromUtf8("が見つかりません。");
+    if (file.isFile() && file.size() == 0)
+        return name + QString::fromUtf8("は空のファイルです。　データベースとして開けません。");
+    return name + QString::fromUtf8("はデータベースファイルではないため、開けません。");
 }
 
 void CloseCatalog(

@@ -38,13 +38,17 @@ bool IsCatalog(jet::Database &db);
 // "Tolvane 用データベースを選択してください。": the refusal of a file that is not a catalogue.
 QString notCatalogMessage();
 
+// The refusal of a file that cannot be opened as a database at all (missing, empty, not a Jet
+// database), naming it.
+QString cannotOpenMessage(const QString &path);
+
 // The create command: asks for a new file, builds it, and reports the result.
 // The new catalogue is not opened.
 void CreateCatalog(Prompter &prompter, CatalogState &state);
 
 enum class OpenOutcome {
     Cancelled, // the dialog was cancelled; nothing is connected
-    ConnectFailed, // not a Jet database, or unreadable; no message
+    ConnectFailed, // not a Jet database, empty or unreadable: refused naming the file
     NotCatalog, // refused with "Tolvane 用データベースを選択してください。"
     Ordinary, // CatalogMark 11
     Archive, // CatalogMark -11; the connection is read-only

@@ -6,7 +6,7 @@ PKGS=(build-essential cmake ninja-build pkg-config
       qt6-svg-dev libtiff-dev libemf2svg-dev libxlsxwriter-dev
       libgl-dev libdxflib-dev libzip-dev fonts-noto-cjk xvfb xauth
       libxml2-dev libgmime-3.0-dev libpoppler-cpp-dev libwps-dev librevenge-dev libsqlite3-dev wv
-      mdbtools python3 clang-format unzip sqlite3)
+      mdbtools python3 clang-format unzip sqlite3 openbox)
 # node and npm may come from another packager already; install Debian's only when absent.
 command -v node >/dev/null 2>&1 || PKGS+=(nodejs)
 command -v npm >/dev/null 2>&1 || PKGS+=(npm)

@@ -27,6 +27,18 @@ inline const QString kUntilText = QStringLiteral(u"まで");
 inline const QString kWordToolTip = QStringLiteral(
     u"ファイル名、キーワード検索時：ワイルドカードは「%」を使用、全文検索時：ワイルドカードは使用不可");
 
+// A period bound that is not a date: names the box (start or end) and what was typed in it.
+inline QString notADateMessage(const QString &typed, bool start)
+{
+    const QString box = start ? QStringLiteral(u"開始日付") : QStringLiteral(u"最終日付");
+    const bool placeholder = typed.isEmpty() || typed == kStartDateText || typed == kEndDateText || typed == kFromText
+        || typed == kUntilText;
+    const QString example = QStringLiteral(u"2024/04/01 のように日付を入力してください。");
+    if (placeholder)
+        return box + QStringLiteral(u"を入力してください。\u3000") + example;
+    return box + QStringLiteral(u"「%1」は日付として読めません。\u3000").arg(typed) + example;
+}
+
 // The three-line notice after a narrowing that left no file.
 QString narrowEmptyMessage(const QString &className);
 

@@ -20,6 +20,13 @@ const char *const kStartHint = "これから行う作業を、ボタン又はメ
 const char *const kSteppingHint = "「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー";
 } // namespace
 
+QString emptyFolderStatus(const QString &folder)
+{
+    return QString::fromUtf8(
+        "フォルダ「%1」にはファイルがありません。　別のフォルダを選択してください。　ヘルプ：F1キー")
+        .arg(folder);
+}
+
 StatusTexts statusTexts(ModeStatus code, const QString &currentFolder)
 {
     using S = ModeStatus;

@@ -105,6 +105,9 @@ struct StatusTexts {
 // Texts of a status code. FileShown takes the shown folder for panel 2.
 StatusTexts statusTexts(ModeStatus code, const QString &currentFolder = {});
 
+// Panel 2 after a folder without a file was listed: what happened and what to do next.
+QString emptyFolderStatus(const QString &folder);
+
 // Status code and help context of a binder operation; nullopt for None.
 std::optional<ModeStatus> binderStatusCode(BinderOp op);
 std::optional<int> binderHelpContext(BinderOp op);

@@ -27,15 +27,22 @@ constexpr int kAcceptedDateRole = Qt::UserRole + 1;
 // Notes are typed no longer than a history line can store.
 class HistoryDelegate : public QStyledItemDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    HistoryDelegate(Prompter &prompter, QObject *parent)
+        : QStyledItemDelegate(parent)
+        , m_prompter(prompter)
+    {
+    }
 
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
         if (auto *line = qobject_cast<QLineEdit *>(editor); line && index.column() == kNoteCol)
-            line->setMaxLength(kHistoryNoteMaxLength);
+            limitLineEditor(line, kHistoryNoteMaxLength, QStringLiteral("記事"), m_prompter);
         return editor;
     }
+
+private:
+    Prompter &m_prompter;
 };
 
 QList<QStandardItem *> lineItems(const QString &date, const QString &note, bool editable)
@@ -90,7 +97,7 @@ HistoryGrid::HistoryGrid(QTableView *view, CalendarPicker *calendar, Prompter &p
     , m_calendar(calendar)
     , m_prompter(prompter)
 {
-    setUpGridView(m_view, QStringLiteral("vs"), m_model, new HistoryDelegate(this));
+    setUpGridView(m_view, QStringLiteral("vs"), m_model, new HistoryDelegate(m_prompter, this));
     setArchive(false);
     auto *recorder = new PressRecorder(this);
     m_view->viewport()->installEventFilter(recorder);

@@ -5,8 +5,12 @@
 #include <QAbstractItemView>
 #include <QFont>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QTableView>
 #include <QWidget>
+
+#include "platform/apptitle.h"
+#include "platform/prompter.h"
 
 namespace tolvane::registration {
 
@@ -25,6 +29,31 @@ inline QList<QWidget *> openEditors(const QAbstractItemView *view)
         if (!w->isHidden())
             out.append(w);
     return out;
+}
+
+// A cell editor for a field of at most limit characters that says so: the limit stands in its
+// empty box and its tool tip, and text that goes beyond it (a long paste) is cut to the limit
+// with a warning naming both lengths, never silently.
+inline void limitLineEditor(QLineEdit *line, int limit, const QString &field, Prompter &prompter)
+{
+    const QString hint = QStringLiteral("%1（%2文字まで）").arg(field).arg(limit);
+    line->setPlaceholderText(hint);
+    line->setToolTip(hint);
+    QObject::connect(line, &QLineEdit::textChanged, line, [line, limit, field, &prompter](const QString &text) {
+        if (text.size() <= limit)
+            return;
+        {
+            const QSignalBlocker quiet(line);
+            line->setText(text.left(limit));
+        }
+        prompter.inform(appTitle(),
+            QStringLiteral("%1は%2文字までです。　入力された%3文字のうち、%4文字目から後は入りません。")
+                .arg(field)
+                .arg(limit)
+                .arg(text.size())
+                .arg(limit + 1),
+            Prompter::Icon::Warning);
+    });
 }
 
 // Ends any open edit in view, keeping what was typed (what the view does when an editor loses

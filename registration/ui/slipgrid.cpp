@@ -26,9 +26,10 @@ constexpr int kColumnTwips[3] = { 200, 1200, 2600 };
 // keyword row through the ordinary line editor.
 class SlipDelegate : public QStyledItemDelegate {
 public:
-    SlipDelegate(const QList<catalog::ClassItem> &choices, QObject *parent)
+    SlipDelegate(const QList<catalog::ClassItem> &choices, Prompter &prompter, QObject *parent)
         : QStyledItemDelegate(parent)
         , m_choices(choices)
+        , m_prompter(prompter)
     {
     }
 
@@ -38,7 +39,7 @@ public:
             QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
             // Keywords are typed no longer than the record can store.
             if (auto *line = qobject_cast<QLineEdit *>(editor); line && index.row() == SlipRow::Keywords)
-                line->setMaxLength(kKeywordsMaxLength);
+                limitLineEditor(line, kKeywordsMaxLength, QStringLiteral("キーワード"), m_prompter);
             return editor;
         }
         auto *combo = new QComboBox(parent);
@@ -70,6 +71,7 @@ public:
 
 private:
     const QList<catalog::ClassItem> &m_choices;
+    Prompter &m_prompter;
 };
 
 } // namespace
@@ -80,7 +82,7 @@ SlipGrid::SlipGrid(QTableView *view, Prompter &prompter, QObject *parent)
     , m_model(new QStandardItemModel(SlipRow::Count, 3, this))
     , m_prompter(prompter)
 {
-    setUpGridView(m_view, QStringLiteral("fg2"), m_model, new SlipDelegate(m_choices, this));
+    setUpGridView(m_view, QStringLiteral("fg2"), m_model, new SlipDelegate(m_choices, m_prompter, this));
     m_view->setEditTriggers(QAbstractItemView::SelectedClicked | QAbstractItemView::DoubleClicked
         | QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
     for (int c = 0; c < 3; ++c)

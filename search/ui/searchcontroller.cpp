@@ -352,6 +352,15 @@ SearchController::Outcome SearchController::RunPeriodSearch()
     prepareList();
     m_state.SavedSearchWord = m_panel->startDate();
     m_state.SavedEndDate = m_panel->endDate();
+    // A bound that is no date would find nothing: say which one, and search nothing.
+    for (const bool start : { true, false }) {
+        const QString &typed = start ? m_state.SavedSearchWord : m_state.SavedEndDate;
+        if (!parsePeriodBound(typed, start ? PeriodBound::Start : PeriodBound::End)) {
+            m_panel->hideCombo();
+            message(notADateMessage(typed, start), Prompter::Icon::Warning);
+            return Outcome::Refused;
+        }
+    }
     jet::Database *db = m_catalog.db();
     if (!db)
         return Outcome::Failed;

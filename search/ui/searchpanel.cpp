@@ -117,8 +117,29 @@ void SearchPanel::place(QWidget *w, int leftTwips, int widthTwips)
 {
     const int height = w->sizeHint().height();
     const int hostHeight = m_host ? m_host->height() : height;
-    w->setGeometry(px(leftTwips), qMax(0, (hostHeight - height) / 2), px(widthTwips), height);
+    QRect r(px(leftTwips), qMax(0, (hostHeight - height) / 2), px(widthTwips), height);
+    // The second date box follows the first wherever that went.
+    if (w == m_text[1] && m_layout == Layout::Period)
+        r.moveLeft(qMax(r.left(), m_text[0]->geometry().right() + 1));
+    for (bool moved = true; moved;) {
+        moved = false;
+        for (const QRect &b : m_buttons) {
+            if (b.intersects(r)) {
+                r.moveLeft(b.right() + 2);
+                moved = true;
+            }
+        }
+    }
+    w->setGeometry(r);
     w->raise();
+}
+
+void SearchPanel::keepClearOf(const QList<QRect> &buttons)
+{
+    if (buttons == m_buttons)
+        return;
+    m_buttons = buttons;
+    relayout();
 }
 
 void SearchPanel::LayoutSearchPanel(Layout layout)

@@ -3,8 +3,10 @@
 // host's left edge, converted through the screen's logical DPI. GUI thread only.
 #pragma once
 
+#include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QRect>
 
 #include "search/classnarrowing.h"
 #include "search/searchstate.h"
@@ -53,6 +55,9 @@ public:
     // The dates that have files: kept as Combo1's (hidden) list and offered as completions in
     // both date boxes.
     void setPeriodDates(const QStringList &dates);
+    // The toolbar's buttons (host coordinates): a control whose place would cover one moves to
+    // the right until it covers none. Re-applies the placement when they changed.
+    void keepClearOf(const QList<QRect> &buttons);
     // Re-applies the current placement (after the host's DPI or size changed).
     void relayout();
 
@@ -72,6 +77,7 @@ private:
     QComboBox *m_combo = nullptr;
     Layout m_layout = Layout::Hidden;
     int m_comboLeft = 2000;
+    QList<QRect> m_buttons;
 };
 
 } // namespace tolvane::search::ui

@@ -8,10 +8,13 @@
 #include <QApplication>
 #include <QCalendarWidget>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QShortcut>
 #include <QStatusBar>
@@ -176,6 +179,16 @@ void Form1::createControllers()
     udDrag->hide();
     connect(udDrag, &SplitterHandle::dropped, this, &Form1::udDragDropped);
 
+    const std::pair<Widget, QWidget *> table[]
+        = { { Widget::fg, fg }, { Widget::fr, fr }, { Widget::fs, fs }, { Widget::fg2, fg2 }, { Widget::vs, vs },
+              { Widget::fg3, fg3 }, { Widget::imk, imk }, { Widget::mData, mData }, { Widget::Calendar, Calendar },
+              { Widget::picDrag, picDrag }, { Widget::udDrag, udDrag }, { Widget::Text1_0, m_search->panel().Text1(0) },
+              { Widget::Text1_1, m_search->panel().Text1(1) }, { Widget::Combo1, m_search->panel().Combo1() } };
+    for (const auto &[name, widget] : table) {
+        Q_ASSERT(widget->objectName() == widgetName(name));
+        m_tableWidgets[std::size_t(name)] = widget;
+    }
+
     StatusBar1 = new QStatusBar(this);
     StatusBar1->setObjectName(QStringLiteral("StatusBar1"));
     StatusBar1->setSizeGripEnabled(false);
@@ -184,16 +197,30 @@ void Form1::createControllers()
 
 void Form1::connectControllers()
 {
-    connect(m_browser, &browser::ui::BrowserController::folderChosen, this,
-        [this](int, const QString &path) { SelectFolderNode(path); });
-    connect(m_browser, &browser::ui::BrowserController::fileClicked, this, &Form1::OpenListedFile);
+    connect(m_browser, &browser::ui::BrowserController::folderChosen, this, [this](int, const QString &path) {
+        SelectFolderNode(path);
+        HideOtherModesWidgets();
+    });
+    connect(m_browser, &browser::ui::BrowserController::fileClicked, this, [this] {
+        OpenListedFile();
+        HideOtherModesWidgets();
+    });
 
     connect(
         m_search, &search::ui::SearchController::listPrepared, this, [this] { BringPanelToFront(kPanelResultList); });
-    connect(m_search, &search::ui::SearchController::recordRowClicked, this, &Form1::OpenResultRow);
-    connect(m_search, &search::ui::SearchController::classPicked, this, &Form1::Combo1_Click);
+    connect(m_search, &search::ui::SearchController::recordRowClicked, this, [this](int row) {
+        OpenResultRow(row);
+        HideOtherModesWidgets();
+    });
+    connect(m_search, &search::ui::SearchController::classPicked, this, [this](const QString &text) {
+        Combo1_Click(text);
+        HideOtherModesWidgets();
+    });
 
-    connect(m_binders, &binders::ui::BinderController::binderChosen, this, [this](int) { ShowBinderContents(); });
+    connect(m_binders, &binders::ui::BinderController::binderChosen, this, [this](int) {
+        ShowBinderContents();
+        HideOtherModesWidgets();
+    });
 
     connect(m_registration, &registration::ui::RegistrationController::stepRequested, this, [this](bool next) {
         if (m_layoutState == LayoutState::RecordShown)
@@ -233,7 +260,10 @@ void Form1::createMenus()
         QAction *a = m->addAction(u(caption));
         a->setObjectName(QString::fromLatin1(name));
         m_menuItems.insert(QString::fromLatin1(name), a);
-        connect(a, &QAction::triggered, this, handler);
+        connect(a, &QAction::triggered, this, [this, handler] {
+            handler();
+            HideOtherModesWidgets();
+        });
         return a;
     };
 
@@ -481,6 +511,7 @@ void Form1::run(Command command)
         m_viewer->ExportToExcel(pictureSheet());
         break;
     }
+    HideOtherModesWidgets();
 }
 
 void Form1::setMode(Mode mode)
@@ -939,8 +970,9 @@ void Form1::closeEvent(QCloseEvent *event)
 void Form1::ShowFirstFile()
 {
     if (!m_browser->TakeFirstFile()) {
-        // Nothing to show: the empty list stays in front.
+        // Nothing to show: the empty list stays in front, and the status bar says why.
         ShowModeStatus(m_mode == Mode::Record ? ModeStatus::Record : ModeStatus::FileShow);
+        setStatusPanelText(2, emptyFolderStatus(QDir::toNativeSeparators(m_browser->listedFolder())));
         return;
     }
     ShowListedFile(m_browser->currentRow(), Help::FileShow);
@@ -1639,6 +1671,26 @@ void Form1::ArrangePanes()
 {
     ShowLeftPane(int(paneSetFor(m_layoutState, m_binderList).left));
     ArrangeForLayoutState();
+    HideOtherModesWidgets();
+}
+
+// Every command, menu item and controller signal ends here: what an earlier mode left on
+// screen goes.
+void Form1::HideOtherModesWidgets()
+{
+    const ShownWidgets shown = shownWidgets();
+    for (unsigned i = 0; i < unsigned(Widget::Count); ++i) {
+        QWidget *w = m_tableWidgets[i];
+        if (w && !shown.allows(Widget(i)) && !w->isHidden())
+            w->hide();
+    }
+    // The search inputs on the toolbar keep clear of its buttons.
+    Toolbar->layout()->activate();
+    QList<QRect> buttons;
+    for (QAction *a : Toolbar->actions())
+        if (auto *b = qobject_cast<QToolButton *>(Toolbar->widgetForAction(a)); b && a->isVisible())
+            buttons << b->geometry();
+    m_search->panel().keepClearOf(buttons);
 }
 
 // The layout procedure of the current state (also on every resize of the window).

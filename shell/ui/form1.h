@@ -5,6 +5,7 @@
 // one dispatch (run) and one mode change (setMode). GUI thread only.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
 
@@ -18,6 +19,7 @@
 #include "shell/commands.h"
 #include "shell/helplauncher.h"
 #include "shell/modes.h"
+#include "shell/panes.h"
 #include "shell/toolbarlayouts.h"
 #include "viewer/excelexport.h"
 
@@ -62,6 +64,9 @@ public:
     // ModeNo and LayoutState.
     Mode mode() const { return m_mode; }
     LayoutState layoutState() const { return m_layoutState; }
+    // The widgets the current state may show, and the widget behind each name of that table.
+    ShownWidgets shownWidgets() const { return shownWidgetsFor(m_mode, m_layoutState, m_binderList); }
+    QWidget *tableWidget(Widget w) const { return m_tableWidgets[std::size_t(w)]; }
     int textFontSize() const { return m_textFontSize; }
     int helpContextId() const { return m_helpContextId; }
     // The help file F1 opens (the program folder + "TolvaneHelp.chm" unless set).
@@ -207,6 +212,8 @@ private:
     void UpdateLayout5();
     void ShowLeftPane(int selector);
     void ArrangePanes();
+    // Hides every widget of the pane table that the current state does not show.
+    void HideOtherModesWidgets();
     void ArrangeForLayoutState();
     QRect leftRect(int leftWidth) const;
     QRect rightRect(int leftWidth) const;
@@ -271,6 +278,7 @@ private:
     QWidget *Calendar = nullptr;
     SplitterHandle *picDrag = nullptr;
     SplitterHandle *udDrag = nullptr;
+    std::array<QWidget *, std::size_t(Widget::Count)> m_tableWidgets {};
     QToolBar *Toolbar = nullptr;
     QStatusBar *StatusBar1 = nullptr;
     QList<QLabel *> m_panels;

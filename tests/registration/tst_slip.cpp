@@ -3,6 +3,7 @@
 // real main window (offscreen) with its editing rules, calendar, line deletion and saving when
 // the record is left.
 #include <QCalendarWidget>
+#include <QClipboard>
 #include <QComboBox>
 #include <QImage>
 #include <QLineEdit>
@@ -486,9 +487,23 @@ private slots:
         fg2->edit(fg2->model()->index(4, 2));
         QLineEdit *keywords = openLineEditor(fg2);
         QVERIFY(keywords);
-        QCOMPARE(keywords->maxLength(), kKeywordsMaxLength); // what the record can store
+        // What the record can store stands in the box; a longer paste is cut with a warning.
+        QCOMPARE(keywords->placeholderText(), QStringLiteral("キーワード（200文字まで）"));
+        QCOMPARE(keywords->toolTip(), keywords->placeholderText());
+        const int before = int(prompter.messages().size());
+        const QString original = keywords->text();
+        QApplication::clipboard()->setText(QString(250, QChar(u'語')));
+        keywords->selectAll();
+        keywords->paste();
+        QCOMPARE(keywords->text(), QString(kKeywordsMaxLength, QChar(u'語')));
+        QCOMPARE(prompter.messages().size(), before + 1);
+        QCOMPARE(prompter.lastMessage().text,
+            QStringLiteral("キーワードは200文字までです。　入力された250文字のうち、201文字目から後は入りません。"));
+        QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
+        keywords->setText(original);
         slip->finishEdit();
         QVERIFY(!slipDirty(*form));
+        prompter.clear();
         slip->editCell(4, QStringLiteral("橋梁 図面"));
         QVERIFY(slipDirty(*form));
         fg2->setCurrentIndex(fg2->model()->index(1, 2));
@@ -753,7 +768,7 @@ private slots:
         vs->edit(vs->model()->index(2, 2));
         editor = openLineEditor(vs);
         QVERIFY(editor);
-        QCOMPARE(editor->maxLength(), kHistoryNoteMaxLength);
+        QCOMPARE(editor->placeholderText(), QStringLiteral("記事（255文字まで）"));
         editor->setText(QStringLiteral("撮影（晴天）"));
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
         QVERIFY(form->layoutState() != LayoutState::RecordShown);

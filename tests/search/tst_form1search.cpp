@@ -2,6 +2,8 @@
 // hold real files: toolbar clicks, typing into the search panel, the result list, narrowing by
 // a pick in Combo1, opening a row and coming back, and the messages through the scripted
 // prompter. Set TOLVANE_SCREENSHOT_DIR to keep a picture of the narrowed result list.
+#include <algorithm>
+
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
@@ -144,7 +146,8 @@ void TestForm1Search::keywordSearchNarrowOpenAndReturn()
     QVERIFY(h.text1(0)->isVisible());
     QVERIFY(!h.text1(1)->isVisible());
     QVERIFY(!h.combo1()->isVisible());
-    QCOMPARE(h.text1(0)->x(), h.px(2000));
+    // At its place unless that covers the back button: then just after it.
+    QCOMPARE(h.text1(0)->x(), std::max(h.px(2000), h.w->toolButton(u"BackToSearch"_s)->geometry().right() + 2));
     QCOMPARE(h.text1(0)->width(), h.px(3000));
     QCOMPARE(h.text1(0)->toolTip(), search::kWordToolTip);
     QVERIFY(!h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
@@ -231,11 +234,21 @@ void TestForm1Search::periodSearch()
     QCOMPARE(h.combo1()->itemText(3), u"2009/12/31"_s);
     QVERIFY(h.text1(0)->completer() && h.text1(1)->completer());
 
-    // The untouched texts are no dates: nothing is listed and nothing is said.
+    // The untouched texts are no dates: nothing is listed, and the warning says which box.
     QVERIFY(h.click(u"DurSeek"_s));
-    QVERIFY(h.prompter.calls().isEmpty());
+    QCOMPARE(h.prompter.messages().size(), 1);
+    QCOMPARE(h.prompter.lastMessage().text, search::notADateMessage(search::kStartDateText, true));
+    QVERIFY(h.prompter.lastMessage().text.startsWith(u"開始日付を入力"_s));
+    QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Warning);
     QCOMPARE(h.fs()->rows(), 1);
     QVERIFY(!h.w->toolButton(u"FullTextSearchDB"_s)->isEnabled());
+    h.text1(0)->setText(u"2009/12/31"_s);
+    h.text1(1)->setText(u"12月末"_s);
+    QVERIFY(h.click(u"DurSeek"_s));
+    QCOMPARE(h.prompter.lastMessage().text,
+        u"最終日付「12月末」は日付として読めません。\u30002024/04/01 のように日付を入力してください。"_s);
+    QCOMPARE(h.fs()->rows(), 1);
+    h.prompter.clear();
 
     h.text1(0)->clear();
     QTest::keyClicks(h.text1(0), u"2009/12/31"_s);
@@ -280,7 +293,7 @@ void TestForm1Search::classificationSearch()
     QVERIFY(h.click(u"DBClass"_s));
     QVERIFY(h.combo1()->isVisible());
     QCOMPARE(h.combo1()->currentText(), search::kChooseClassCaption);
-    QCOMPARE(h.combo1()->x(), h.px(2000));
+    QCOMPARE(h.combo1()->x(), std::max(h.px(2000), h.w->toolButton(u"BackToSearch"_s)->geometry().right() + 2));
 
     // A pick only chooses; "DurSeek" searches.
     h.pick(kMinase);

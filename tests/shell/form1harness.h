@@ -8,6 +8,7 @@
 #include <QTest>
 #include <QToolButton>
 
+#include "shell/panes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
 
@@ -29,6 +30,33 @@ inline bool clickTool(shell::Form1 &w, const QString &key)
 inline bool clickTool(shell::Form1 &w, const char *key)
 {
     return clickTool(w, QString::fromLatin1(key));
+}
+
+// What breaks the state's table: a widget it always shows that is hidden, a visible one it does
+// not name, or a search input over a toolbar button. Empty when the screen and the table agree.
+inline QString tableMismatch(const shell::Form1 &w)
+{
+    const shell::ShownWidgets shown = w.shownWidgets();
+    QStringList wrong;
+    for (unsigned i = 0; i < unsigned(shell::Widget::Count); ++i) {
+        const auto name = shell::Widget(i);
+        const bool visible = w.tableWidget(name)->isVisible();
+        if (visible && !shown.allows(name))
+            wrong << shell::widgetName(name) + QStringLiteral(" shown");
+        else if (!visible && (shown.always & shell::bit(name)))
+            wrong << shell::widgetName(name) + QStringLiteral(" missing");
+    }
+    // The search inputs lie on the toolbar: none may cover a button.
+    for (auto box : { shell::Widget::Text1_0, shell::Widget::Text1_1, shell::Widget::Combo1 }) {
+        const QWidget *b = w.tableWidget(box);
+        if (!b->isVisible())
+            continue;
+        for (const QString &key : w.toolbarKeys())
+            if (const QToolButton *t = w.toolButton(key);
+                t && t->isVisible() && t->geometry().intersects(b->geometry()))
+                wrong << shell::widgetName(box) + QStringLiteral(" over ") + key;
+    }
+    return wrong.join(QStringLiteral(", "));
 }
 
 // Prompter first, window last: the window goes first, then the prompter checks its plan.

@@ -392,6 +392,8 @@ private Q_SLOTS:
         if (panel2Code >= 0)
             QCOMPARE(w.statusPanelText(2), *statusTexts(ModeStatus(panel2Code)).panel2);
         QCOMPARE(w.helpContextId(), help);
+        // The state shows its own widgets and nothing left from an earlier one.
+        QVERIFY2(test::tableMismatch(w).isEmpty(), qPrintable(test::tableMismatch(w)));
         // Only an open changes the menus; nothing closes the catalogue.
         QCOMPARE(catalogueMenusEnabled(w), withCatalogue);
         QCOMPARE(w.catalog().isOpen(), withCatalogue);
@@ -524,23 +526,25 @@ private Q_SLOTS:
     void refusals_data()
     {
         QTest::addColumn<QString>("kind");
-        QTest::addColumn<bool>("message");
-        QTest::newRow("not a database") << "text" << false;
-        QTest::newRow("database without DBID") << "noDbid" << true;
-        QTest::newRow("empty DBID") << "emptyDbid" << true;
-        QTest::newRow("foreign DBID value") << "dbid5" << true;
+        QTest::addColumn<QString>("refusal"); // after the file's name; empty: the catalogue refusal
+        QTest::newRow("not a database") << "text" << u("はデータベースファイルではないため、開けません。");
+        QTest::newRow("empty file") << "empty" << u("は空のファイルです。　データベースとして開けません。");
+        QTest::newRow("database without DBID") << "noDbid" << QString();
+        QTest::newRow("empty DBID") << "emptyDbid" << QString();
+        QTest::newRow("foreign DBID value") << "dbid5" << QString();
     }
 
     void refusals()
     {
         QFETCH(QString, kind);
-        QFETCH(bool, message);
+        QFETCH(QString, refusal);
         QString path;
-        if (kind == QStringLiteral("text")) {
-            path = m_dir.filePath(QStringLiteral("notes.mdb"));
+        if (kind == QStringLiteral("text") || kind == QStringLiteral("empty")) {
+            path = m_dir.filePath(kind + QStringLiteral("メモ.mdb"));
             QFile f(path);
             QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("This is not a database, just some words.\n");
+            if (kind == QStringLiteral("text"))
+                f.write("This is not a database, just some words.\n");
         } else if (kind == QStringLiteral("noDbid")) {
             path = m_dir.filePath(QStringLiteral("other%1.mdb").arg(++m_serial));
             QVERIFY(jet::Database::create(
@@ -552,20 +556,32 @@ private Q_SLOTS:
         Harness h;
         Form1 &w = *h.w;
         QVERIFY(openThroughToolbar(h, path));
-        QCOMPARE(h.prompter.messages().size(), message ? 1 : 0);
-        if (message) {
-            const auto &m = h.prompter.lastMessage();
-            QCOMPARE(m.text, kNotCatalog);
-            QCOMPARE(m.icon, Prompter::Icon::Critical);
-            QCOMPARE(m.buttons, Prompter::Buttons::Ok);
-            QCOMPARE(m.title, kTitle);
-        }
+        QCOMPARE(h.prompter.messages().size(), 1);
+        const auto &m = h.prompter.lastMessage();
+        QCOMPARE(m.text,
+            refusal.isEmpty() ? kNotCatalog : QStringLiteral("「%1」").arg(QDir::toNativeSeparators(path)) + refusal);
+        QCOMPARE(m.icon, Prompter::Icon::Critical);
+        QCOMPARE(m.buttons, Prompter::Buttons::Ok);
+        QCOMPARE(m.title, kTitle);
         // Nothing of the window changes.
         QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
         QCOMPARE(w.windowTitle(), kTitle);
         QCOMPARE(w.statusPanelText(1), u("スタートモード"));
         QVERIFY(!catalogueMenusEnabled(w));
         QCOMPARE(w.helpContextId(), 1000);
+    }
+
+    void emptyFolderSaysSo()
+    {
+        Harness h;
+        Form1 &w = *h.w;
+        const QString empty = m_dir.filePath(QStringLiteral("空"));
+        QVERIFY(QDir().mkpath(empty));
+        QVERIFY(clickTool(w, QStringLiteral("StartShowFile")));
+        h.prompter.planFolder(empty);
+        QVERIFY(clickTool(w, QStringLiteral("View")));
+        QCOMPARE(w.statusPanelText(2), emptyFolderStatus(QDir::toNativeSeparators(empty)));
+        QVERIFY(w.statusPanelText(2).contains(u("ファイルがありません")));
     }
 
     void archiveCatalogue()
