@@ -88,7 +88,6 @@ struct RecordingHelp : shell::HelpLauncher {
         opened.append({ file, id });
         return true;
     }
-    bool showText(const QString &) override { return true; }
 };
 
 } // namespace
