@@ -1,6 +1,8 @@
 #include "shell/ui/helpwindow.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QFileInfo>
 #include <QStyle>
@@ -67,6 +69,20 @@ bool HelpWindow::showHelp(const QString &firstPage, int contextId)
     if (!QFileInfo(url.toLocalFile()).isReadable())
         return false;
     m_browser->setSource(url);
+    // Asked from a modal dialog, the window goes with that dialog while it is open: otherwise
+    // the dialog would block it.
+    if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()); dialog && dialog != parentWidget()) {
+        QWidget *home = parentWidget();
+        setParent(dialog, Qt::Window);
+        connect(
+            dialog, &QDialog::finished, this,
+            [this, home] {
+                const bool wasVisible = isVisible();
+                setParent(home, Qt::Window);
+                setVisible(wasVisible);
+            },
+            Qt::SingleShotConnection);
+    }
     show();
     raise();
     activateWindow();

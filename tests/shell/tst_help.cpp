@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBrowser>
+#include <QTimer>
 
 #include "catalog/creation.h"
 #include "classes/ui/form3.h"
@@ -68,6 +69,26 @@ private Q_SLOTS:
         h.w->menuItem(QStringLiteral("mHelpReadMe"))->trigger();
         QCOMPARE(QFileInfo(browser->source().toLocalFile()).fileName(), QStringLiteral("index.html"));
         QCOMPARE(h.w->findChildren<QTextBrowser *>().size(), 1);
+
+        // F1 in the classification editor: its page, in a window the dialog does not block,
+        // which stays the main window's after the dialog closes.
+        bool blocked = true;
+        QString page;
+        QTimer::singleShot(0, this, [&] {
+            QWidget *dialog = QApplication::activeModalWidget();
+            if (!dialog)
+                return;
+            QApplication::setActiveWindow(dialog);
+            QTest::keyClick(dialog, Qt::Key_F1);
+            page = QFileInfo(browser->source().toLocalFile()).fileName();
+            blocked = QApplication::activeModalWidget() != dialog || browser->window()->isHidden()
+                || browser->window()->parentWidget() != dialog;
+            dialog->close();
+        });
+        h.w->menuItem(QStringLiteral("mAidCombo"))->trigger();
+        QCOMPARE(page, QStringLiteral("classes.html"));
+        QVERIFY(!blocked);
+        QVERIFY(browser->window()->parentWidget() == h.w.get() && browser->window()->isVisible());
     }
 
     void missingManualIsReported()
