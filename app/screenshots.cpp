@@ -1,8 +1,12 @@
 // Makes the README's pictures: the main window offscreen at start-up, with a catalogue
 // open, showing the files of a folder, reordering binders, a binder's files, a filed record
-// being stepped through, a registered photograph beside its slip, the magnifier lens, and a
-// multi-page scan with its page counter, saved as PNG files.
-// Usage: tolvane-screenshots <output folder>
+// being stepped through, a keyword search's result, a registered photograph beside its slip,
+// the magnifier lens, a multi-page scan with its page counter, and the help window, saved as
+// PNG files. With a second folder, the user manual's pictures go there: all of the above and
+// the screens only the manual shows (registration, the search panels, the classification
+// editor).
+// Usage: tolvane-screenshots <output folder> [<manual picture folder>]
+#include <optional>
 #include <tiffio.h>
 
 #include <QAbstractScrollArea>
@@ -16,6 +20,7 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTimer>
 #include <QTreeWidget>
 
 #include "binders/ui/bindercontroller.h"
@@ -24,6 +29,7 @@
 #include "platform/jet/database.h"
 #include "search/ui/searchcontroller.h"
 #include "shell/ui/form1.h"
+#include "shell/ui/helpwindow.h"
 #include "shell/ui/japaneseinterface.h"
 
 namespace {
@@ -62,13 +68,32 @@ private:
     QString m_folder;
 };
 
-bool save(QWidget &w, const QDir &out, const char *name)
+// Where the pictures go: the README's folder and, when given, the manual's.
+struct Output {
+    QDir readme;
+    std::optional<QDir> manual;
+};
+
+bool saveTo(const QImage &picture, const QDir &out, const char *name)
 {
-    QCoreApplication::processEvents();
     const QString path = out.filePath(QString::fromLatin1(name));
-    const bool ok = w.grab().save(path);
+    const bool ok = picture.save(path);
     QTextStream(stdout) << (ok ? "wrote " : "FAILED ") << path << '\n';
     return ok;
+}
+
+bool save(QWidget &w, const Output &out, const char *name)
+{
+    QCoreApplication::processEvents();
+    const QImage picture = w.grab().toImage();
+    return saveTo(picture, out.readme, name) && (!out.manual || saveTo(picture, *out.manual, name));
+}
+
+// A picture only the manual shows.
+bool saveManual(QWidget &w, const Output &out, const char *name)
+{
+    QCoreApplication::processEvents();
+    return !out.manual || saveTo(w.grab().toImage(), *out.manual, name);
 }
 
 // The folder's files registered, and three binders, the first holding all of them.
@@ -203,8 +228,10 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Almaren Tolvane"));
     tolvane::shell::InstallJapaneseInterface(app);
-    const QDir out(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
-    if (!out.exists() && !QDir().mkpath(out.path()))
+    Output out { QDir(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".")), std::nullopt };
+    if (argc > 2)
+        out.manual = QDir(QString::fromLocal8Bit(argv[2]));
+    if (!QDir().mkpath(out.readme.path()) || (out.manual && !QDir().mkpath(out.manual->path())))
         return 2;
 
     QTemporaryDir tmp;
@@ -243,6 +270,7 @@ int main(int argc, char *argv[])
     window.Toolbar_ButtonClick(QStringLiteral("StartShowFile"));
     window.Toolbar_ButtonClick(QStringLiteral("View"));
     ok = save(window, out, "files.png") && ok;
+    ok = saveManual(window, out, "fileshow-start.png") && ok;
 
     window.menuItem(QStringLiteral("mSort2"))->trigger();
     window.binders().binderList()->setCurrentItem(window.binders().binderList()->topLevelItem(0)->child(2));
@@ -260,13 +288,19 @@ int main(int argc, char *argv[])
     window.Toolbar_ButtonClick(QStringLiteral("DBopen"));
     prompter.setFolder(pictures);
     window.Toolbar_ButtonClick(QStringLiteral("DBrec"));
+    ok = saveManual(window, out, "record.png") && ok;
     window.Toolbar_ButtonClick(QStringLiteral("RecAll"));
     window.Toolbar_ButtonClick(QStringLiteral("BackTo"));
     window.Toolbar_ButtonClick(QStringLiteral("Search"));
+    ok = saveManual(window, out, "search-menu.png") && ok;
+    window.Toolbar_ButtonClick(QStringLiteral("DBDate"));
+    ok = saveManual(window, out, "search-period.png") && ok;
+    window.Toolbar_ButtonClick(QStringLiteral("BackToSearch"));
     window.Toolbar_ButtonClick(QStringLiteral("DBKeyword"));
     if (auto *word = window.findChild<QLineEdit *>(QStringLiteral("Text1(0)")))
         word->setText(QStringLiteral("%"));
     window.Toolbar_ButtonClick(QStringLiteral("DurSeek"));
+    ok = save(window, out, "result-list.png") && ok;
     auto *fs = window.findChild<QTableView *>(QStringLiteral("fs"));
     const int photo = fs ? resultRow(fs, QStringLiteral("港の朝.jpg")) : -1;
     if (photo < 0)
@@ -294,5 +328,21 @@ int main(int argc, char *argv[])
     clickCell(fs, scan, 1);
     window.Toolbar_ButtonClick(QStringLiteral("Gnext"));
     ok = save(window, out, "scan.png") && ok;
+
+    // The classification editor, from its menu item.
+    QTimer::singleShot(0, &window, [&] {
+        if (QWidget *dialog = QApplication::activeModalWidget()) {
+            ok = saveManual(*dialog, out, "classes.png") && ok;
+            dialog->close();
+        }
+    });
+    window.menuItem(QStringLiteral("mAidCombo"))->trigger();
+
+    // The help window at the page of the slip, beside the program.
+    window.ShowHelp();
+    if (auto *help = window.findChild<tolvane::shell::HelpWindow *>(QStringLiteral("HelpWindow")))
+        ok = save(*help, out, "help.png") && ok;
+    else
+        ok = false;
     return ok ? 0 : 1;
 }

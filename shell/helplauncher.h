@@ -1,5 +1,5 @@
-// HelpLauncher: opens the help file at a topic and the read-me text. The main window holds
-// one; tests pass a recording one.
+// HelpLauncher: shows the manual at the page of a help context id. The main window holds
+// one (the help window); tests may pass a recording one.
 #pragma once
 
 #include <QString>
@@ -9,11 +9,9 @@ namespace tolvane::shell {
 class HelpLauncher {
 public:
     virtual ~HelpLauncher() = default;
-    // Opens the help file at the topic of contextId (0: its start page). False when no
-    // viewer could be started.
-    virtual bool showHelp(const QString &helpFile, int contextId) = 0;
-    // Opens a plain text file in the desktop's text editor.
-    virtual bool showText(const QString &textFile) = 0;
+    // Shows the manual whose first page is firstPage at the page of contextId (0: the first
+    // page). False when the page could not be read.
+    virtual bool showHelp(const QString &firstPage, int contextId) = 0;
 };
 
 } // namespace tolvane::shell

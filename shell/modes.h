@@ -91,6 +91,9 @@ constexpr int FileSearch = 10022;
 constexpr int BinderDelete = 10023;
 constexpr int BinderRename = 10024;
 constexpr int FileDetach = 10026;
+constexpr int FileShown = 10029; // a file clicked in the file list
+constexpr int RecordShown = 10031; // a catalogue record shown beside its slip
+constexpr int ClassEditor = 10032; // the classification editor (its own constant there)
 } // namespace Help
 
 // The texts one status code writes. A missing panel text leaves that panel as it is.

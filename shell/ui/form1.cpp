@@ -44,9 +44,10 @@
 #include "search/ui/searchcontroller.h"
 #include "search/ui/searchpanel.h"
 #include "shell/browseforfolder.h"
+#include "shell/helptopics.h"
 #include "shell/panes.h"
-#include "shell/ui/desktophelplauncher.h"
 #include "shell/ui/frmabout.h"
+#include "shell/ui/helpwindow.h"
 #include "shell/ui/maintenanceprogressdialog.h"
 #include "shell/ui/splitterhandle.h"
 #include "shell/ui/toolbaricons.h"
@@ -68,8 +69,6 @@ constexpr int kMinLeftTwips = 200; // the binder list never shrinks away
 constexpr int kSlipTwips = 4600;
 constexpr int kBinderSlipTwips = 4000;
 constexpr int kFileListFirstColumnTwips = 800;
-constexpr int kShownFileHelp = 10029;
-constexpr int kRecordHelp = 10031;
 // Panel selectors of BringPanelToFront.
 constexpr int kPanelPicture = 2;
 constexpr int kPanelText = 4;
@@ -110,10 +109,8 @@ Form1::Form1(Prompter &prompter, HelpLauncher *helpLauncher, QWidget *parent)
     , m_helpLauncher(helpLauncher)
 {
     setObjectName(QStringLiteral("Form1"));
-    if (!m_helpLauncher) {
-        m_ownHelpLauncher = std::make_unique<DesktopHelpLauncher>();
-        m_helpLauncher = m_ownHelpLauncher.get();
-    }
+    if (!m_helpLauncher)
+        m_helpLauncher = new HelpWindow(this);
 
     createToolbar();
     createControllers();
@@ -131,7 +128,9 @@ Form1::Form1(Prompter &prompter, HelpLauncher *helpLauncher, QWidget *parent)
     SetTextFontSize(10);
     ResetToStartScreen();
     ShowLayout(StartLayout());
-    m_helpFile = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("TolvaneHelp.chm"));
+    m_helpFile
+        = QDir(QCoreApplication::applicationDirPath())
+              .filePath(QString::fromLatin1(kManualFolder) + QLatin1Char('/') + QString::fromLatin1(kManualFirstPage));
     m_helpContextId = Help::StartUp;
 }
 
@@ -1001,7 +1000,7 @@ void Form1::OpenListedFile()
 {
     if (m_mode != Mode::FileShow && m_mode != Mode::Record)
         return;
-    ShowListedFile(m_browser->previousRow(), kShownFileHelp);
+    ShowListedFile(m_browser->previousRow(), Help::FileShown);
 }
 
 // The current node of fg changed.
@@ -1197,7 +1196,7 @@ bool Form1::ShowOpenedRecord()
     fg2->resize(twipsToPixels(binderList ? kBinderSlipTwips : kSlipTwips), fg2->height());
     vs->resize(fg2->width(), vs->height());
     ArrangePanes();
-    m_helpContextId = kRecordHelp;
+    m_helpContextId = Help::RecordShown;
     return true;
 }
 
@@ -1819,7 +1818,13 @@ void Form1::SaveFontSize()
         viewer::SaveFontSize(db, m_textFontSize);
 }
 
+// F1: the manual at the page of the current help id.
 void Form1::ShowHelp()
+{
+    openManual(m_helpContextId);
+}
+
+void Form1::openManual(int contextId)
 {
     if (!QFileInfo::exists(m_helpFile)) {
         m_prompter.inform(appTitle(),
@@ -1827,38 +1832,23 @@ void Form1::ShowHelp()
             Prompter::Icon::Warning);
         return;
     }
-    if (!m_helpLauncher->showHelp(m_helpFile, m_helpContextId))
-        helpViewerMissing();
+    if (!m_helpLauncher->showHelp(m_helpFile, contextId))
+        m_prompter.inform(appTitle(),
+            u("ヘルプファイルを読み込めません。") + QStringLiteral("\r\n") + QDir::toNativeSeparators(m_helpFile),
+            Prompter::Icon::Warning);
 }
 
-void Form1::helpViewerMissing()
-{
-    m_prompter.inform(appTitle(),
-        u("ヘルプを表示できるアプリケーションが見つかりません。") + QStringLiteral("\r\n")
-            + QDir::toNativeSeparators(m_helpFile),
-        Prompter::Icon::Warning);
-}
-
+// The manual's first page; F1 then answers with the start page's topic.
 void Form1::mHelpHelp_Click()
 {
-    if (!QFileInfo::exists(m_helpFile)) {
-        ShowHelp();
-    } else if (!m_helpLauncher->showHelp(m_helpFile, 0)) {
-        helpViewerMissing();
-    }
+    openManual(0);
     m_helpContextId = Help::StartUp;
 }
 
+// The read-me is the manual's first page.
 void Form1::mHelpReadMe_Click()
 {
-    const QString readMe = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("ReadMe.txt"));
-    if (!QFileInfo::exists(readMe)) {
-        m_prompter.inform(appTitle(),
-            u("ReadMe ファイルが見つかりません。") + QStringLiteral("\r\n") + QDir::toNativeSeparators(readMe),
-            Prompter::Icon::Warning);
-        return;
-    }
-    m_helpLauncher->showText(readMe);
+    openManual(0);
 }
 
 void Form1::mHelpVer_Click()

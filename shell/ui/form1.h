@@ -54,7 +54,7 @@ class Form1 : public QMainWindow {
     Q_OBJECT
 
 public:
-    // helpLauncher may be null: the desktop's viewer is used.
+    // helpLauncher may be null: the window's own help window shows the manual.
     explicit Form1(Prompter &prompter, HelpLauncher *helpLauncher = nullptr, QWidget *parent = nullptr);
     ~Form1() override;
 
@@ -69,7 +69,8 @@ public:
     QWidget *tableWidget(Widget w) const { return m_tableWidgets[std::size_t(w)]; }
     int textFontSize() const { return m_textFontSize; }
     int helpContextId() const { return m_helpContextId; }
-    // The help file F1 opens (the program folder + "TolvaneHelp.chm" unless set).
+    // The manual's first page; F1 opens the page of the current help id beside it (the
+    // program folder + "manual/index.html" unless set).
     const QString &helpFile() const { return m_helpFile; }
     void setHelpFile(const QString &path) { m_helpFile = path; }
 
@@ -227,10 +228,9 @@ private:
     bool applyTextFontSize(int points);
     void SaveFontSize();
     void shutdown();
-    void helpViewerMissing();
+    void openManual(int contextId);
 
     Prompter &m_prompter;
-    std::unique_ptr<HelpLauncher> m_ownHelpLauncher;
     HelpLauncher *m_helpLauncher = nullptr;
 
     // The catalogue in use and its two long-lived recordsets (closed before the database).
@@ -256,7 +256,7 @@ private:
 
     int m_textFontSize = 10;
     int m_helpContextId = 0;
-    QString m_helpFile; // the program folder + "TolvaneHelp.chm"
+    QString m_helpFile; // the manual's first page
 
     // Controllers: each owns its subsystem's widgets and state.
     browser::ui::BrowserController *m_browser = nullptr;

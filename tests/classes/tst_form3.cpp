@@ -88,7 +88,6 @@ struct RecordingHelp : shell::HelpLauncher {
         opened.append({ file, id });
         return true;
     }
-    bool showText(const QString &) override { return true; }
 };
 
 } // namespace
@@ -309,7 +308,7 @@ private Q_SLOTS:
         test::ScriptedPrompter prompter;
         shell::Form1 w(prompter, &help);
         w.show();
-        QFile helpFile(m_dir.filePath(QStringLiteral("TolvaneHelp.chm")));
+        QFile helpFile(m_dir.filePath(QStringLiteral("index.html")));
         QVERIFY(helpFile.open(QIODevice::WriteOnly));
         helpFile.close();
         w.setHelpFile(helpFile.fileName());

@@ -47,9 +47,7 @@ QStringList split(const char *s)
 
 struct RecordingHelp : HelpLauncher {
     bool showHelp(const QString &file, int contextId) override { return opened << qMakePair(file, contextId), true; }
-    bool showText(const QString &file) override { return texts << file, true; }
     QList<QPair<QString, int>> opened;
-    QStringList texts;
 };
 
 struct HelpHolder {
@@ -155,7 +153,7 @@ private Q_SLOTS:
         QCOMPARE(w.height(), w.twipsToPixels(9000));
         QCOMPARE(w.mode(), Mode::Start);
         QCOMPARE(w.helpContextId(), 1000);
-        QVERIFY(w.helpFile().endsWith(QStringLiteral("/TolvaneHelp.chm")));
+        QVERIFY(w.helpFile().endsWith(QStringLiteral("/manual/index.html")));
         QCOMPARE(w.statusPanelCount(), 2);
         QCOMPARE(w.statusPanelText(1), u("スタートモード"));
         QCOMPARE(
@@ -747,38 +745,6 @@ private Q_SLOTS:
             QCOMPARE(w.textFontSize(), size);
             QCOMPARE(checkedSizes(w), QStringList { QStringLiteral("m%1").arg(size) });
         }
-    }
-
-    void help()
-    {
-        Harness h;
-        Form1 &w = *h.w;
-        w.setHelpFile(m_dir.filePath(QStringLiteral("missing/TolvaneHelp.chm")));
-        QTest::keyClick(&w, Qt::Key_F1);
-        QCOMPARE(h.prompter.messages().size(), 1);
-        QVERIFY(h.prompter.lastMessage().text.contains(QDir::toNativeSeparators(w.helpFile())));
-        QCOMPARE(h.prompter.lastMessage().title, kTitle);
-        QVERIFY(h.help.opened.isEmpty());
-
-        QFile f(m_dir.filePath(QStringLiteral("TolvaneHelp.chm")));
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.close();
-        w.setHelpFile(f.fileName());
-        QVERIFY(clickTool(w, QStringLiteral("StartShowFile")));
-        QTest::keyClick(&w, Qt::Key_F1);
-        QCOMPARE(h.help.opened.size(), 1);
-        QCOMPARE(h.help.opened.last(), qMakePair(w.helpFile(), 10019));
-
-        w.menuItem(QStringLiteral("mHelpHelp"))->trigger();
-        QCOMPARE(h.help.opened.last().second, 0);
-        QCOMPARE(w.helpContextId(), 1000);
-
-        // The read-me text sits beside the program; here there is none.
-        h.prompter.clear();
-        w.menuItem(QStringLiteral("mHelpReadMe"))->trigger();
-        QCOMPARE(h.prompter.messages().size(), 1);
-        QVERIFY(h.prompter.lastMessage().text.contains(QStringLiteral("ReadMe.txt")));
-        QVERIFY(h.help.texts.isEmpty());
     }
 
     void versionDialog()
