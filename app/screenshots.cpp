@@ -27,6 +27,7 @@
 #include "catalog/creation.h"
 #include "catalog/schema.h"
 #include "platform/jet/database.h"
+#include "platform/jet/recordset.h"
 #include "search/ui/searchcontroller.h"
 #include "shell/ui/form1.h"
 #include "shell/ui/helpwindow.h"
@@ -114,6 +115,10 @@ bool fillCatalogue(const QString &path, const QString &folder, const QStringList
     const QStringList binders { QStringLiteral("2024年度 会議"), QStringLiteral("見積・契約"), QStringLiteral("図面") };
     for (int i = 0; i < binders.size(); ++i)
         ok = ok && (*db)->insertRow(kBinderNameTable, { i + 1, binders[i], i + 1 }).isOk();
+    // The counters have handed out what was written, so that later registrations draw new ids.
+    auto idno = (*db)->openTable(kIdNoTable);
+    ok = ok && idno && (*idno)->setField(QStringLiteral("pnID"), 1).isOk()
+        && (*idno)->setField(QStringLiteral("bdID"), int(binders.size())).isOk() && (*idno)->update().isOk();
     return ok;
 }
 
