@@ -316,7 +316,8 @@ StepFile::StepFile(const QByteArray &data)
     m_isStep = text.trimmed().startsWith(u"ISO-10303-21");
     // Ids by entity name as written; the names are upper-cased once each at the end.
     // Every instance ends with a ";": their count bounds the index.
-    m_index.reserve(std::count(data.cbegin(), data.cend(), ';'));
+    std::vector<std::pair<qint64, Range>> entries;
+    entries.reserve(std::count(data.cbegin(), data.cend(), ';'));
     QHash<QStringView, qsizetype> nameSlot;
     QHash<QString, qsizetype> upperSlot;
     std::vector<QList<qint64>> idsByName;
@@ -358,7 +359,7 @@ StepFile::StepFile(const QByteArray &data)
             qsizetype body = eq + 1;
             while (body < statement.size() && statement[body].isSpace())
                 ++body;
-            m_index.insert(id, { start + body, statement.size() - body });
+            entries.push_back({ id, { start + body, statement.size() - body } });
             qsizetype end = body;
             while (end < statement.size() && (statement[end].isLetterOrNumber() || statement[end] == u'_'))
                 ++end;
@@ -382,6 +383,23 @@ StepFile::StepFile(const QByteArray &data)
             m_description = statement.toString();
         }
     }
+    // A later instance of the same id replaces the earlier one.
+    qint64 maxId = 0;
+    for (const auto &e : entries)
+        maxId = std::max(maxId, e.first);
+    if (!entries.empty() && maxId <= 4 * qint64(entries.size()) + 1024) {
+        m_byId.assign(size_t(maxId) + 1, Range { 0, -1 });
+        for (const auto &[id, range] : entries) {
+            if (m_byId[size_t(id)].length < 0)
+                ++m_count;
+            m_byId[size_t(id)] = range;
+        }
+    } else {
+        m_index.reserve(qsizetype(entries.size()));
+        for (const auto &[id, range] : entries)
+            m_index.insert(id, range);
+        m_count = m_index.size();
+    }
     for (auto it = upperSlot.cbegin(); it != upperSlot.cend(); ++it)
         m_byName.insert(it.key(), std::move(idsByName[it.value()]));
 }
@@ -389,10 +407,16 @@ StepFile::StepFile(const QByteArray &data)
 StepInstance StepFile::instance(qint64 id) const
 {
     StepInstance out;
-    const auto it = m_index.constFind(id);
-    if (it == m_index.constEnd())
+    const Range *range = nullptr;
+    if (!m_byId.empty()) {
+        if (id >= 0 && id < qint64(m_byId.size()) && m_byId[size_t(id)].length >= 0)
+            range = &m_byId[size_t(id)];
+    } else if (const auto it = m_index.constFind(id); it != m_index.constEnd()) {
+        range = &*it;
+    }
+    if (!range)
         return out;
-    Parser parser(QStringView(m_text).mid(it->start, it->length));
+    Parser parser(QStringView(m_text).mid(range->start, range->length));
     if (!parser.instance(out.records))
         out.records.clear();
     return out;
