@@ -160,6 +160,14 @@ private slots:
         QVERIFY(near(arc.sweepDeg, -270)); // from 0° clockwise to 90°
         QCOMPARE(d.elements[4].text.text, QStringLiteral("It's 表\\ソ"));
 
+        // Sparse ids (far apart, not from 1) and entity names in lower case read the same.
+        QStringList sparse = instances;
+        for (QString &line : sparse) {
+            line.replace(u'#', QStringLiteral("#7000000"));
+            line.replace(QStringLiteral("DRAWING_SHEET_REVISION("), QStringLiteral("drawing_sheet_revision("));
+        }
+        compareDrawings(read(samples::p21(sparse)), d);
+
         // Without a sheet there is nothing to draw: a damaged file, not an empty drawing.
         instances.removeIf([](const QString &l) { return l.contains(u"DRAWING_SHEET_REVISION("); });
         const Result<Drawing> none = readDrawingData(samples::p21(instances));

@@ -7,9 +7,11 @@
 #include <array>
 
 #include <QAction>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QMouseEvent>
 #include <QStandardPaths>
 #include <QStringEncoder>
 #include <QTableView>
@@ -428,6 +430,17 @@ private slots:
         if (const QString dir = qEnvironmentVariable("TOLVANE_SCREENSHOT_DIR"); !dir.isEmpty()) {
             QDir().mkpath(dir);
             QVERIFY(form().grab().save(QDir(dir).filePath(QStringLiteral("drawing.png"))));
+            // The lens over the sheet's Japanese text (about 206, 273 mm on the 420 × 297 mm sheet).
+            imk()->setMagnifierEnabled(true);
+            const QRect sheet = imk()->pictureRect();
+            const QPoint at(sheet.left() + sheet.width() * 206 / 420, sheet.top() + sheet.height() * (297 - 273) / 297);
+            QWidget *viewport = imk()->viewport();
+            QMouseEvent move(
+                QEvent::MouseMove, at, viewport->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+            QApplication::sendEvent(viewport, &move);
+            QVERIFY(!imk()->lensImage(at).isNull());
+            QVERIFY(imk()->grab().save(QDir(dir).filePath(QStringLiteral("drawing-lens.png"))));
+            imk()->setMagnifierEnabled(false);
         }
 
         // DXF is routed as a picture: drawn at once, on the pictures' grey, white turned black.

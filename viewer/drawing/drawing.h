@@ -161,3 +161,11 @@ double sxfPredefinedWidth(int code);
 int sxfWidthCode(double mm);
 
 } // namespace tolvane::viewer::drawing
+
+// Made of Qt's relocatable types: a growing list moves them with memmove.
+Q_DECLARE_TYPEINFO(tolvane::viewer::drawing::LineStyle, Q_RELOCATABLE_TYPE);
+Q_DECLARE_TYPEINFO(tolvane::viewer::drawing::Curve, Q_RELOCATABLE_TYPE);
+Q_DECLARE_TYPEINFO(tolvane::viewer::drawing::TextBox, Q_RELOCATABLE_TYPE);
+Q_DECLARE_TYPEINFO(tolvane::viewer::drawing::HatchLines, Q_RELOCATABLE_TYPE);
+Q_DECLARE_TYPEINFO(tolvane::viewer::drawing::Element, Q_RELOCATABLE_TYPE);
+Q_DECLARE_TYPEINFO(tolvane::viewer::drawing::Layer, Q_RELOCATABLE_TYPE);

@@ -633,10 +633,12 @@ bool P21Walker::walk()
             break;
         }
     }
-    if (const StepValue *items = arg(sr, 1))
+    if (const StepValue *items = arg(sr, 1)) {
+        m_drawing.elements.reserve(std::min<qsizetype>(qsizetype(items->items.size()), kMaxElements));
         for (const StepValue &i : items->items)
             if (i.isRef())
                 item(i.ref, -1, QTransform(), 0);
+    }
     return true;
 }
 

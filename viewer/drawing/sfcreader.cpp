@@ -3,7 +3,6 @@
 // "/*SXF … SXF*/" block is split into its feature name and quoted arguments. The elements of the
 // sheet, of a compound figure or of a composite curve come before the feature that closes them.
 #include <QHash>
-#include <QStringDecoder>
 #include <QtMath>
 
 #include "viewer/drawing/internal/sxfbuilder.h"
@@ -17,9 +16,12 @@ using internal::countSkipped;
 using internal::FigureBody;
 using internal::FigurePlacement;
 
+// The arguments of a feature as views into its text.
+using Args = QList<QStringView>;
+
 // Splits the argument text of a feature: 'number', '(list)' and \'string\' items separated by
 // commas. False when the text is not made of such items.
-bool splitArguments(QStringView text, QStringList &out)
+bool splitArguments(QStringView text, Args &out)
 {
     qsizetype i = 0;
     const qsizetype n = text.size();
@@ -32,20 +34,20 @@ bool splitArguments(QStringView text, QStringList &out)
             const qsizetype end = text.indexOf(u"\\'", i + 2);
             if (end < 0)
                 return false;
-            out.append(text.mid(i + 2, end - i - 2).toString());
+            out.append(text.mid(i + 2, end - i - 2));
             i = end + 2;
         } else if (text[i] == u'\'') {
             const qsizetype end = text.indexOf(u'\'', i + 1);
             if (end < 0)
                 return false;
-            out.append(text.mid(i + 1, end - i - 1).toString());
+            out.append(text.mid(i + 1, end - i - 1));
             i = end + 1;
         } else {
             // A bare word ($ or a number written without quotes).
             qsizetype end = i;
             while (end < n && text[end] != u',')
                 ++end;
-            out.append(text.mid(i, end - i).trimmed().toString());
+            out.append(text.mid(i, end - i).trimmed());
             i = end;
         }
         while (i < n && text[i].isSpace())
@@ -59,26 +61,26 @@ bool splitArguments(QStringView text, QStringList &out)
     return true;
 }
 
-double number(const QString &text, bool *ok = nullptr)
+double number(QStringView text, bool *ok = nullptr)
 {
     bool good = false;
-    const double v = text.trimmed().toDouble(&good);
+    const double v = internal::toDouble(text, &good);
     const bool finite = good && std::isfinite(v);
     if (ok)
         *ok = finite;
     return finite ? v : 0.0;
 }
 
-int integer(const QString &text)
+int integer(QStringView text)
 {
     return toCode(number(text));
 }
 
 // '(a,b,c)' → the numbers; the count is capped by the file size anyway.
-QList<double> numberList(const QString &text)
+QList<double> numberList(QStringView text)
 {
     QList<double> out;
-    QStringView v = QStringView(text).trimmed();
+    QStringView v = text.trimmed();
     if (v.startsWith(u'('))
         v = v.mid(1);
     if (v.endsWith(u')'))
@@ -87,7 +89,7 @@ QList<double> numberList(const QString &text)
         if (part.trimmed().isEmpty())
             continue;
         bool ok = false;
-        const double d = part.trimmed().toDouble(&ok);
+        const double d = internal::toDouble(part, &ok);
         out.append(ok && std::isfinite(d) ? d : 0.0);
     }
     return out;
@@ -106,21 +108,21 @@ class SfcReader {
 public:
     Drawing drawing;
 
-    void feature(const QString &name, const QStringList &a);
+    void feature(const QString &name, const Args &a);
     void finish();
 
 private:
     LineStyle style(int colour, int type, int width) const;
     QColor colour(int code) const;
     int layer(int code) const { return code >= 1 && code <= drawing.layers.size() ? code - 1 : -1; }
-    bool wants(const QString &name, const QStringList &a, int count);
+    bool wants(const QString &name, const Args &a, int count);
     void stroke(int layerCode, const LineStyle &s, Curve curve);
     // A text block from a[font] on: font, string, x, y, height, width, spacing, angle, slant,
     // anchor, direction.
-    void addText(int layerCode, int colourCode, const QStringList &a, qsizetype font);
-    void dimension(const QString &name, const QStringList &a);
+    void addText(int layerCode, int colourCode, const Args &a, qsizetype font);
+    void dimension(const QString &name, const Args &a);
     void arrow(int layerCode, const LineStyle &s, int code, QPointF tip, QPointF towards, double scale);
-    QList<QPolygonF> rings(int outline, const QString &holes) const;
+    QList<QPolygonF> rings(int outline, QStringView holes) const;
 
     QHash<int, QColor> m_userColours;
     int m_nextColour = 17;
@@ -137,7 +139,7 @@ private:
     QHash<QString, FigureBody> m_figures;
 };
 
-bool SfcReader::wants(const QString &name, const QStringList &a, int count)
+bool SfcReader::wants(const QString &name, const Args &a, int count)
 {
     if (a.size() == count)
         return true;
@@ -171,7 +173,7 @@ void SfcReader::stroke(int layerCode, const LineStyle &s, Curve curve)
     m_pending.elements.append(std::move(e));
 }
 
-QList<QPolygonF> SfcReader::rings(int outline, const QString &holes) const
+QList<QPolygonF> SfcReader::rings(int outline, QStringView holes) const
 {
     QList<QPolygonF> out;
     if (outline >= 1 && outline <= m_composites.size())
@@ -184,7 +186,7 @@ QList<QPolygonF> SfcReader::rings(int outline, const QString &holes) const
     return out;
 }
 
-void SfcReader::addText(int layerCode, int colourCode, const QStringList &a, qsizetype font)
+void SfcReader::addText(int layerCode, int colourCode, const Args &a, qsizetype font)
 {
     Element e;
     e.type = Element::Type::Text;
@@ -193,7 +195,7 @@ void SfcReader::addText(int layerCode, int colourCode, const QStringList &a, qsi
     const int code = integer(a[font]);
     TextBox &t = e.text;
     t.font = code >= 1 && code <= m_fonts.size() ? m_fonts[code - 1] : QString();
-    t.text = a[font + 1];
+    t.text = a[font + 1].toString();
     t.position = QPointF(number(a[font + 2]), number(a[font + 3]));
     t.heightMm = number(a[font + 4]);
     t.widthMm = number(a[font + 5]);
@@ -212,7 +214,7 @@ void SfcReader::arrow(int layerCode, const LineStyle &s, int code, QPointF tip, 
 }
 
 // Dimensions, labels and balloons: their lines, extension lines, arrows and text.
-void SfcReader::dimension(const QString &name, const QStringList &a)
+void SfcReader::dimension(const QString &name, const Args &a)
 {
     const int l = integer(a[0]);
     const LineStyle s = style(integer(a[1]), integer(a[2]), integer(a[3]));
@@ -275,7 +277,7 @@ void SfcReader::dimension(const QString &name, const QStringList &a)
         addText(l, integer(a[1]), a, arrowAt + 3);
 }
 
-void SfcReader::feature(const QString &name, const QStringList &a)
+void SfcReader::feature(const QString &name, const Args &a)
 {
     // The elements first: they are most of a file.
     if (name == u"line_feature") {
@@ -353,12 +355,12 @@ void SfcReader::feature(const QString &name, const QStringList &a)
     }
     if (name == u"text_font_feature") {
         if (wants(name, a, 1) && m_fonts.size() < 1024)
-            m_fonts.append(a[0]);
+            m_fonts.append(a[0].toString());
         return;
     }
     if (name == u"layer_feature") {
         if (wants(name, a, 2) && drawing.layers.size() < 256)
-            drawing.layers.append({ a[0], integer(a[1]) != 0 });
+            drawing.layers.append({ a[0].toString(), integer(a[1]) != 0 });
         return;
     }
     if (name == u"point_marker_feature") {
@@ -434,7 +436,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
         if (!wants(name, a, 5))
             return;
         if (a[1] != u"Area_control") {
-            countSkipped(drawing, name + QStringLiteral(" ") + a[1]);
+            countSkipped(drawing, name + QStringLiteral(" ") + a[1].toString());
             return;
         }
         Element e;
@@ -447,13 +449,13 @@ void SfcReader::feature(const QString &name, const QStringList &a)
     if (name == u"sfig_locate_feature") {
         if (wants(name, a, 7))
             m_pending.placements.append(
-                { a[1], { number(a[2]), number(a[3]) }, number(a[4]), number(a[5]), number(a[6]) });
+                { a[1].toString(), { number(a[2]), number(a[3]) }, number(a[4]), number(a[5]), number(a[6]) });
         return;
     }
     if (name == u"sfig_org_feature") {
         if (wants(name, a, 2)) {
             m_pending.kind = integer(a[1]);
-            m_figures.insert(a[0], m_pending);
+            m_figures.insert(a[0].toString(), m_pending);
         }
         m_pending = {};
         m_segmentsFrom = 0;
@@ -461,7 +463,7 @@ void SfcReader::feature(const QString &name, const QStringList &a)
     }
     if (name == u"drawing_sheet_feature") {
         if (wants(name, a, 5) && !m_haveSheet) {
-            drawing.name = a[0];
+            drawing.name = a[0].toString();
             const int size = integer(a[1]);
             QSizeF paper = internal::sxfPaperSize(size, integer(a[2]) == 1);
             if (paper.isEmpty())
@@ -518,13 +520,13 @@ bool isClosing(QStringView line)
 
 Result<Drawing> readSfc(const QByteArray &data)
 {
-    QStringDecoder decoder("windows-31j");
-    const QString text = decoder.decode(data);
+    const QString text = internal::decodeWindows31j(data);
     if (!text.contains(u"/*SXF"))
         return Status::corruption(QStringLiteral("no SXF feature comments"));
 
     SfcReader reader;
     QString feature;
+    Args args; // views into feature, valid until the next feature
     bool inside = false;
     qsizetype start = 0;
     while (start < text.size()) {
@@ -536,7 +538,7 @@ Result<Drawing> readSfc(const QByteArray &data)
         if (!inside) {
             if (isOpening(line)) {
                 inside = true;
-                feature.clear();
+                feature.truncate(0); // keeps its capacity
             }
             continue;
         }
@@ -549,7 +551,7 @@ Result<Drawing> readSfc(const QByteArray &data)
         const qsizetype eq = feature.indexOf(u'=');
         const qsizetype open = feature.indexOf(u'(', eq + 1);
         const qsizetype close = feature.lastIndexOf(u')');
-        QStringList args;
+        args.clear();
         if (eq < 0 || open < 0 || close < open
             || !splitArguments(QStringView(feature).mid(open + 1, close - open - 1), args)) {
             countSkipped(reader.drawing, QStringLiteral("damaged feature"));

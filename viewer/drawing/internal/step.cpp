@@ -1,9 +1,11 @@
 #include "viewer/drawing/internal/step.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <QStringDecoder>
 
+#include "viewer/drawing/internal/sxfbuilder.h"
 #include "viewer/drawing/readers.h"
 
 namespace tolvane::viewer::drawing::internal {
@@ -29,7 +31,7 @@ QString StepValue::toText() const
 const StepRecord *StepInstance::record(QStringView name) const
 {
     for (const StepRecord &r : records)
-        if (r.name == name)
+        if (r.name.size() == name.size() && r.name == name) // the size first: most names differ in it
             return &r;
     return nullptr;
 }
@@ -70,6 +72,22 @@ qsizetype decodeHexRun(QStringView raw, qsizetype i, int width, QString &out)
         i += width;
     }
     return i;
+}
+
+// An instance id: decimal digits only, at most 18 of them (no overflow).
+bool parseId(QStringView digits, qint64 &out)
+{
+    if (digits.isEmpty() || digits.size() > 18)
+        return false;
+    qint64 v = 0;
+    for (const QChar c : digits) {
+        const char16_t u = c.unicode();
+        if (u < u'0' || u > u'9')
+            return false;
+        v = v * 10 + (u - u'0');
+    }
+    out = v;
+    return true;
 }
 
 // Parses values from a STEP text with a depth bound.
@@ -175,10 +193,8 @@ private:
             const qsizetype start = m_pos;
             while (m_pos < m_text.size() && m_text[m_pos].isDigit())
                 ++m_pos;
-            bool ok = false;
-            v.ref = m_text.mid(start, m_pos - start).toLongLong(&ok);
             v.type = StepValue::Type::Ref;
-            return ok;
+            return parseId(m_text.mid(start, m_pos - start), v.ref);
         }
         if (c == u'\'') {
             const qsizetype start = ++m_pos;
@@ -229,7 +245,7 @@ private:
                         && (m_text[m_pos - 1] == u'E' || m_text[m_pos - 1] == u'e'))))
                 ++m_pos;
             bool ok = false;
-            v.number = m_text.mid(start, m_pos - start).toDouble(&ok);
+            v.number = toDouble(m_text.mid(start, m_pos - start), &ok);
             v.type = StepValue::Type::Number;
             return ok && std::isfinite(v.number);
         }
@@ -294,11 +310,17 @@ StepFile::StepFile(const QByteArray &data)
     QStringDecoder utf8(QStringDecoder::Utf8);
     m_text = utf8.decode(data);
     if (utf8.hasError()) {
-        QStringDecoder cp932("windows-31j");
-        m_text = cp932.decode(data);
+        m_text = decodeWindows31j(data);
     }
     const QStringView text(m_text);
     m_isStep = text.trimmed().startsWith(u"ISO-10303-21");
+    // Ids by entity name as written; the names are upper-cased once each at the end.
+    // Every instance ends with a ";": their count bounds the index.
+    std::vector<std::pair<qint64, Range>> entries;
+    entries.reserve(std::count(data.cbegin(), data.cend(), ';'));
+    QHash<QStringView, qsizetype> nameSlot;
+    QHash<QString, qsizetype> upperSlot;
+    std::vector<QList<qint64>> idsByName;
     // Statements end with ";" outside strings and comments.
     qsizetype i = 0;
     const qsizetype n = text.size();
@@ -331,32 +353,70 @@ StepFile::StepFile(const QByteArray &data)
             const qsizetype eq = statement.indexOf(u'=');
             if (eq < 0)
                 continue;
-            bool ok = false;
-            const qint64 id = statement.mid(1, eq - 1).trimmed().toLongLong(&ok);
-            if (!ok)
+            qint64 id = 0;
+            if (!parseId(statement.mid(1, eq - 1).trimmed(), id))
                 continue;
             qsizetype body = eq + 1;
             while (body < statement.size() && statement[body].isSpace())
                 ++body;
-            m_index.insert(id, { start + body, statement.size() - body });
+            entries.push_back({ id, { start + body, statement.size() - body } });
             qsizetype end = body;
             while (end < statement.size() && (statement[end].isLetterOrNumber() || statement[end] == u'_'))
                 ++end;
-            if (end > body)
-                m_byName[statement.mid(body, end - body).toString().toUpper()].append(id);
+            if (end > body) {
+                const QStringView name = statement.mid(body, end - body);
+                auto slot = nameSlot.constFind(name);
+                if (slot == nameSlot.constEnd()) {
+                    // Names differing only in case share one list, in file order.
+                    const QString upper = name.toString().toUpper();
+                    qsizetype index = upperSlot.value(upper, -1);
+                    if (index < 0) {
+                        index = qsizetype(idsByName.size());
+                        upperSlot.insert(upper, index);
+                        idsByName.emplace_back();
+                    }
+                    slot = nameSlot.insert(name, index);
+                }
+                idsByName[*slot].append(id);
+            }
         } else if (statement.startsWith(u"FILE_DESCRIPTION")) {
             m_description = statement.toString();
         }
     }
+    // A later instance of the same id replaces the earlier one.
+    qint64 maxId = 0;
+    for (const auto &e : entries)
+        maxId = std::max(maxId, e.first);
+    if (!entries.empty() && maxId <= 4 * qint64(entries.size()) + 1024) {
+        m_byId.assign(size_t(maxId) + 1, Range { 0, -1 });
+        for (const auto &[id, range] : entries) {
+            if (m_byId[size_t(id)].length < 0)
+                ++m_count;
+            m_byId[size_t(id)] = range;
+        }
+    } else {
+        m_index.reserve(qsizetype(entries.size()));
+        for (const auto &[id, range] : entries)
+            m_index.insert(id, range);
+        m_count = m_index.size();
+    }
+    for (auto it = upperSlot.cbegin(); it != upperSlot.cend(); ++it)
+        m_byName.insert(it.key(), std::move(idsByName[it.value()]));
 }
 
 StepInstance StepFile::instance(qint64 id) const
 {
     StepInstance out;
-    const auto it = m_index.constFind(id);
-    if (it == m_index.constEnd())
+    const Range *range = nullptr;
+    if (!m_byId.empty()) {
+        if (id >= 0 && id < qint64(m_byId.size()) && m_byId[size_t(id)].length >= 0)
+            range = &m_byId[size_t(id)];
+    } else if (const auto it = m_index.constFind(id); it != m_index.constEnd()) {
+        range = &*it;
+    }
+    if (!range)
         return out;
-    Parser parser(QStringView(m_text).mid(it->start, it->length));
+    Parser parser(QStringView(m_text).mid(range->start, range->length));
     if (!parser.instance(out.records))
         out.records.clear();
     return out;

@@ -48,7 +48,7 @@ public:
     explicit StepFile(const QByteArray &data);
 
     bool isStep() const { return m_isStep; }
-    qsizetype instanceCount() const { return m_index.size(); }
+    qsizetype instanceCount() const { return m_count; }
     // The instance #id (empty when it is missing or damaged).
     StepInstance instance(qint64 id) const;
     // Ids of the instances whose first record is name, in file order.
@@ -59,10 +59,13 @@ public:
 private:
     struct Range {
         qsizetype start;
-        qsizetype length;
+        qsizetype length; // negative: no such instance
     };
     QString m_text;
+    // Writers number instances densely from 1: then a plain array by id, else a hash.
+    std::vector<Range> m_byId;
     QHash<qint64, Range> m_index;
+    qsizetype m_count = 0;
     QHash<QString, QList<qint64>> m_byName;
     QString m_description;
     bool m_isStep = false;

@@ -1,7 +1,10 @@
 #include "viewer/drawing/internal/sxfbuilder.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+
+#include <QStringDecoder>
 
 #include "viewer/drawing/readers.h"
 
@@ -152,6 +155,114 @@ void placeFigures(Drawing &drawing, FigureBody sheet, const QHash<QString, Figur
     placer.place(sheet, QTransform(), 0);
     if (placer.capped)
         countSkipped(drawing, QStringLiteral("elements beyond the limit"));
+}
+
+namespace {
+
+// Whether the converter maps every byte 0x00–0x7F to the same code point (some IBM tables swap
+// control characters; then the whole text goes through the converter).
+bool asciiIsIdentity()
+{
+    static const bool identity = [] {
+        QByteArray ascii(128, '\0');
+        for (int b = 0; b < 128; ++b)
+            ascii[b] = char(b);
+        QStringDecoder decoder("windows-31j");
+        return decoder.isValid() && decoder.decode(ascii) == QString::fromLatin1(ascii);
+    }();
+    return identity;
+}
+
+bool isLeadByte(uchar b)
+{
+    return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
+}
+
+} // namespace
+
+QString decodeWindows31j(QByteArrayView data)
+{
+    if (!asciiIsIdentity()) {
+        QStringDecoder decoder("windows-31j");
+        return decoder.decode(data);
+    }
+    QString out;
+    out.reserve(data.size());
+    const char *p = data.data();
+    const qsizetype n = data.size();
+    qsizetype i = 0;
+    while (i < n) {
+        qsizetype start = i;
+        while (i < n && uchar(p[i]) < 0x80)
+            ++i;
+        if (i > start)
+            out.append(QLatin1StringView(p + start, i - start));
+        // A lead byte takes its trail byte with it, which may lie in the ASCII range (0x5C of 表).
+        start = i;
+        while (i < n && uchar(p[i]) >= 0x80)
+            i += isLeadByte(uchar(p[i])) ? 2 : 1;
+        i = std::min(i, n);
+        if (i > start) {
+            QStringDecoder decoder("windows-31j");
+            out.append(decoder.decode(QByteArrayView(p + start, i - start)));
+        }
+    }
+    return out;
+}
+
+double toDouble(QStringView text, bool *ok)
+{
+    // [+-] digits [. digits] [(e|E) [+-] digits], at least one digit before the exponent, which
+    // std::from_chars and QStringView::toDouble both read correctly rounded.
+    const QStringView t = text.trimmed();
+    char buffer[64];
+    const qsizetype n = t.size();
+    if (n == 0 || n >= qsizetype(sizeof buffer))
+        return t.toDouble(ok);
+    qsizetype i = 0, length = 0;
+    const auto at = [&](qsizetype k) { return k < n ? t[k].unicode() : char16_t(0); };
+    const auto isDigit = [](char16_t c) { return c >= u'0' && c <= u'9'; };
+    if (at(0) == u'-')
+        buffer[length++] = '-';
+    if (at(0) == u'-' || at(0) == u'+')
+        ++i;
+    int digits = 0;
+    while (isDigit(at(i))) {
+        buffer[length++] = char(at(i++));
+        ++digits;
+    }
+    if (at(i) == u'.') {
+        buffer[length++] = '.';
+        ++i;
+        while (isDigit(at(i))) {
+            buffer[length++] = char(at(i++));
+            ++digits;
+        }
+    }
+    if (digits == 0)
+        return t.toDouble(ok);
+    if (at(i) == u'e' || at(i) == u'E') {
+        buffer[length++] = 'e';
+        ++i;
+        if (at(i) == u'-' || at(i) == u'+')
+            buffer[length++] = char(at(i++));
+        int exponentDigits = 0;
+        while (isDigit(at(i))) {
+            buffer[length++] = char(at(i++));
+            ++exponentDigits;
+        }
+        if (exponentDigits == 0)
+            return t.toDouble(ok);
+    }
+    if (i != n)
+        return t.toDouble(ok);
+    double value = 0;
+    const auto [end, error] = std::from_chars(buffer, buffer + length, value);
+    if (error != std::errc() || end != buffer + length)
+        return t.toDouble(ok);
+    if (ok)
+        *ok = true;
+    return value;
 }
 
 } // namespace tolvane::viewer::drawing::internal
