@@ -15,7 +15,7 @@ namespace tolvane::browser {
 struct ListedFile {
     QString name; // as the file system gives it
     qint64 size = -1; // bytes; -1 when the length could not be read
-    QDateTime modified; // invalid when the date could not be read; any time spec (lists give UTC)
+    QDateTime modified; // invalid when the date could not be read; UTC or local (lists give UTC)
 };
 
 class FileListModel : public QAbstractTableModel {

@@ -241,10 +241,10 @@ TableProblems tableProblems(const Catalogue::Table &t)
 
 TableSpec specOf(const Catalogue::Table &t)
 {
-    TableSpec spec { t.name, {} };
+    TableSpec layout { t.name, {} };
     for (const ColumnInfo &c : t.columns)
-        spec.columns.append({ c.name, c.type, c.type == ColumnType::Text ? c.maxLength : 0 });
-    return spec;
+        layout.columns.append({ c.name, c.type, c.type == ColumnType::Text ? c.maxLength : 0 });
+    return layout;
 }
 
 void addToDigest(QCryptographicHash &digest, const Row &row)

@@ -19,7 +19,7 @@ bool isWholeNumberColumn(ColumnType type)
     return type == ColumnType::Long || type == ColumnType::Integer || type == ColumnType::Byte;
 }
 
-// A date bound as compareValues reads it: its own date and time of day, whatever its time spec.
+// A date bound as compareValues reads it: its own date and time of day, UTC or local alike.
 bool boundKey(const QVariant &v, qint64 &key)
 {
     QDate date;
