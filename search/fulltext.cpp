@@ -28,6 +28,13 @@ QString fileNameOf(const QString &path)
     return path.mid(slash + 1);
 }
 
+// The folder part of the same.
+QString folderOf(const QString &path)
+{
+    const qsizetype slash = std::max(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\')));
+    return slash < 0 ? QString() : path.left(slash);
+}
+
 } // namespace
 
 bool IsFullTextExtension(const QString &fileName)
@@ -147,10 +154,13 @@ Status FullTextEngine::refresh(
 {
     m_extracted = 0;
     m_failed = 0;
+    m_forgotten = 0;
     const QString version = extract::extractorVersion();
     QStringList stale;
     QList<extract::FileStamp> stamps;
     now = stampsOf(paths);
+    if (Status s = forgetVanished(paths, now); !s)
+        return s;
     for (qsizetype i = 0; i < paths.size(); ++i) {
         const QString &path = paths.at(i);
         const extract::FileStamp &stamp = now.at(i);
@@ -209,6 +219,49 @@ Status FullTextEngine::refresh(
         return s;
     }
     return run;
+}
+
+Status FullTextEngine::forgetVanished(const QStringList &paths, const QList<extract::FileStamp> &now)
+{
+    // Only folders that can be read now count: a share that is away for a moment must not
+    // empty the index.
+    QHash<QString, bool> folders; // folder -> readable now
+    QSet<QString> listed;
+    listed.reserve(paths.size());
+    for (const QString &path : paths) {
+        if (path.isEmpty())
+            continue;
+        listed.insert(path);
+        const QString folder = folderOf(path);
+        if (!folders.contains(folder))
+            folders.insert(folder, QFileInfo(folder).isDir());
+    }
+    QStringList gone;
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!now.at(i).exists && m_index.entry(paths.at(i)) && folders.value(folderOf(paths.at(i))))
+            gone << paths.at(i); // listed but deleted, or no longer a searchable spelling
+    }
+    const QStringList held = m_index.paths();
+    for (const QString &path : held) {
+        if (!listed.contains(path) && folders.value(folderOf(path)) && !QFileInfo::exists(path))
+            gone << path; // deleted from a listed folder
+    }
+    if (gone.isEmpty())
+        return Status::ok();
+    if (Status s = m_index.begin(); !s)
+        return s;
+    for (const QString &path : std::as_const(gone)) {
+        if (Status s = m_index.remove(path); !s) {
+            m_index.rollback();
+            return s;
+        }
+    }
+    if (Status s = m_index.commit(); !s) {
+        m_index.rollback();
+        return s;
+    }
+    m_forgotten = int(gone.size());
+    return Status::ok();
 }
 
 Result<QList<bool>> FullTextEngine::find(

@@ -49,8 +49,9 @@ public:
     // Neither is owned; both outlive this object.
     FullTextEngine(FullTextIndex &index, extract::ExtractionPool &pool);
 
-    // Brings the index up to date for the searchable files among paths. Cancelled when cancel
-    // was set (what was extracted until then is kept).
+    // Brings the index up to date for the searchable files among paths, and forgets the files
+    // it holds that are gone from the folders of paths. Cancelled when cancel was set (what was
+    // extracted until then is kept).
     Status refresh(const QStringList &paths, const Progress &progress = {}, const std::atomic<bool> *cancel = nullptr);
 
     // For each path, whether that file is searchable, exists and holds word. Refreshes first.
@@ -60,17 +61,21 @@ public:
     // What the last refresh did.
     int lastExtracted() const { return m_extracted; }
     int lastFailed() const { return m_failed; }
+    int lastForgotten() const { return m_forgotten; }
 
 private:
     // The same, giving the stamp of each path as it was seen (not existing: not searchable or
     // not there).
     Status refresh(const QStringList &paths, QList<extract::FileStamp> &now, const Progress &progress,
         const std::atomic<bool> *cancel);
+    // Drops the rows of files that are gone from the folders of paths.
+    Status forgetVanished(const QStringList &paths, const QList<extract::FileStamp> &now);
 
     FullTextIndex &m_index;
     extract::ExtractionPool &m_pool;
     int m_extracted = 0;
     int m_failed = 0;
+    int m_forgotten = 0;
 };
 
 } // namespace tolvane::search

@@ -14,6 +14,7 @@
 #include <QHash>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 
 #include "platform/extract/filestamp.h"
 #include "platform/status.h"
@@ -50,6 +51,8 @@ public:
     // The row of path, or null; valid until the next write.
     const Entry *entry(const QString &path) const;
     qsizetype fileCount() const { return m_entries.size(); }
+    // The paths of every file the index holds.
+    QStringList paths() const { return m_entries.keys(); }
 
     // Writes are grouped: begin() ... store() ... commit(); an interrupted group leaves the
     // index as it was before begin().

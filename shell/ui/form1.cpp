@@ -640,7 +640,8 @@ void Form1::enterSearchMode(Mode mode, ModeStatus status, int helpId)
     setMode(mode);
     ResetToStartScreen();
     ShowLayout(SearchListLayout(m_mode));
-    setToolEnabled(QStringLiteral("FullTextSearchDB"), false);
+    ButtonEnableTextSearch(0);
+    ButtonEnableTextSearchDB(0);
     if (const auto kind = searchKindOf(m_mode))
         m_search->EnterSearchPanel(*kind);
     ShowModeStatus(status);
@@ -769,7 +770,7 @@ void Form1::ShowBinderContents()
     default:
         ShowModeStatus(ModeStatus::ResultListed);
         if (m_search->listHasRows())
-            setToolEnabled(QStringLiteral("FullTextSearchDB"), true);
+            ButtonEnableTextSearchDB(-1);
         break;
     }
 }
@@ -1075,7 +1076,7 @@ void Form1::RunFolderSearch(const QString &folder)
     if (m_search->RunFolderSearch(folder) == Outcome::Found) {
         ShowModeStatus(ModeStatus::ResultListed);
         if (m_search->listHasRows())
-            setToolEnabled(QStringLiteral("FullTextSearchDB"), true);
+            ButtonEnableTextSearchDB(-1);
     }
 }
 
@@ -1098,7 +1099,7 @@ void Form1::DurSeek()
         if (m_search->run(*kind) == Outcome::Found)
             ShowModeStatus(ModeStatus::ResultListed);
         if (m_search->listHasRows())
-            setToolEnabled(QStringLiteral("FullTextSearchDB"), true);
+            ButtonEnableTextSearchDB(-1);
     }
     m_search->HideInternalColumns();
 }
@@ -1441,6 +1442,23 @@ void Form1::setToolEnabled(const QString &key, bool enabled)
 {
     if (QAction *a = toolAction(key))
         a->setEnabled(enabled);
+}
+
+namespace {
+constexpr qint16 kTrue = -1;
+constexpr qint16 kFalse = 0;
+} // namespace
+
+void Form1::ButtonEnableTextSearch(qint16 flag)
+{
+    if (flag == kTrue || flag == kFalse)
+        setToolEnabled(QStringLiteral("FullTextSearch"), flag == kTrue);
+}
+
+void Form1::ButtonEnableTextSearchDB(qint16 flag)
+{
+    if (flag == kTrue || flag == kFalse)
+        setToolEnabled(QStringLiteral("FullTextSearchDB"), flag == kTrue);
 }
 
 // ---------------------------------------------------------------- status bar

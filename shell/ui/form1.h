@@ -156,6 +156,10 @@ private:
     bool AppendLayout(const ToolbarLayout &layout);
     void ShowLayout(const ToolbarLayout &layout);
     void setToolEnabled(const QString &key, bool enabled);
+    // A 16-bit boolean flag: true (-1) enables the full-text button, false (0) disables it, any
+    // other value leaves it as it is.
+    void ButtonEnableTextSearch(qint16 flag);
+    void ButtonEnableTextSearchDB(qint16 flag);
     void showViewerButtons(ViewerKind kind);
     viewer::PictureSheet pictureSheet() const;
     void ExportResultList();

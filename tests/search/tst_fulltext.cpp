@@ -1,9 +1,9 @@
 // Full-text search below the window: every document family extracted with all its needles (in
 // process and through the worker processes), the index answering exactly as a substring search
 // over the same normalised text, and the engine over a real folder: changed files read again,
-// deleted ones never hits, a file that crashes or hangs its worker a miss that does not stop the
-// search and is not tried again until it changes; where the index lives and how a damaged one
-// is replaced.
+// deleted ones never hits and dropped from the index, a file that crashes or hangs its worker a
+// miss that does not stop the search and is not tried again until it changes; where the index
+// lives and how a damaged one is replaced.
 #include <sys/stat.h>
 
 #include <QDateTime>
@@ -232,6 +232,15 @@ void TestFullText::engineFollowsTheFiles()
     QCOMPARE(*engine.find(paths, u"第二版"_s), (QList<bool> { true, false, false, false }));
     QVERIFY(QFile::remove(b));
     QCOMPARE(*engine.find(paths, u"議事録"_s), (QList<bool> { false, false, false, false }));
+    // Deleted files leave the index, whether still listed or already gone from the list.
+    QCOMPARE(engine.lastForgotten(), 1);
+    const QString d = dir.filePath(u"d.txt"_s);
+    QVERIFY(test::writeFile(d, "dropped"));
+    QCOMPARE(*engine.find(paths + QStringList { d }, u"dropped"_s), (QList<bool> { false, false, false, false, true }));
+    QVERIFY(QFile::remove(d));
+    QCOMPARE(*engine.find(paths, u"dropped"_s), (QList<bool> { false, false, false, false }));
+    QCOMPARE(engine.lastForgotten(), 1);
+    QVERIFY(!(*index)->entry(b) && !(*index)->entry(d));
 
     // The index outlives the program: a new engine on the same file reads nothing again.
     index->reset();
