@@ -27,7 +27,9 @@ Result<std::unique_ptr<ConnectionLocks>> ConnectionLocks::open(FileAccess &files
     };
     // Compaction puts a new file in the old one's place while it holds the open lock alone; a
     // connection that waited for the lock on the old file then holds it on a file nobody else
-    // uses, and opens again. Each replacement needs the file alone, so a few rounds suffice.
+    // uses, and opens again. Each replacement needs the file alone, so a few rounds suffice;
+    // should the identities still differ then (a file system that numbers one file differently
+    // from one open to the next), the lock taken stands rather than keep everyone out.
     constexpr int kRounds = 4;
     for (int round = 0;; ++round) {
         Result<std::unique_ptr<File>> file
@@ -49,10 +51,8 @@ Result<std::unique_ptr<ConnectionLocks>> ConnectionLocks::open(FileAccess &files
         Result<bool> same = locks->lockedFileIsAtPath(files);
         if (!same)
             return same.status();
-        if (*same)
+        if (*same || round + 1 == kRounds)
             return locks;
-        if (round + 1 == kRounds)
-            return hadAlone();
     }
 }
 
