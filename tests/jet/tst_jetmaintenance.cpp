@@ -302,6 +302,7 @@ void TstJetMaintenance::compactionHasTheFileToItself()
     QVERIFY((*db)->insertRow(kFiles, fileRow(777777)));
     db->reset();
     QCOMPARE(allRows(file).value(kFiles).size(), rows.value(kFiles).size() + 1);
+    JET_VERIFY_ORACLES(file);
 }
 
 void TstJetMaintenance::faultDuringCompactionLeavesOldOrNew()

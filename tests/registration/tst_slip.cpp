@@ -620,6 +620,8 @@ private slots:
         QVERIFY(form->layoutState() != LayoutState::RecordShown);
         QCOMPARE(storedFile(form->catalog().db(), QStringLiteral("plan.p21")).kStr, QStringLiteral("あちらの記入"));
         QCOMPARE(prompter.unusedAnswers(), 0);
+        const test::OracleResult checked = test::jetCheck(m_catalogue);
+        QVERIFY2(checked.ok, qPrintable(checked.output));
     }
 
     void archiveCatalogueCannotBeEdited()
