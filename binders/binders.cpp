@@ -2,6 +2,7 @@
 
 #include "binders/bindertexts.h"
 #include "catalog/counters.h"
+#include "catalog/failuretext.h"
 #include "catalog/schema.h"
 #include "catalog/transaction.h"
 #include "platform/apptitle.h"
@@ -22,11 +23,12 @@ void warn(Prompter &prompter, const QString &text)
     prompter.inform(appTitle(), text, Prompter::Icon::Warning);
 }
 
-// A write that did not happen: the user learns it, with the database's reason.
+// A write that did not happen: the user learns it, with the database's reason (for a row
+// another connection changed since the list was read, in words to act on).
 Outcome failed(Prompter &prompter, const Status &status)
 {
-    prompter.inform(
-        appTitle(), kWriteFailedMessage + QStringLiteral("\r\n") + status.toString(), Prompter::Icon::Warning);
+    const QString why = status.code() == Status::Code::Conflict ? catalog::failureReason(status) : status.toString();
+    prompter.inform(appTitle(), kWriteFailedMessage + QStringLiteral("\r\n") + why, Prompter::Icon::Warning);
     return Outcome::Failed;
 }
 

@@ -26,6 +26,9 @@ QString failureReason(const Status &status)
         return status.message();
     case Status::Code::Cancelled:
         return QStringLiteral("中止されました。");
+    case Status::Code::Conflict:
+        return QStringLiteral("このレコードは、表示した後にほかの利用者またはプログラムが変更または削除しました。"
+                              "検索し直してから、もう一度記入してください。");
     }
     return {};
 }

@@ -47,10 +47,12 @@ QString SelectCatalogFile(Prompter &prompter, int purpose, CatalogState &state)
     return chosen;
 }
 
-bool ConnectCatalog(CatalogState &state)
+bool ConnectCatalog(CatalogState &state, Status *failure)
 {
     state.CatalogConnection.reset();
     auto db = jet::Database::open(state.CatalogPath, jet::Database::OpenMode::ReadWrite);
+    if (failure)
+        *failure = db.status();
     if (!db)
         return false;
     state.CatalogConnection = db.take();
@@ -127,8 +129,8 @@ OpenOutcome OpenCatalogFile(Prompter &prompter, CatalogState &state, std::unique
     state.CatalogPath = SelectCatalogFile(prompter, kSelectForOpen, state);
     if (state.CatalogPath == canceledChoice())
         return OpenOutcome::Cancelled;
-    if (!ConnectCatalog(state)) {
-        critical(prompter, cannotOpenMessage(state.CatalogPath));
+    if (Status failure; !ConnectCatalog(state, &failure)) {
+        critical(prompter, cannotOpenMessage(state.CatalogPath, failure));
         return OpenOutcome::ConnectFailed;
     }
     if (!HasDbidTable(state)) {
@@ -187,10 +189,13 @@ void AskWhenBusy(jet::Database &db, Prompter &prompter)
     });
 }
 
-QString cannotOpenMessage(const QString &path)
+QString cannotOpenMessage(const QString &path, const Status &failure)
 {
     const QFileInfo file(path);
     const QString name = QStringLiteral("「%1」").arg(QDir::toNativeSeparators(path));
+    // Compaction or repair has the file to itself: the engine's sentence says so.
+    if (failure.code() == Status::Code::Busy)
+        return name + QStringLiteral("\r\n") + failure.message();
     if (!file.exists())
         return name + QString::fromUtf8("が見つかりません。");
     if (file.isFile() && file.size() == 0)

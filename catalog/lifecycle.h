@@ -25,8 +25,9 @@ inline QString canceledChoice()
 // always ending in ".mdb", or "Canceled". Sets state.CatalogName from the chosen name.
 QString SelectCatalogFile(Prompter &prompter, int purpose, CatalogState &state);
 
-// Opens state.CatalogPath as the new CatalogConnection (replacing any previous one).
-bool ConnectCatalog(CatalogState &state);
+// Opens state.CatalogPath as the new CatalogConnection (replacing any previous one). When
+// failure is given, it receives the outcome of the open.
+bool ConnectCatalog(CatalogState &state, Status *failure = nullptr);
 // Whether the open catalogue has a table named exactly "DBID".
 bool HasDbidTable(const CatalogState &state);
 // The first DBID row's value, or 0 when the table has no row or cannot be read.
@@ -39,8 +40,8 @@ bool IsCatalog(jet::Database &db);
 QString notCatalogMessage();
 
 // The refusal of a file that cannot be opened as a database at all (missing, empty, not a Jet
-// database), naming it.
-QString cannotOpenMessage(const QString &path);
+// database, or had alone by compaction or repair: failure Busy), naming it.
+QString cannotOpenMessage(const QString &path, const Status &failure = {});
 
 // The create command: asks for a new file, builds it, and reports the result.
 // The new catalogue is not opened.

@@ -102,12 +102,17 @@ bool CompactCatalogCommand(Prompter &prompter, const QString &path, const std::f
     return true;
 }
 
-bool RepairCatalogCommand(Prompter &prompter, const QString &startDir, const jet::MaintenanceProgress &progress)
+bool RepairCatalogCommand(Prompter &prompter, const QString &startDir, const QString &inUse,
+    const std::function<void()> &closeCatalog, const jet::MaintenanceProgress &progress)
 {
     const QString file
         = prompter.openFile(QStringLiteral("修復するデータベース"), QStringLiteral("Database (*.mdb)"), startDir);
     if (file.isEmpty())
         return false;
+    // Repair, like compaction, has the file to itself: the window's own connection goes first.
+    const QString chosen = QFileInfo(file).canonicalFilePath();
+    if (closeCatalog && !inUse.isEmpty() && !chosen.isEmpty() && chosen == QFileInfo(inUse).canonicalFilePath())
+        closeCatalog();
     Result<jet::RepairReport> r = jet::repairDatabase(file, jet::repairedPathFor(file), progress);
     if (!r) {
         prompter.inform(appTitle(), maintenanceFailure(true, r.status()),

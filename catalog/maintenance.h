@@ -27,7 +27,10 @@ bool CompactCatalogCommand(Prompter &prompter, const QString &path, const std::f
 
 // The repair command ("データベースの修復"): asks for the damaged file (starting in startDir),
 // writes what can be read into repairedPathFor() beside it, and reports per table what was
-// salvaged and lost. The chosen file is only read. True when a repaired file was written.
-bool RepairCatalogCommand(Prompter &prompter, const QString &startDir, const jet::MaintenanceProgress &progress);
+// salvaged and lost. The chosen file is only read. When it is inUse (the catalogue the window
+// has open), closeCatalog is called first: repair, like compaction, needs the file to itself.
+// True when a repaired file was written.
+bool RepairCatalogCommand(Prompter &prompter, const QString &startDir, const QString &inUse,
+    const std::function<void()> &closeCatalog, const jet::MaintenanceProgress &progress);
 
 } // namespace tolvane::catalog

@@ -21,7 +21,8 @@ public:
         ReadOnly,
         Cancelled,
         Busy,
-        DiskFull
+        DiskFull,
+        Conflict
     };
 
     Status() = default;
@@ -43,6 +44,9 @@ public:
     static Status diskFull(QString m) { return { Code::DiskFull, std::move(m) }; }
     // Another connection holds the catalogue's write lock (or is committing) and did not let go in time.
     static Status busy(QString m) { return { Code::Busy, std::move(m) }; }
+    // A row named by the id the caller held is no longer the row it read: another connection
+    // changed or deleted it since (and its place may hold another row now).
+    static Status conflict(QString m) { return { Code::Conflict, std::move(m) }; }
 
     bool isOk() const { return m_code == Code::Ok; }
     explicit operator bool() const { return isOk(); }
@@ -88,7 +92,7 @@ private:
 inline QString Status::toString() const
 {
     static const char *const names[] = { "OK", "NotFound", "Corruption", "IOError", "InvalidArgument", "NotSupported",
-        "ReadOnly", "Cancelled", "Busy", "DiskFull" };
+        "ReadOnly", "Cancelled", "Busy", "DiskFull", "Conflict" };
     const QString name = QString::fromLatin1(names[static_cast<int>(m_code)]);
     return m_message.isEmpty() ? name : name + QStringLiteral(": ") + m_message;
 }

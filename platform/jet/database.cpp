@@ -88,10 +88,6 @@ void Database::setBusyHandler(std::function<bool()> handler)
 {
     m_engine->setBusyHandler(std::move(handler));
 }
-Result<bool> Database::openElsewhere()
-{
-    return m_engine->openElsewhere();
-}
 
 Status Database::beginTransaction()
 {
@@ -116,13 +112,13 @@ Result<RowId> Database::insertRow(const QString &table, const Row &values)
 {
     return m_engine->insertRow(table, values);
 }
-Status Database::updateRow(const QString &table, RowId id, const Row &values)
+Status Database::updateRow(const QString &table, RowId id, const Row &values, const RowExpectation &expected)
 {
-    return m_engine->updateRow(table, id, values);
+    return m_engine->updateRow(table, id, values, expected);
 }
-Status Database::deleteRow(const QString &table, RowId id)
+Status Database::deleteRow(const QString &table, RowId id, const RowExpectation &expected)
 {
-    return m_engine->deleteRow(table, id);
+    return m_engine->deleteRow(table, id, expected);
 }
 Result<Row> Database::readRow(const QString &table, RowId id) const
 {

@@ -28,7 +28,8 @@ public:
     // connection is writing; otherwise in this connection's image, and on disk by the next
     // writer). In ReadWrite mode a file whose "<name>.ldb" lock file exists, or that cannot be
     // written, is opened read-only: isReadOnly() is then true and readOnlyReason() says why,
-    // in words for the user (Japanese). Busy when another connection holds the file alone.
+    // in words for the user (Japanese). Busy, with a message for the user (Japanese), while
+    // compaction or repair has the file to itself.
     static Result<std::unique_ptr<Database>> open(const QString &path, OpenMode mode = OpenMode::ReadWrite);
     // The same with every file operation going through files (internal/fileaccess.h), which
     // must outlive the Database. open(path, mode) uses the disk.
@@ -70,8 +71,6 @@ public:
     // that meets a commit in progress.
     void setBusyTimeout(int ms);
     void setBusyHandler(std::function<bool()> handler);
-    // True when another connection (of this or another process) has the file open.
-    Result<bool> openElsewhere();
 
     // Transactions. Without one, every write commits on its own. Nested begin is refused.
     // commit() makes all writes since begin durable at once; a crash or kill before commit()
@@ -90,9 +89,15 @@ public:
     // Values are checked: a text longer than its column, a wrong type, or a Long out of range
     // is InvalidArgument and nothing is written. Tables with indexes or memo/OLE columns, and
     // read-only files, refuse writes (NotSupported / ReadOnly).
+    // A row id is sure to name the row it was read with only within the transaction that read
+    // it: once a row is deleted, a later insert may take its place. A caller that writes by a
+    // row id read earlier passes what it read as expected; the write then goes ahead only if
+    // the row still holds those values when the transaction has picked up every other
+    // connection's commit, and fails with Conflict (a message for the user, Japanese)
+    // otherwise, writing nothing. Recordset's update() and deleteCurrent() do so.
     Result<RowId> insertRow(const QString &table, const Row &values);
-    Status updateRow(const QString &table, RowId id, const Row &values);
-    Status deleteRow(const QString &table, RowId id);
+    Status updateRow(const QString &table, RowId id, const Row &values, const RowExpectation &expected = {});
+    Status deleteRow(const QString &table, RowId id, const RowExpectation &expected = {});
     Result<Row> readRow(const QString &table, RowId id) const;
     // Visits live rows in storage order; return false from visit to stop early.
     Status scan(const QString &table, const std::function<bool(RowId, const Row &)> &visit) const;

@@ -12,7 +12,6 @@
 #include "platform/jet/internal/catalogue.h"
 #include "platform/jet/internal/creator.h"
 #include "platform/jet/internal/diskfileaccess.h"
-#include "platform/jet/internal/presence.h"
 #include "platform/jet/internal/salvage.h"
 
 namespace tolvane::jet {
@@ -29,7 +28,7 @@ QString native(const QString &path)
     return QDir::toNativeSeparators(path);
 }
 
-// A file read whole through the engine's units, without an Engine (no presence, no refresh).
+// A file read whole through the engine's units, without an Engine (no refresh).
 struct Source {
     std::unique_ptr<ConnectionLocks> locks; // outlives the store that reads under them
     std::unique_ptr<PageStore> store;
@@ -38,15 +37,25 @@ struct Source {
     Catalogue catalogue;
 };
 
-// The pages of the file, without its catalogue.
-Result<std::unique_ptr<Source>> loadPages(FileAccess &files, const QString &path, bool writable)
+// The pages of the file, without its catalogue, read under locks taken for use. With Sole, a
+// journal a killed writer left is rolled back on disk first: the file is about to be replaced,
+// and the journal must not outlive it to be applied to the new one.
+Result<std::unique_ptr<Source>> loadPages(FileAccess &files, const QString &path, ConnectionLocks::Use use)
 {
     auto src = std::make_unique<Source>();
-    Result<std::unique_ptr<ConnectionLocks>> locks = ConnectionLocks::open(files, path, writable);
+    Result<std::unique_ptr<ConnectionLocks>> locks = ConnectionLocks::open(files, path, use);
     if (!locks)
         return locks.status();
     src->locks = locks.take();
+    if (use == ConnectionLocks::Use::Sole) {
+        // Alone with the file, so no writer can hold this.
+        Result<bool> writer = src->locks->tryLockWriter();
+        if (!writer)
+            return writer.status();
+    }
     Result<std::unique_ptr<PageStore>> store = PageStore::open(files, *src->locks, path);
+    if (src->locks->holdsWriter())
+        src->locks->unlockWriter();
     if (!store)
         return store.status();
     src->store = store.take();
@@ -55,9 +64,9 @@ Result<std::unique_ptr<Source>> loadPages(FileAccess &files, const QString &path
     return src;
 }
 
-Result<std::unique_ptr<Source>> loadSource(FileAccess &files, const QString &path, bool writable)
+Result<std::unique_ptr<Source>> loadSource(FileAccess &files, const QString &path, ConnectionLocks::Use use)
 {
-    Result<std::unique_ptr<Source>> src = loadPages(files, path, writable);
+    Result<std::unique_ptr<Source>> src = loadPages(files, path, use);
     if (!src)
         return src;
     Result<Catalogue> catalogue = Catalogue::load(*(*src)->store, *(*src)->rows);
@@ -411,20 +420,12 @@ Result<CompactionReport> compactDatabase(FileAccess &files, const QString &path,
             QStringLiteral("ほかのプログラムがこのカタログを開いているため（ロックファイル %1）、最適化できません。")
                 .arg(native(ldb)));
 
-    // Sole use for the whole run: no other connection has the file open, and none opens it
-    // until the new file is in place.
-    Result<std::unique_ptr<File>> own = files.open(path, FileAccess::OpenMode::ReadWrite);
-    if (!own)
-        return own.status();
-    Result<bool> sole = claimSoleUse(**own);
-    if (!sole)
-        return Status::ioError(QStringLiteral("このカタログにはロックをかけられないため、最適化できません：%1")
-                                   .arg(sole.status().message()));
-    if (!*sole)
+    // The file to itself for the whole run: no other connection has it open, and none opens it
+    // until the new file is in place (ConnectionLocks: the open lock, held exclusively).
+    Result<std::unique_ptr<Source>> src = loadSource(files, path, ConnectionLocks::Use::Sole);
+    if (!src && src.status().code() == Status::Code::Busy)
         return Status::readOnly(QStringLiteral("ほかの接続がこのカタログを開いているため、最適化できません。"
                                                "閉じてからもう一度実行してください。"));
-
-    Result<std::unique_ptr<Source>> src = loadSource(files, path, true);
     if (!src)
         return src.status();
     const Catalogue &catalogue = (*src)->catalogue;
@@ -441,9 +442,12 @@ Result<CompactionReport> compactDatabase(FileAccess &files, const QString &path,
     if (!problems.isEmpty())
         return refusal(refusedText, problems);
 
+    // What a run that died may have left: the scratch file, and a journal of it that would
+    // otherwise be applied to the new one.
     const QString newPath = path + QStringLiteral("-compact");
-    if (Status s = files.remove(newPath); !s)
-        return s;
+    for (const QString &leftover : { newPath, PageStore::journalPath(newPath) })
+        if (Status s = files.remove(leftover); !s)
+            return s;
     if (Status s = createDatabaseFile(files, newPath, specs); !s) {
         if (s.code() == Status::Code::InvalidArgument)
             return refusal(refusedText, { s.message() });
@@ -451,7 +455,7 @@ Result<CompactionReport> compactDatabase(FileAccess &files, const QString &path,
     }
     Scratch scratch(files, newPath);
     {
-        Result<std::unique_ptr<Source>> fresh = loadSource(files, newPath, false);
+        Result<std::unique_ptr<Source>> fresh = loadSource(files, newPath, ConnectionLocks::Use::Read);
         if (!fresh)
             return fresh.status();
         problems = objectDifferences(**src, **fresh);
@@ -492,9 +496,11 @@ Result<CompactionReport> compactDatabase(FileAccess &files, const QString &path,
     if (Status s = files.syncFolder(fi.absolutePath()); !s)
         return s;
 #ifdef Q_OS_WIN
-    // Windows replaces no file that a handle (ours included) holds open. A connection opening
-    // the old file from here on makes the replace fail: the old file then stays.
-    own->reset();
+    // Windows replaces no file that a handle (ours included) holds open, so the open lock goes
+    // here. A connection opening the old file from here on makes the replace fail: the old
+    // file then stays. Elsewhere the lock is held until the new file is in place, and a
+    // connection that waited for it on the old file opens the new one (ConnectionLocks::open).
+    src->reset();
 #endif
     if (Status s = files.replace(newPath, path); !s)
         return s;
@@ -525,6 +531,22 @@ Result<RepairReport> repairDatabase(
     if (files.exists(target))
         return Status::invalidArgument(QStringLiteral("%1 はすでにあります。").arg(native(target)));
 
+    // The file to itself for the whole run, as compaction has it: what is salvaged is then all
+    // there is, with no connection adding to the file meanwhile. A file this process may not
+    // write cannot be locked so; it is copied under the read lock, never mid-commit.
+    const bool sole = files.isWritable(path);
+    Result<std::unique_ptr<ConnectionLocks>> locks
+        = ConnectionLocks::open(files, path, sole ? ConnectionLocks::Use::Sole : ConnectionLocks::Use::Read);
+    if (!locks && locks.status().code() == Status::Code::Busy && sole)
+        return Status::readOnly(QStringLiteral("ほかの接続がこのカタログを開いているため、修復できません。"
+                                               "閉じてからもう一度実行してください。"));
+    if (!locks)
+        return locks.status();
+    if (!sole) {
+        if (Status s = (*locks)->lockRead(); !s)
+            return s;
+    }
+
     // The damaged file is only read: its bytes (cut or padded to whole pages) and any journal
     // beside it are copied to a scratch file that the engine's units read.
     RepairReport report;
@@ -554,7 +576,9 @@ Result<RepairReport> repairDatabase(
         if (Status s = (*out)->write(0, *bytes); !s)
             return s;
     }
-    Result<std::unique_ptr<Source>> src = loadPages(files, scratch.path(), false);
+    if (!sole)
+        (*locks)->unlockRead();
+    Result<std::unique_ptr<Source>> src = loadPages(files, scratch.path(), ConnectionLocks::Use::Read);
     if (!src)
         return src.status();
     // The tables as the catalogue lists them; when the catalogue or a table definition is too
@@ -622,7 +646,7 @@ Result<RepairReport> repairDatabase(
     if (Status s = fillAndCheck(files, target, jobs, false, progress); !s)
         return s;
     if (catalogueRead) {
-        Result<std::unique_ptr<Source>> fresh = loadSource(files, target, false);
+        Result<std::unique_ptr<Source>> fresh = loadSource(files, target, ConnectionLocks::Use::Read);
         if (!fresh)
             return fresh.status();
         for (const QString &item : objectDifferences(**src, **fresh))

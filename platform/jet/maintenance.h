@@ -54,7 +54,9 @@ QString repairedPathFor(const QString &path);
 // Compacts the file at path: writes every user table's live rows, in storage order, into a new
 // file made by the creator, checks that it reads back row for row, and puts it in the old
 // file's place in one step; the old file stays as compactionBackupPath() until the new one is
-// durable. A kill at any moment leaves the old file or the new one at path.
+// durable. A kill at any moment leaves the old file or the new one at path. It has the file to
+// itself (the open lock of internal/connectionlocks.h, exclusively) from start to end: no
+// connection opens the file meanwhile.
 // Errors, each with a message for the user (Japanese):
 //  - ReadOnly: another connection has the file open, or a lock file (.ldb) lies beside it;
 //  - NotSupported: the file holds what the new file cannot carry exactly (indexes, memo or OLE
@@ -68,9 +70,11 @@ Result<CompactionReport> compactDatabase(
 
 // Repairs the file at path: writes every row that can still be read, table by table, into a new
 // file at target (which must not exist) and reports per table what was written and what was
-// lost. The file at path is only read. Tables the new file cannot hold are listed in
-// notCarried. Errors: InvalidArgument (target exists), Corruption (not even the list of tables
-// can be read), Cancelled, NotFound, IOError; the target then does not exist.
+// lost. The file at path is only read, and had to itself as compaction has it (a file this
+// process may not write is read under the read lock instead). Tables the new file cannot hold
+// are listed in notCarried. Errors: ReadOnly (another connection has the file open; message
+// for the user, Japanese), InvalidArgument (target exists), Corruption (not even the list of
+// tables can be read), Cancelled, NotFound, IOError; the target then does not exist.
 Result<RepairReport> repairDatabase(
     const QString &path, const QString &target, const MaintenanceProgress &progress = {});
 Result<RepairReport> repairDatabase(

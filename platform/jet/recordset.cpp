@@ -205,6 +205,15 @@ Status Recordset::setField(const QString &name, const QVariant &value)
     return setField(i, value);
 }
 
+RowExpectation Recordset::expectedRow(int i) const
+{
+    RowExpectation expected;
+    expected.reserve(m_tableColumns.size());
+    for (int f = 0; f < m_tableColumns.size(); ++f)
+        expected.append({ m_tableColumns.at(f), m_rows.value(i, f) });
+    return expected;
+}
+
 Status Recordset::update()
 {
     if (!m_editing)
@@ -212,17 +221,11 @@ Status Recordset::update()
     Result<TableInfo> info = m_db.tableInfo(m_table);
     if (!info)
         return info.status();
-    // Columns outside this recordset keep their stored values (null for a new row).
-    Row full(info->columns.size());
-    if (!m_adding) {
-        Result<Row> stored = m_db.readRow(m_table, m_ids.at(m_cur));
-        if (!stored)
-            return stored.status();
-        full = stored.take();
-    }
-    for (int i = 0; i < m_tableColumns.size(); ++i)
-        full[m_tableColumns.at(i)] = m_buffer.at(i);
     if (m_adding) {
+        // Columns outside this recordset are null in a new row.
+        Row full(info->columns.size());
+        for (int i = 0; i < m_tableColumns.size(); ++i)
+            full[m_tableColumns.at(i)] = m_buffer.at(i);
         Result<RowId> id = m_db.insertRow(m_table, full);
         if (!id)
             return id.status();
@@ -239,13 +242,34 @@ Status Recordset::update()
         ++m_visibleCount;
         m_cur = int(m_rows.rows()) - 1;
     } else {
-        if (Status s = m_db.updateRow(m_table, m_ids.at(m_cur), full); !s)
-            return s;
-        Result<Row> stored = m_db.readRow(m_table, m_ids.at(m_cur));
-        Row shown = m_buffer;
-        if (stored)
+        // The stored row is read and written in one transaction (the caller's, or one of its
+        // own), so that columns outside this recordset keep what the table holds when it is
+        // written; and it is written only while it still holds what this snapshot read.
+        const bool own = !m_db.inTransaction();
+        if (own) {
+            if (Status s = m_db.beginTransaction(); !s)
+                return s;
+        }
+        const RowId id = m_ids.at(m_cur);
+        Status s;
+        Result<Row> stored = m_db.readRow(m_table, id);
+        if (!stored) {
+            s = stored.status().code() == Status::Code::NotFound ? rowChangedElsewhere() : stored.status();
+        } else {
+            Row full = stored.take();
             for (int i = 0; i < m_tableColumns.size(); ++i)
-                shown[i] = stored->at(m_tableColumns.at(i));
+                full[m_tableColumns.at(i)] = m_buffer.at(i);
+            s = m_db.updateRow(m_table, id, full, expectedRow(m_cur));
+        }
+        if (own)
+            s = s ? m_db.commit() : (m_db.rollback(), s);
+        if (!s)
+            return s;
+        Result<Row> written = m_db.readRow(m_table, id);
+        Row shown = m_buffer;
+        if (written)
+            for (int i = 0; i < m_tableColumns.size(); ++i)
+                shown[i] = written->at(m_tableColumns.at(i));
         setStoredRow(m_cur, shown);
     }
     m_editing = false;
@@ -266,7 +290,7 @@ Status Recordset::deleteCurrent()
     cancelUpdate();
     if (m_cur < 0 || m_cur >= m_rows.rows() || m_deleted.at(m_cur))
         return Status::invalidArgument(QStringLiteral("no current row"));
-    if (Status s = m_db.deleteRow(m_table, m_ids.at(m_cur)); !s)
+    if (Status s = m_db.deleteRow(m_table, m_ids.at(m_cur), expectedRow(m_cur)); !s)
         return s;
     m_deleted[m_cur] = true;
     if (m_visible.at(m_cur)) {

@@ -53,6 +53,10 @@ public:
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after
     // addNew); update() writes it. InvalidArgument for bad values or no current row.
+    // update() and deleteCurrent() of a row this snapshot read write only while the table's
+    // row still holds what the snapshot shows of it; when another connection has changed or
+    // deleted it since (its place may even hold another row now) they fail with Conflict and
+    // write nothing.
     Status addNew();
     Status setField(int index, const QVariant &value);
     Status setField(const QString &name, const QVariant &value);
@@ -73,6 +77,8 @@ private:
     bool visible(int i) const { return i >= 0 && i < m_visible.size() && m_visible.at(i); }
     bool passesFilter(int i) const;
     Row storedRow(int i) const;
+    // What the snapshot holds of row i, for a write by its id (Database::updateRow).
+    RowExpectation expectedRow(int i) const;
     void setStoredRow(int i, const Row &values);
     void recomputeVisible();
     int firstVisibleFrom(int i, int step) const;

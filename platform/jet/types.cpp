@@ -99,4 +99,24 @@ QDateTime fromOleDate(double ole)
     return QDateTime(parts.date(), parts.time(), Qt::LocalTime);
 }
 
+bool sameStoredValue(const QVariant &a, const QVariant &b)
+{
+    if (!a.isValid() || !b.isValid())
+        return a.isValid() == b.isValid();
+    const auto isDate
+        = [](const QVariant &v) { return v.typeId() == QMetaType::QDateTime || v.typeId() == QMetaType::QDate; };
+    if (isDate(a) || isDate(b))
+        return isDate(a) && isDate(b) && a.toDateTime() == b.toDateTime();
+    const auto isText = [](const QVariant &v) { return v.typeId() == QMetaType::QString; };
+    if (isText(a) || isText(b))
+        return isText(a) && isText(b) && a.toString() == b.toString();
+    return a == b;
+}
+
+Status rowChangedElsewhere()
+{
+    return Status::conflict(
+        QStringLiteral("このレコードは、読み込んだ後にほかの利用者またはプログラムが変更または削除しました。"));
+}
+
 } // namespace tolvane::jet

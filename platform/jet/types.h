@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include "platform/status.h"
+
 namespace tolvane::jet {
 
 // Jet column type codes, as stored in a table definition.
@@ -95,6 +97,19 @@ struct DamageFinding {
 //   Binary/Ole        -> QByteArray
 //   Double/Float      -> double, Money -> double
 using Row = QList<QVariant>;
+
+// What a caller read of a row, given back when it writes the row by its id later: pairs of a
+// column (its index in the table's column order) and the value read there. A row id names a
+// place in the file; once its row is deleted the place may be given to a new row, so a row id
+// held since an earlier transaction may name another row. A write that carries what was read
+// goes ahead only while the row still holds it (Database::updateRow).
+using RowExpectation = QList<QPair<int, QVariant>>;
+
+// Whether two values as read from the file are the same stored value: a null only equals a
+// null, text compares exactly (case counts), dates by their wall-clock time, numbers by value.
+bool sameStoredValue(const QVariant &a, const QVariant &b);
+// The failure of such a write: Conflict, with a message for the user (Japanese).
+Status rowChangedElsewhere();
 
 // OLE automation date (days since 1899-12-30; for earlier days the fraction is still the
 // positive time of day) <-> wall-clock QDateTime.

@@ -896,18 +896,35 @@ void Form1::mFileCompact_Click()
     const QString path = m_catalog.isOpen() ? m_catalog.CatalogPath : QString();
     bool closed = false;
     MaintenanceProgressDialog progress(this, u("データベースを最適化しています…"));
-    catalog::CompactCatalogCommand(
-        m_prompter, path,
-        [&] {
-            if (!m_catalog.isOpen())
-                return;
-            Q_EMIT catalogAboutToClose();
-            catalog::CloseCatalog(m_catalog, m_searchResultSet, m_binderSet);
-            closed = true;
-        },
-        progress.callback());
-    if (!closed)
-        return;
+    catalog::CompactCatalogCommand(m_prompter, path, closeForMaintenance(closed), progress.callback());
+    if (closed)
+        reopenAfterMaintenance();
+}
+
+void Form1::mFileRepair_Click()
+{
+    MaintenanceProgressDialog progress(this, u("データベースを修復しています…"));
+    const QString inUse = m_catalog.isOpen() ? m_catalog.CatalogPath : QString();
+    const QString startDir = inUse.isEmpty() ? QString() : QFileInfo(inUse).absolutePath();
+    bool closed = false;
+    catalog::RepairCatalogCommand(m_prompter, startDir, inUse, closeForMaintenance(closed), progress.callback());
+    if (closed)
+        reopenAfterMaintenance();
+}
+
+std::function<void()> Form1::closeForMaintenance(bool &closed)
+{
+    return [this, &closed] {
+        if (!m_catalog.isOpen())
+            return;
+        Q_EMIT catalogAboutToClose();
+        catalog::CloseCatalog(m_catalog, m_searchResultSet, m_binderSet);
+        closed = true;
+    };
+}
+
+void Form1::reopenAfterMaintenance()
+{
     // The same catalogue again, compacted or not; when it no longer opens, the start screen.
     if (catalog::ConnectCatalog(m_catalog) && catalog::HasDbidTable(m_catalog)) {
         const bool archive = m_catalog.isArchive();
@@ -931,13 +948,6 @@ void Form1::mFileCompact_Click()
     ShowLayout(StartLayout());
     InitStatusBar();
     ShowModeStatus(ModeStatus::Start);
-}
-
-void Form1::mFileRepair_Click()
-{
-    MaintenanceProgressDialog progress(this, u("データベースを修復しています…"));
-    const QString startDir = m_catalog.isOpen() ? QFileInfo(m_catalog.CatalogPath).absolutePath() : QString();
-    catalog::RepairCatalogCommand(m_prompter, startDir, progress.callback());
 }
 
 void Form1::shutdown()

@@ -99,6 +99,10 @@ public:
     // compaction and opened again afterwards.
     void mFileCompact_Click();
     void mFileRepair_Click();
+    // What compaction and repair call to close the window's catalogue (sets closed), and the
+    // catalogue opened again afterwards.
+    std::function<void()> closeForMaintenance(bool &closed);
+    void reopenAfterMaintenance();
     void EnterRecordMode();
     void EnterFolderSearchMode();
     void EnterFileSearchMode();

@@ -1,7 +1,8 @@
 // One catalogue, several writers: tolvane-cli processes registering folders at the same time
 // while another one searches, slips edited through two connections while a registration runs,
-// and writers that find the catalogue held by someone else. Nothing anyone committed is lost,
-// no reader sees half a commit, and every file written passes the independent readers.
+// a slip whose row another process replaced meanwhile, and writers that find the catalogue held
+// by someone else. Nothing anyone committed is lost or overwritten, no reader sees half a
+// commit, and every file written passes the independent readers.
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -9,6 +10,7 @@
 
 #include "../browser/testfolders.h"
 #include "../jet/jetfixtures.h"
+#include "catalog/failuretext.h"
 #include "catalog/lifecycle.h"
 #include "platform/jet/recordset.h"
 #include "registration/slip.h"
@@ -232,6 +234,89 @@ private slots:
         for (int i = 0; i < 300; ++i)
             QVERIFY2(keywords.contains(u"編集%1-%2"_s.arg(i % 2).arg(i)), qPrintable(u"edit %1 lost"_s.arg(i)));
         db->reset();
+        JET_VERIFY_ORACLES(mdb);
+    }
+
+    // A window's result list holds row ids across transactions. Another process synchronises
+    // the folder: one file's row is deleted and a new file's row takes its place in the file
+    // (the same row id). Saving the old row's slip, or deleting it, is refused with a reason
+    // the window shows, and the new row stays as that process wrote it. So is a save over a
+    // row another connection changed since; rows nobody touched save as before.
+    void slipOfARowReplacedElsewhereIsRefused()
+    {
+        const QString mdb = newCatalogue(u"入替.mdb"_s);
+        QVERIFY(!mdb.isEmpty());
+        const QString folder = makeFolder(m_tmp.filePath(u"入替"_s), 300);
+        QVERIFY(!folder.isEmpty());
+        QCOMPARE(cli({ u"register"_s, mdb, folder }).code, 0);
+
+        auto mine = jet::Database::open(mdb);
+        QVERIFY(mine);
+        jet::Database &db = **mine;
+        auto opened = db.openTable(u"FILE_ATR"_s);
+        QVERIFY(opened);
+        jet::Recordset &list = **opened;
+        const auto rowNamed = [&](const QString &name) {
+            for (list.moveFirst(); !list.eof(); list.moveNext())
+                if (list.field(u"fName"_s).toString() == name)
+                    return true;
+            return false;
+        };
+        QVERIFY(rowNamed(u"doc00005.txt"_s));
+        const jet::RowId held = list.currentId();
+
+        QVERIFY(QFile::remove(folder + u"/doc00005.txt"_s));
+        QVERIFY(test::writeFile(folder + u"/new00005.txt"_s, 3));
+        const Run sync = cli({ u"register"_s, mdb, folder });
+        QCOMPARE(sync.code, 0);
+        QVERIFY2(sync.out.contains(u"削除ファイル数：1　追加ファイル数：1"_s), qPrintable(sync.out));
+        const auto storedAt = [&](jet::RowId id) {
+            auto other = jet::Database::open(mdb, jet::Database::OpenMode::ReadOnly);
+            return other ? (*other)->readRow(u"FILE_ATR"_s, id) : Result<jet::Row>(other.status());
+        };
+        const Result<jet::Row> replacement = storedAt(held);
+        QVERIFY(replacement);
+        QCOMPARE(replacement->at(1).toString(), u"new00005.txt"_s); // the place was reused
+
+        QVERIFY(rowNamed(u"doc00005.txt"_s));
+        const QVariant keywordsRead = list.field(u"kStr"_s);
+        const registration::SlipEdit edit { u"分類X"_s, u"古い行への記入"_s, u"&HC0FFFF"_s };
+        Status saved = registration::SaveSlipFields(db, list, edit);
+        QCOMPARE(saved.code(), Status::Code::Conflict);
+        QVERIFY(catalog::failureReason(saved).contains(u"ほかの利用者またはプログラムが変更または削除しました"_s));
+        QCOMPARE(list.field(u"kStr"_s), keywordsRead); // the snapshot as it was read
+        QCOMPARE(list.deleteCurrent().code(), Status::Code::Conflict);
+        QCOMPARE(storedAt(held).value(), replacement.value());
+
+        // Another connection changes a row after this list read it: not overwritten either.
+        {
+            auto other = jet::Database::open(mdb);
+            QVERIFY(other);
+            auto theirs = (*other)->openTable(u"FILE_ATR"_s);
+            QVERIFY(theirs);
+            (*theirs)->moveFirst();
+            while ((*theirs)->field(u"fName"_s).toString() != u"doc00006.txt"_s)
+                (*theirs)->moveNext();
+            QVERIFY(registration::SaveSlipFields(**other, **theirs, { u"分類Y"_s, u"先の記入"_s, {} }));
+        }
+        QVERIFY(rowNamed(u"doc00006.txt"_s));
+        QCOMPARE(registration::SaveSlipFields(db, list, edit).code(), Status::Code::Conflict);
+        QVERIFY(rowNamed(u"doc00007.txt"_s));
+        saved = registration::SaveSlipFields(db, list, edit);
+        QVERIFY2(saved, qPrintable(saved.toString()));
+        opened->reset();
+        mine->reset();
+
+        auto after = jet::Database::open(mdb, jet::Database::OpenMode::ReadOnly);
+        QVERIFY(after);
+        QMap<QString, QString> keywords;
+        for (const jet::Row &row : test::scanAll(**after, u"FILE_ATR"_s))
+            keywords.insert(row.at(1).toString(), row.at(3).toString());
+        QCOMPARE(keywords.size(), 300);
+        QCOMPARE(keywords.value(u"new00005.txt"_s), QString());
+        QCOMPARE(keywords.value(u"doc00006.txt"_s), u"先の記入"_s);
+        QCOMPARE(keywords.value(u"doc00007.txt"_s), u"古い行への記入"_s);
+        after->reset();
         JET_VERIFY_ORACLES(mdb);
     }
 

@@ -1,5 +1,7 @@
 #include "failingfileaccess.h"
 
+#include <utility>
+
 namespace tolvane::test {
 
 using jet::internal::File;
@@ -38,6 +40,7 @@ public:
         return m_disk->tryLock(kind, offset, length);
     }
     Status unlock(qint64 offset, qint64 length) override { return m_disk->unlock(offset, length); }
+    Result<QByteArray> identity() override { return m_disk->identity(); }
 
 private:
     FailingFileAccess &m_owner;
@@ -105,6 +108,8 @@ Result<std::unique_ptr<File>> FailingFileAccess::open(const QString &path, OpenM
     Result<std::unique_ptr<File>> disk = m_disk.open(path, mode);
     if (!disk)
         return disk.status();
+    if (auto hook = std::exchange(m_afterOpen, {}))
+        hook(path);
     return std::unique_ptr<File>(new FaultyFile(*this, path, disk.take()));
 }
 

@@ -3,6 +3,8 @@
 // that dies after a given write. It logs the writes it passes on. One thread.
 #pragma once
 
+#include <functional>
+
 #include <QList>
 
 #include "platform/jet/internal/diskfileaccess.h"
@@ -42,6 +44,9 @@ public:
     // The disk's free space, or what setFreeSpace() made of it.
     qint64 freeSpace(const QString &folder) override { return m_free >= 0 ? m_free : m_disk.freeSpace(folder); }
     void setFreeSpace(qint64 bytes) { m_free = bytes; }
+    // Runs hook once, right after the next file is opened (with its path): for races with
+    // whoever opened it.
+    void afterNextOpen(std::function<void(const QString &path)> hook) { m_afterOpen = std::move(hook); }
 
 private:
     class FaultyFile;
@@ -55,6 +60,7 @@ private:
     int m_syncs = 0;
     bool m_dead = false;
     qint64 m_free = -1;
+    std::function<void(const QString &)> m_afterOpen;
     QList<Write> m_log;
 };
 

@@ -58,7 +58,7 @@ class StoredFile {
 public:
     explicit StoredFile(const QString &path)
     {
-        auto locks = jet::internal::ConnectionLocks::open(m_disk, path, false);
+        auto locks = jet::internal::ConnectionLocks::open(m_disk, path, jet::internal::ConnectionLocks::Use::Read);
         if (!locks)
             qFatal("cannot open %s: %s", qPrintable(path), qPrintable(locks.status().toString()));
         m_locks = locks.take();

@@ -5,6 +5,9 @@
 //   earlier row grow, so that it moves. After each commit it prints "committed <seq>".
 // Usage: jetkillhelper --lock FILE
 //   Locks bytes 0-99 of FILE exclusively and 100-199 shared, prints "locked" and waits.
+// Usage: jetkillhelper --open FILE
+//   Opens FILE as a read-only connection, prints "open" and waits; exits 1 with the reason on
+//   standard error when it cannot.
 #include <cstdio>
 
 #include <QCoreApplication>
@@ -36,6 +39,19 @@ int holdLocks(const QString &path)
         QThread::sleep(60);
 }
 
+int holdConnection(const QString &path)
+{
+    auto db = Database::open(path, Database::OpenMode::ReadOnly);
+    if (!db) {
+        std::fprintf(stderr, "%s\n", db.status().toString().toUtf8().constData());
+        return 1;
+    }
+    std::printf("open\n");
+    std::fflush(stdout);
+    for (;;)
+        QThread::sleep(60);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -45,6 +61,8 @@ int main(int argc, char **argv)
         return 2;
     if (QString::fromLocal8Bit(argv[1]) == u"--lock")
         return holdLocks(QString::fromLocal8Bit(argv[2]));
+    if (QString::fromLocal8Bit(argv[1]) == u"--open")
+        return holdConnection(QString::fromLocal8Bit(argv[2]));
     const QString path = QString::fromLocal8Bit(argv[1]);
     const int perTxn = QString::fromLocal8Bit(argv[2]).toInt();
     auto db = Database::open(path);

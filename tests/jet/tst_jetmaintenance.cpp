@@ -1,13 +1,15 @@
 // Space and maintenance: inserts that reuse the room of deleted rows, compaction (rows kept,
-// file halved, refusals, faults at every write leaving the old file or the new one) and repair
-// of damaged copies (every readable row salvaged, the damaged file never written).
+// file halved, refusals, the file to itself while it runs, faults at every write leaving the
+// old file or the new one) and repair of damaged copies (every readable row salvaged, the
+// damaged file never written).
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include "catalog/schema.h"
 #include "failingfileaccess.h"
 #include "jetfixtures.h"
-#include "platform/jet/internal/presence.h"
+#include "platform/jet/internal/pagestore.h"
 #include "platform/jet/maintenance.h"
 
 using namespace tolvane;
@@ -96,6 +98,7 @@ private slots:
     void compactionHalvesTheFileAndKeepsEveryRow();
     void compactionRefuses_data();
     void compactionRefuses();
+    void compactionHasTheFileToItself();
     void faultDuringCompactionLeavesOldOrNew();
     void repairSalvagesReadableRows_data();
     void repairSalvagesReadableRows();
@@ -228,21 +231,78 @@ void TstJetMaintenance::compactionRefuses()
     QCOMPARE(test::fileBytes(file), bytes);
     QVERIFY(!QFile::exists(file + u"-compact"_s));
     QFile::remove(path(u"refused.ldb"_s));
-    if (other) {
-        other.reset();
-        // While compaction holds the file, a new connection is turned away, not shown a file
-        // about to be replaced.
-        jet::internal::DiskFileAccess disk;
-        auto claim = disk.open(file, jet::internal::FileAccess::OpenMode::ReadWrite);
-        QVERIFY(claim);
-        QCOMPARE(jet::internal::claimSoleUse(**claim).value(), true);
-        auto refused = Database::open(file, Database::OpenMode::ReadOnly);
-        QVERIFY(!refused);
-        QVERIFY(refused.status().message().contains(u"最適化の処理中"_s));
-        claim->reset();
-        // Closed, the same file compacts.
-        QVERIFY(compactDatabase(file));
-    }
+}
+
+// One lock scheme (ConnectionLocks' open lock): compaction runs only while no connection of any
+// process has the file open; while it runs, until the new file is in place, no connection opens
+// it, in this process or another, and no repair starts; a connection that opened the file just
+// before another was put in its place holds its locks on the new one.
+void TstJetMaintenance::compactionHasTheFileToItself()
+{
+    const QString file = path(u"alone.mdb"_s);
+    makeCatalogue(file, 3000, true);
+    const QMap<QString, QList<Row>> rows = allRows(file);
+    const QByteArray bytes = test::fileBytes(file);
+    const QString repaired = path(u"alone_修復.mdb"_s);
+
+    QProcess other;
+    other.start(QStringLiteral(JET_KILL_HELPER), { u"--open"_s, file });
+    QVERIFY(other.waitForReadyRead(30000));
+    QCOMPARE(other.readAllStandardOutput().trimmed(), QByteArray("open"));
+    Result<CompactionReport> r = compactDatabase(file);
+    QCOMPARE(r.status().code(), Status::Code::ReadOnly);
+    QVERIFY2(
+        r.status().message().contains(u"ほかの接続がこのカタログを開いている"_s), qPrintable(r.status().message()));
+    QCOMPARE(repairDatabase(file, repaired).status().code(), Status::Code::ReadOnly);
+    QVERIFY(!QFile::exists(repaired));
+    QCOMPARE(test::fileBytes(file), bytes);
+    other.kill();
+    QVERIFY(other.waitForFinished());
+
+    // Turned away while it runs. (The checks run inside the progress callback; they are looked
+    // at afterwards.)
+    Status here, repair;
+    int lateCode = -2;
+    QString lateError;
+    int calls = 0;
+    r = compactDatabase(file, [&](qint64, qint64) {
+        if (calls++ > 0)
+            return true;
+        QProcess late;
+        late.start(QStringLiteral(JET_KILL_HELPER), { u"--open"_s, file });
+        here = Database::open(file, Database::OpenMode::ReadOnly).status();
+        repair = repairDatabase(file, repaired).status();
+        if (late.waitForFinished(30000)) {
+            lateCode = late.exitCode();
+            lateError = QString::fromUtf8(late.readAllStandardError());
+        }
+        return true;
+    });
+    QVERIFY2(r, qPrintable(r.status().toString()));
+    QCOMPARE(here.code(), Status::Code::Busy);
+    QVERIFY2(here.message().contains(u"最適化または修復の処理中"_s), qPrintable(here.message()));
+    QCOMPARE(lateCode, 1);
+    QVERIFY2(lateError.contains(u"最適化または修復の処理中"_s), qPrintable(lateError));
+    QCOMPARE(repair.code(), Status::Code::ReadOnly);
+    QVERIFY(!QFile::exists(repaired));
+    QVERIFY(r->sizeAfter < bytes.size());
+    QCOMPARE(allRows(file), rows);
+    JET_VERIFY_ORACLES(file);
+
+    // The file is replaced right after a connection opened it: its locks go to the new file,
+    // where compaction then sees it.
+    const QString replacement = path(u"alone-replacement.mdb"_s);
+    QVERIFY(test::copyFile(file, replacement));
+    test::FailingFileAccess files;
+    files.afterNextOpen([&](const QString &) { internal::DiskFileAccess().replace(replacement, file); });
+    auto db = Database::open(files, file);
+    QVERIFY2(db, qPrintable(db.status().toString()));
+    QVERIFY(!QFile::exists(replacement));
+    QCOMPARE(compactDatabase(file).status().code(), Status::Code::ReadOnly);
+    QVERIFY((*db)->insertRow(kFiles, fileRow(777777)));
+    db->reset();
+    QCOMPARE(allRows(file).value(kFiles).size(), rows.value(kFiles).size() + 1);
+    JET_VERIFY_ORACLES(file);
 }
 
 void TstJetMaintenance::faultDuringCompactionLeavesOldOrNew()
@@ -277,6 +337,29 @@ void TstJetMaintenance::faultDuringCompactionLeavesOldOrNew()
     QVERIFY(oldSeen > 0);
     // What a dead run left behind does not stand in the way of the next one.
     QVERIFY(compactDatabase(file));
+    QCOMPARE(allRows(file), rows);
+    JET_VERIFY_ORACLES(file);
+
+    // A writer died in the middle of writing its pages: compaction rolls its journal back
+    // first, rather than leave it beside the new file to be applied to that.
+    const QString journal = internal::PageStore::journalPath(file);
+    for (int n = 1; !QFile::exists(journal) || test::fileBytes(file) == old; ++n) {
+        QVERIFY(n < 500);
+        QVERIFY(test::copyFile(base, file));
+        QFile::remove(journal);
+        files.arm(test::FailingFileAccess::Fault::Crash, n);
+        {
+            auto db = Database::open(files, file);
+            QVERIFY(db);
+            QVERIFY((*db)->beginTransaction());
+            for (int i = 0; i < 300; ++i)
+                QVERIFY((*db)->insertRow(kFiles, fileRow(500000 + i)));
+            (*db)->commit();
+        }
+        files.disarm();
+    }
+    QVERIFY(compactDatabase(file));
+    QVERIFY(!QFile::exists(journal));
     QCOMPARE(allRows(file), rows);
     JET_VERIFY_ORACLES(file);
 }

@@ -594,7 +594,34 @@ private slots:
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
         QVERIFY(form->layoutState() != LayoutState::RecordShown);
         QCOMPARE(storedFile(form->catalog().db(), QStringLiteral("photo.png")).kStr, QStringLiteral("風景"));
+
+        // Another user saved the same record since the list was read: this edit does not
+        // overwrite theirs; the reason is named, "No" keeps the edit, "Yes" leaves it unsaved.
+        QVERIFY(openRecord(*form, QStringLiteral("plan.p21")));
+        form->registration().slipGrid()->editCell(4, QStringLiteral("こちらの記入"));
+        {
+            auto other = jet::Database::open(m_catalogue);
+            QVERIFY(other);
+            auto rs = (*other)->select(
+                jet::Query(catalog::kFileAtrTable)
+                    .where(jet::Condition::equal(QStringLiteral("fName"), QStringLiteral("plan.p21"))));
+            QVERIFY(rs && !(*rs)->eof());
+            QVERIFY(SaveSlipFields(**other, **rs, { QString(), QStringLiteral("あちらの記入"), QString() }));
+        }
+        prompter.planAnswer(Prompter::Answer::No);
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QVERIFY2(prompter.lastMessage().text.contains(
+                     QStringLiteral("管理票（分類・キーワード・背景色）：このレコードは、表示した後にほかの利用者")),
+            qPrintable(prompter.lastMessage().text));
+        QCOMPARE(form->layoutState(), LayoutState::RecordShown);
+        QVERIFY(slipDirty(*form));
+        prompter.planAnswer(Prompter::Answer::Yes);
+        form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
+        QVERIFY(form->layoutState() != LayoutState::RecordShown);
+        QCOMPARE(storedFile(form->catalog().db(), QStringLiteral("plan.p21")).kStr, QStringLiteral("あちらの記入"));
         QCOMPARE(prompter.unusedAnswers(), 0);
+        const test::OracleResult checked = test::jetCheck(m_catalogue);
+        QVERIFY2(checked.ok, qPrintable(checked.output));
     }
 
     void archiveCatalogueCannotBeEdited()

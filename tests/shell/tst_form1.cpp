@@ -692,6 +692,16 @@ private Q_SLOTS:
         QFile f(damaged);
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), bytes);
+
+        // Repair of the catalogue in use: the window lets go of it for the repair, which needs
+        // the file to itself, and has it open again afterwards.
+        h.prompter.planOpenFile(path);
+        w.menuItem(QStringLiteral("mFileRepair"))->trigger();
+        QVERIFY2(h.prompter.lastMessage().text.contains(u("FILE_ATR：100 行を救出、0 行を失いました。")),
+            qPrintable(h.prompter.lastMessage().text));
+        QVERIFY(QFile::exists(m_dir.filePath(QStringLiteral("最適化_修復.mdb"))));
+        QVERIFY(w.catalog().isOpen() && !w.catalog().db()->isReadOnly());
+        QCOMPARE(w.toolbarKeys(), split("ph1 BackToStart DBrec Search"));
     }
 
     void damagedCatalogueOpensReadOnly()

@@ -19,16 +19,55 @@ ConnectionLocks::ConnectionLocks(QString path, std::unique_ptr<File> file)
 // Closing the file ends every lock it holds.
 ConnectionLocks::~ConnectionLocks() = default;
 
-Result<std::unique_ptr<ConnectionLocks>> ConnectionLocks::open(FileAccess &files, const QString &path, bool writable)
+Result<std::unique_ptr<ConnectionLocks>> ConnectionLocks::open(FileAccess &files, const QString &path, Use use)
 {
-    Result<std::unique_ptr<File>> file
-        = files.open(path, writable ? FileAccess::OpenMode::ReadWrite : FileAccess::OpenMode::Read);
-    if (!file)
-        return file.status();
-    std::unique_ptr<ConnectionLocks> locks(new ConnectionLocks(path, file.take()));
-    if (Status s = locks->waitFor([&] { return locks->tryLock(Kind::Shared, kOpenByte); }); !s)
-        return s;
-    return locks;
+    const auto hadAlone = [] {
+        return Status::busy(QStringLiteral("このカタログは最適化または修復の処理中のため、開けません。"
+                                           "終わってからもう一度開いてください。"));
+    };
+    // Compaction puts a new file in the old one's place while it holds the open lock alone; a
+    // connection that waited for the lock on the old file then holds it on a file nobody else
+    // uses, and opens again. Each replacement needs the file alone, so a few rounds suffice;
+    // should the identities still differ then (a file system that numbers one file differently
+    // from one open to the next), the lock taken stands rather than keep everyone out.
+    constexpr int kRounds = 4;
+    for (int round = 0;; ++round) {
+        Result<std::unique_ptr<File>> file
+            = files.open(path, use == Use::Read ? FileAccess::OpenMode::Read : FileAccess::OpenMode::ReadWrite);
+        if (!file)
+            return file.status();
+        std::unique_ptr<ConnectionLocks> locks(new ConnectionLocks(path, file.take()));
+        if (use == Use::Sole) {
+            Result<bool> alone = locks->tryLock(Kind::Exclusive, kOpenByte);
+            if (!alone)
+                return alone.status();
+            if (!*alone)
+                return Status::busy(QStringLiteral("ほかの接続がこのカタログを開いています。"));
+        } else {
+            Status s = locks->waitFor([&] { return locks->tryLock(Kind::Shared, kOpenByte); }, kOpenWaitMs, false);
+            if (!s)
+                return s.code() == Status::Code::Busy ? hadAlone() : s;
+        }
+        Result<bool> same = locks->lockedFileIsAtPath(files);
+        if (!same)
+            return same.status();
+        if (*same || round + 1 == kRounds)
+            return locks;
+    }
+}
+
+Result<bool> ConnectionLocks::lockedFileIsAtPath(FileAccess &files) const
+{
+    Result<QByteArray> locked = m_file->identity();
+    if (!locked)
+        return locked.status();
+    Result<std::unique_ptr<File>> now = files.open(m_path, FileAccess::OpenMode::Read);
+    if (!now)
+        return now.status();
+    Result<QByteArray> current = (*now)->identity();
+    if (!current)
+        return current.status();
+    return *locked == *current;
 }
 
 Result<bool> ConnectionLocks::tryLock(Kind kind, qint64 byte)
@@ -43,7 +82,7 @@ void ConnectionLocks::unlock(qint64 byte)
     m_file->unlock(byte, 1);
 }
 
-Status ConnectionLocks::waitFor(const std::function<Result<bool>()> &attempt)
+Status ConnectionLocks::waitFor(const std::function<Result<bool>()> &attempt, int timeoutMs, bool askHandler)
 {
     QElapsedTimer waited;
     waited.start();
@@ -54,8 +93,8 @@ Status ConnectionLocks::waitFor(const std::function<Result<bool>()> &attempt)
             return taken.status();
         if (*taken)
             return Status::ok();
-        if (waited.elapsed() >= m_timeoutMs) {
-            if (!m_busyHandler || !m_busyHandler())
+        if (waited.elapsed() >= timeoutMs) {
+            if (!askHandler || !m_busyHandler || !m_busyHandler())
                 return Status::busy(
                     QStringLiteral("%1 is being changed by another connection").arg(QDir::toNativeSeparators(m_path)));
             waited.restart();
@@ -115,22 +154,6 @@ void ConnectionLocks::unlockChange()
 {
     unlock(kReadByte);
     unlock(kPendingByte);
-}
-
-Result<bool> ConnectionLocks::openElsewhere()
-{
-    unlock(kOpenByte);
-    Result<bool> alone = tryLock(Kind::Exclusive, kOpenByte);
-    if (alone && *alone)
-        unlock(kOpenByte);
-    // Shared again; should another connection have taken the byte alone in between, it is
-    // there, which is what the answer says.
-    Result<bool> shared = tryLock(Kind::Shared, kOpenByte);
-    if (!alone)
-        return alone.status();
-    if (!shared)
-        return shared.status();
-    return !*alone;
 }
 
 } // namespace tolvane::jet::internal

@@ -1,16 +1,22 @@
-// ConnectionLocks: the byte-range locks by which the connections to one database file, in this
-// process and in others (on a shared folder too), take turns: one writer at a time, from the
-// start of its transaction until its commit is durable, and no reader while a commit changes
-// the file. Not thread-safe.
+// ConnectionLocks: the one lock scheme of the engine. Every connection to a database file, in
+// this process and in others (on a shared folder too), takes turns with the others through
+// byte-range locks on four bytes of the file: one writer at a time, from the start of its
+// transaction until its commit is durable; no reader while a commit changes the file; and work
+// that replaces or salvages the whole file (compaction, repair) only while no connection has
+// it open, with newcomers turned away until that work is done. Not thread-safe.
 //
-// The locked bytes lie at 2 GiB, past the end of any Jet 4 file, where no reader of the file
-// looks (Windows locks are mandatory). Each is one byte:
-//   open     shared by every connection while it is open; exclusive by one that must be alone
-//   writer   exclusive from the start of a write transaction until its commit is durable
-//   pending  exclusive while a writer waits for readers to leave and then changes the file;
-//            readers take it shared for a moment before read, so that readers coming one after
-//            another cannot keep a writer out
-//   read     shared while a connection reads the file; exclusive while a writer changes it
+// The bytes, one each (docs/jet4-engine.md, "Several connections", says why they lie there):
+//   0x80000000 open     shared by every connection for as long as it is open; exclusive for the
+//                       whole run of work that must have the file to itself
+//   0x80000001 writer   exclusive from the start of a write transaction until its commit is
+//                       durable (or its rollback); a hot journal is put back only by its holder
+//   0x80000002 pending  exclusive while a writer waits for readers to leave and then changes the
+//                       file; readers take it shared for a moment before read, so that readers
+//                       coming one after another cannot keep a writer out
+//   0x80000003 read     shared while a connection reads the file; exclusive while a writer
+//                       changes it
+// A Jet 4 file ends before 2 GiB, so no reader of the file ever reads these bytes (Windows
+// locks are mandatory), and they lie above every offset Jet itself locks.
 #pragma once
 
 #include <functional>
@@ -27,11 +33,22 @@ public:
     static constexpr qint64 kPendingByte = kOpenByte + 2;
     static constexpr qint64 kReadByte = kOpenByte + 3;
     static constexpr int kDefaultBusyTimeoutMs = 5000;
+    // How long an open waits for work that has the file to itself before it is turned away.
+    static constexpr int kOpenWaitMs = 2000;
+
+    enum class Use {
+        Read, // a connection that only reads
+        Write, // a connection that may write
+        Sole, // work that must have the file to itself (may write, never waits)
+    };
 
     // Opens the file at path through files (which must outlive the locks) for locking, for
-    // writing when writable, and takes the open lock (waiting as lockWriter() does while a
-    // connection holds it alone). Errors: those of FileAccess::open, Busy.
-    static Result<std::unique_ptr<ConnectionLocks>> open(FileAccess &files, const QString &path, bool writable);
+    // writing unless use is Read, and takes the open lock: shared, waiting up to kOpenWaitMs
+    // while the file is had alone; exclusive for Sole, at once or not at all. Either way the
+    // lock is then on the file the path names now, also when another file was put in its
+    // place meanwhile. Errors: those of FileAccess::open; Busy, with a message for the user
+    // (Japanese), when the file is had alone (Read, Write) or open elsewhere (Sole).
+    static Result<std::unique_ptr<ConnectionLocks>> open(FileAccess &files, const QString &path, Use use);
     ~ConnectionLocks();
 
     // How long a lock is waited for before the busy handler is asked (ms), and the handler:
@@ -40,7 +57,7 @@ public:
     void setBusyTimeout(int ms) { m_timeoutMs = ms; }
     void setBusyHandler(std::function<bool()> handler) { m_busyHandler = std::move(handler); }
 
-    // The writer lock. Requires: opened writable, and not held already.
+    // The writer lock. Requires: not opened for Read, and not held already.
     Result<bool> tryLockWriter();
     Status lockWriter();
     void unlockWriter();
@@ -56,15 +73,16 @@ public:
     Status lockChange();
     void unlockChange();
 
-    // True when another connection has the file open. Requires: opened writable.
-    Result<bool> openElsewhere();
-
 private:
     ConnectionLocks(QString path, std::unique_ptr<File> file);
     Result<bool> tryLock(File::LockKind kind, qint64 byte);
     void unlock(qint64 byte);
-    // Tries attempt until it succeeds, consulting the busy handler after each timeout.
-    Status waitFor(const std::function<Result<bool>()> &attempt);
+    // True when the locked file is still the one at the path.
+    Result<bool> lockedFileIsAtPath(FileAccess &files) const;
+    // Tries attempt until it succeeds, for timeoutMs and then as long again each time the busy
+    // handler (when asked) says so.
+    Status waitFor(const std::function<Result<bool>()> &attempt, int timeoutMs, bool askHandler);
+    Status waitFor(const std::function<Result<bool>()> &attempt) { return waitFor(attempt, m_timeoutMs, true); }
 
     QString m_path;
     std::unique_ptr<File> m_file;

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -141,6 +142,24 @@ public:
             return Status::ok();
 #endif
         return ioError(QStringLiteral("cannot unlock"), m_file.fileName(), qt_error_string());
+    }
+
+    Result<QByteArray> identity() override
+    {
+#ifdef Q_OS_WIN
+        const HANDLE h = reinterpret_cast<HANDLE>(::_get_osfhandle(m_file.handle()));
+        BY_HANDLE_FILE_INFORMATION info = {};
+        if (!::GetFileInformationByHandle(h, &info))
+            return ioError(
+                QStringLiteral("cannot identify"), m_file.fileName(), qt_error_string(int(::GetLastError())));
+        const quint32 id[] = { info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow };
+#else
+        struct stat info = {};
+        if (::fstat(m_file.handle(), &info) != 0)
+            return ioError(QStringLiteral("cannot identify"), m_file.fileName(), qt_error_string(errno));
+        const quint64 id[] = { quint64(info.st_dev), quint64(info.st_ino) };
+#endif
+        return QByteArray(reinterpret_cast<const char *>(id), sizeof id);
     }
 
 private:

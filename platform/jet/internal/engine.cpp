@@ -5,7 +5,6 @@
 
 #include "platform/jet/internal/catalogue.h"
 #include "platform/jet/internal/integrity.h"
-#include "platform/jet/internal/presence.h"
 #include "platform/jet/internal/rowcodec.h"
 
 namespace tolvane::jet {
@@ -108,12 +107,8 @@ Result<std::unique_ptr<Engine>> Engine::open(FileAccess &files, const QString &p
         e->m_readOnlyReason = QStringLiteral("ファイルのあるフォルダに書き込む権限がありません。");
     }
     e->m_readOnly = !e->m_readOnlyReason.isEmpty();
-    Result<std::unique_ptr<File>> presence = announcePresence(files, path);
-    if (!presence)
-        return Status::ioError(
-            QStringLiteral("このカタログは最適化の処理中です。終わってからもう一度開いてください。"));
-    e->m_presence = presence.take();
-    Result<std::unique_ptr<ConnectionLocks>> locks = ConnectionLocks::open(files, path, !e->m_readOnly);
+    Result<std::unique_ptr<ConnectionLocks>> locks
+        = ConnectionLocks::open(files, path, e->m_readOnly ? ConnectionLocks::Use::Read : ConnectionLocks::Use::Write);
     if (!locks)
         return locks.status();
     e->m_locks = locks.take();
@@ -299,7 +294,7 @@ Result<RowId> Engine::insertRow(const QString &table, const Row &values)
     });
 }
 
-Status Engine::updateRow(const QString &table, RowId id, const Row &values)
+Status Engine::updateRow(const QString &table, RowId id, const Row &values, const RowExpectation &expected)
 {
     if (m_readOnly)
         return writableTable(table).status();
@@ -307,11 +302,13 @@ Status Engine::updateRow(const QString &table, RowId id, const Row &values)
         Result<Target> target = writeTarget(table, values);
         if (!target)
             return target.status();
+        if (Status s = meetsExpectation(*target->table, id, expected); !s)
+            return s;
         return writeOperation<Status>([&] { return m_image->rows.update(target->table->def, id, target->values); });
     });
 }
 
-Status Engine::deleteRow(const QString &table, RowId id)
+Status Engine::deleteRow(const QString &table, RowId id, const RowExpectation &expected)
 {
     if (m_readOnly)
         return writableTable(table).status();
@@ -319,8 +316,25 @@ Status Engine::deleteRow(const QString &table, RowId id)
         Result<const Catalogue::Table *> t = writableTable(table);
         if (!t)
             return t.status();
+        if (Status s = meetsExpectation(**t, id, expected); !s)
+            return s;
         return writeOperation<Status>([&] { return m_image->rows.remove((*t)->def, id); });
     });
+}
+
+// Runs under the writer lock, after the transaction's start picked up every other commit, so
+// the row compared is the row written.
+Status Engine::meetsExpectation(const Catalogue::Table &table, RowId id, const RowExpectation &expected) const
+{
+    if (expected.isEmpty())
+        return Status::ok();
+    Result<Row> stored = m_image->rows.read(table.def, id);
+    if (!stored)
+        return stored.status().code() == Status::Code::NotFound ? rowChangedElsewhere() : stored.status();
+    for (const auto &[column, value] : expected)
+        if (column < 0 || column >= stored->size() || !sameStoredValue(stored->at(column), value))
+            return rowChangedElsewhere();
+    return Status::ok();
 }
 
 Result<Row> Engine::readRow(const QString &table, RowId id) const

@@ -39,9 +39,6 @@ public:
     // Waiting for other connections (ConnectionLocks::setBusyTimeout, setBusyHandler).
     void setBusyTimeout(int ms) { m_locks->setBusyTimeout(ms); }
     void setBusyHandler(std::function<bool()> handler) { m_locks->setBusyHandler(std::move(handler)); }
-    // True when another connection (of any process) has the file open. Errors: IOError.
-    Result<bool> openElsewhere() { return m_locks->openElsewhere(); }
-
     // Outside a transaction, re-reads the file when another connection has written it since
     // this one read or committed it. Errors as open(); the engine then keeps its old image.
     Status refreshIfChanged();
@@ -60,8 +57,8 @@ public:
 
     // Contracts as Database's.
     Result<RowId> insertRow(const QString &table, const Row &values);
-    Status updateRow(const QString &table, RowId id, const Row &values);
-    Status deleteRow(const QString &table, RowId id);
+    Status updateRow(const QString &table, RowId id, const Row &values, const RowExpectation &expected);
+    Status deleteRow(const QString &table, RowId id, const RowExpectation &expected);
     Result<Row> readRow(const QString &table, RowId id) const;
     Status scan(const QString &table, const std::function<bool(RowId, const Row &)> &visit) const;
     // The rows query selects (internal/rowquery.h); the table is found as tableInfo finds it.
@@ -82,6 +79,8 @@ private:
     Result<const internal::Catalogue::Table *> writableTable(const QString &table) const;
     // The writable table and values checked against its columns (InvalidArgument).
     Result<Target> writeTarget(const QString &table, const Row &values) const;
+    // Conflict unless the row id names holds what the caller read (Database::updateRow).
+    Status meetsExpectation(const internal::Catalogue::Table &table, RowId id, const RowExpectation &expected) const;
     // After changes were rolled back: definitions and remembered pages as the store now has them.
     void reloadTables();
     template <class T, class F> T writeOperation(F op);
@@ -94,7 +93,6 @@ private:
     bool m_damaged = false;
     QString m_readOnlyReason;
     bool m_inTransaction = false;
-    std::unique_ptr<internal::File> m_presence; // holds the shared presence lock (presence.h)
 };
 
 } // namespace tolvane::jet

@@ -45,6 +45,12 @@ public:
     virtual Result<bool> tryLock(LockKind kind, qint64 offset, qint64 length) = 0;
     virtual Status unlock(qint64 offset, qint64 length) = 0;
 
+    // What tells this file from every other file on the system (its volume and file number),
+    // whatever name it has now: two open files hold the same identity exactly when they are
+    // the same file. Locks belong to the file, not to its name, so this shows whether a file
+    // opened by name is still the one that name stands for after another was put in its place.
+    virtual Result<QByteArray> identity() = 0;
+
     // The whole file.
     Result<QByteArray> readAll()
     {
