@@ -144,8 +144,43 @@ Result<QString> DocumentTextExtractor::extract(const QString &path, const Progre
     if (oneOf(suffix, { "wri", "wk3", "wk4", "123", "wj2", "wj3" }))
         return worksText(path);
     if (oneOf(suffix, { "xls", "ppt" }))
-        return sofficeText(path, suffix);
+        return sofficeTexts({ path }, suffix).constFirst();
     return QString();
+}
+
+bool readInBatches(const QString &path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    return suffix == QLatin1String("xls") || suffix == QLatin1String("ppt");
+}
+
+QList<Result<QString>> DocumentTextExtractor::extractAll(const QStringList &paths)
+{
+    QList<Result<QString>> texts(paths.size(), QString());
+    QList<bool> done(paths.size(), false);
+    for (const char *kind : { "xls", "ppt" }) {
+        QStringList group;
+        QList<qsizetype> where;
+        for (qsizetype i = 0; i < paths.size(); ++i) {
+            const QFileInfo info(paths.at(i));
+            if (info.suffix().toLower() == QLatin1String(kind) && info.isFile()) {
+                group << paths.at(i);
+                where << i;
+            }
+        }
+        if (group.size() < 2)
+            continue;
+        const QList<Result<QString>> read = sofficeTexts(group, QString::fromLatin1(kind));
+        for (qsizetype k = 0; k < where.size(); ++k) {
+            texts[where.at(k)] = read.at(k);
+            done[where.at(k)] = true;
+        }
+    }
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!done.at(i))
+            texts[i] = extract(paths.at(i));
+    }
+    return texts;
 }
 
 QString extractorVersion()

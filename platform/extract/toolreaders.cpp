@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QList>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -104,20 +105,34 @@ Result<QString> worksText(const QString &path)
     return QString();
 }
 
-Result<QString> sofficeText(const QString &path, const QString &suffix)
+QList<Result<QString>> sofficeTexts(const QStringList &paths, const QString &suffix)
 {
+    QList<Result<QString>> texts(paths.size(), QString());
     const QString program = QStandardPaths::findExecutable(QStringLiteral("soffice"));
-    if (program.isEmpty())
-        return QString(); // LibreOffice is optional: without it these formats give no text
-    QTemporaryDir work;
-    if (!work.isValid())
-        return Status::ioError(work.errorString());
+    if (program.isEmpty() || paths.isEmpty())
+        return texts; // without LibreOffice these formats give no text
     // One LibreOffice profile per process (each extraction worker has its own, so that they
     // never share one, nor the user's), made on first use and kept for the process's life:
     // a fresh profile costs seconds on every start.
     static QTemporaryDir profileDir;
-    if (!profileDir.isValid())
-        return Status::ioError(profileDir.errorString());
+    QTemporaryDir work;
+    if (!profileDir.isValid() || !work.isValid()) {
+        texts.fill(Status::ioError(work.errorString()));
+        return texts;
+    }
+    // LibreOffice names its outputs after its inputs (a workbook's sheets as NAME-SHEET.csv):
+    // links with names of our own keep files of the same name, or whose names look like
+    // another's sheet, apart.
+    const QDir in(work.filePath(QStringLiteral("in")));
+    const QDir out(work.filePath(QStringLiteral("out")));
+    QDir().mkpath(in.path());
+    QDir().mkpath(out.path());
+    QStringList inputs;
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        inputs << in.filePath(QStringLiteral("f%1.%2").arg(i).arg(suffix));
+        if (!QFile::link(QFileInfo(paths.at(i)).absoluteFilePath(), inputs.last()))
+            texts[i] = Status::ioError(paths.at(i));
+    }
     const QString profile
         = QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(profileDir.path()).toString();
     const bool sheet = suffix == QLatin1String("xls");
@@ -125,25 +140,45 @@ Result<QString> sofficeText(const QString &path, const QString &suffix)
         ? QStringLiteral("csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1")
         : QStringLiteral("odp");
     Result<QByteArray> run = runTool(program,
-        { profile, QStringLiteral("--headless"), QStringLiteral("--norestore"), QStringLiteral("--convert-to"), filter,
-            QStringLiteral("--outdir"), work.path(), path });
-    if (!run)
-        return run.status();
-    const QFileInfoList outputs = QDir(work.path()).entryInfoList(QDir::Files, QDir::Name);
-    QString out;
-    for (const QFileInfo &f : outputs) {
-        if (sheet && f.suffix() == QLatin1String("csv")) {
-            QFile csv(f.filePath());
-            if (csv.open(QIODevice::ReadOnly))
-                out += QString::fromUtf8(csv.readAll()) + QLatin1Char('\n');
-        } else if (!sheet && f.suffix() == QLatin1String("odp")) {
-            Result<QString> text = officeXmlText(f.filePath(), QStringLiteral("odp"));
-            if (!text)
-                return text.status();
-            out += *text;
+        QStringList { profile, QStringLiteral("--headless"), QStringLiteral("--norestore"),
+            QStringLiteral("--convert-to"), filter, QStringLiteral("--outdir"), out.path() }
+            + inputs);
+    if (!run) {
+        // LibreOffice died on one of them: each alone, so the others still give their text.
+        if (paths.size() > 1) {
+            for (qsizetype i = 0; i < paths.size(); ++i)
+                texts[i] = sofficeTexts({ paths.at(i) }, suffix).constFirst();
+            return texts;
         }
+        texts[0] = run.status();
+        return texts;
     }
-    return out;
+    const QFileInfoList outputs = out.entryInfoList(QDir::Files, QDir::Name);
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!texts.at(i))
+            continue;
+        const QString base = QStringLiteral("f%1").arg(i);
+        QString text;
+        for (const QFileInfo &f : outputs) {
+            if (f.completeBaseName() != base && !f.completeBaseName().startsWith(base + QLatin1Char('-')))
+                continue;
+            if (sheet && f.suffix() == QLatin1String("csv")) {
+                QFile csv(f.filePath());
+                if (csv.open(QIODevice::ReadOnly))
+                    text += QString::fromUtf8(csv.readAll()) + QLatin1Char('\n');
+            } else if (!sheet && f.suffix() == QLatin1String("odp")) {
+                Result<QString> slides = officeXmlText(f.filePath(), QStringLiteral("odp"));
+                if (!slides) {
+                    texts[i] = slides.status();
+                    break;
+                }
+                text += *slides;
+            }
+        }
+        if (texts.at(i))
+            texts[i] = text;
+    }
+    return texts;
 }
 
 } // namespace tolvane::extract
