@@ -136,12 +136,14 @@ inline QByteArray iso2022jp(const QString &text)
     return out;
 }
 
-// The needle text as flat ODF (one XML file LibreOffice reads), cut in two: two paragraphs,
-// two sheets or two slides, so that a reader that keeps only the first loses needles.
-inline QByteArray flatOdf(const char *kind)
+// A text (the needle text unless told) as flat ODF, one XML file LibreOffice reads, cut in two:
+// two paragraphs, two sheets or two slides, so that a reader that keeps only the first loses
+// needles.
+inline QByteArray flatOdf(const char *kind, const QString &text = kNeedleText)
 {
-    const QByteArray first = xmlEscaped(kNeedleText.left(12));
-    const QByteArray second = xmlEscaped(kNeedleText.mid(12));
+    const qsizetype half = text == kNeedleText ? 12 : text.size() / 2;
+    const QByteArray first = xmlEscaped(text.left(half));
+    const QByteArray second = xmlEscaped(text.mid(half));
     const QByteArray head = QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?><office:document ")
         + "xmlns:office=\"urn:oasis:names:tc:opendocument:xmlns:office:1.0\" "
           "xmlns:text=\"urn:oasis:names:tc:opendocument:xmlns:text:1.0\" "
