@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <QStringDecoder>
 
 namespace tolvane::extract {
@@ -185,9 +186,17 @@ QList<Result<QString>> DocumentTextExtractor::extractAll(const QStringList &path
 
 QString extractorVersion()
 {
-    return QStringLiteral("readers2 poppler%1 xml%2 zip%3")
-        .arg(QString::fromLatin1(POPPLER_VERSION), QString::fromLatin1(LIBXML_DOTTED_VERSION),
-            QString::fromLatin1(zip_libzip_version()));
+    // Which helper programs are there belongs to it too: a .doc, .xls or .ppt read while one was
+    // missing (no text) is read again once it is installed.
+    QString tools;
+    for (const char *program : { "wvWare", "soffice" }) {
+        if (!QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty())
+            tools += QLatin1Char(' ') + QString::fromLatin1(program);
+    }
+    return QStringLiteral("readers3 poppler%1 xml%2 zip%3")
+               .arg(QString::fromLatin1(POPPLER_VERSION), QString::fromLatin1(LIBXML_DOTTED_VERSION),
+                   QString::fromLatin1(zip_libzip_version()))
+        + tools;
 }
 
 } // namespace tolvane::extract

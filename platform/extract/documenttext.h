@@ -37,8 +37,8 @@ public:
 // Whether extractAll() gains from having this file together with others of its kind.
 bool readInBatches(const QString &path);
 
-// Identifies the readers and their libraries' versions: text recorded under another version
-// (and files that failed under it) is extracted again.
+// Identifies the readers, their libraries' versions and which helper programs are installed:
+// text recorded under another version (and files that failed under it) is extracted again.
 QString extractorVersion();
 
 // The readers, for the extractor and its tests. Each returns the text or a failure.
