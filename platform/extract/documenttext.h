@@ -52,6 +52,10 @@ Result<QString> worksText(const QString &path);
 // if that run fails, each file in a run of its own.
 QList<Result<QString>> sofficeTexts(const QStringList &paths, const QString &suffix);
 
+// Removes the temporary folders (LibreOffice profiles, conversions) that extraction processes
+// which were killed left behind; a worker calls it when it starts.
+void removeLeftoverTempDirs();
+
 // Decodes bytes in a charset named by a document (MIME or HTML): ISO-2022-JP through its JIS
 // rows into CP932 (so NEC and IBM extension characters survive), Shift_JIS as CP932, others
 // through Qt's codecs; an unknown or empty name falls back to the plain-text detection.

@@ -5,6 +5,7 @@
 #include <librevenge-stream/librevenge-stream.h>
 #include <libwps/libwps.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -15,6 +16,11 @@
 #include <QUrl>
 
 #include "platform/extract/documenttext.h"
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <csignal>
+#endif
 
 namespace tolvane::extract {
 
@@ -47,6 +53,17 @@ Result<QByteArray> runTool(const QString &program, const QStringList &arguments,
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
         return Status::corruption(program);
     return out;
+}
+
+// Temporary folders carry the process's id, so that those of a process that was killed can
+// be found and removed (removeLeftoverTempDirs).
+constexpr QLatin1String kTempPrefix("tolvane-extract-");
+
+QString tempTemplate()
+{
+    return QDir(QDir::tempPath())
+        .filePath(
+            QString(kTempPrefix) + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));
 }
 
 QString wvConfig()
@@ -105,17 +122,32 @@ Result<QString> worksText(const QString &path)
     return QString();
 }
 
+void removeLeftoverTempDirs()
+{
+#ifdef Q_OS_UNIX
+    const QDir temp(QDir::tempPath());
+    const QStringList dirs
+        = temp.entryList({ QString(kTempPrefix) + QLatin1Char('*') }, QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &name : dirs) {
+        bool number = false;
+        const qint64 pid = name.mid(kTempPrefix.size()).section(QLatin1Char('-'), 0, 0).toLongLong(&number);
+        if (number && pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH)
+            QDir(temp.filePath(name)).removeRecursively();
+    }
+#endif
+}
+
 QList<Result<QString>> sofficeTexts(const QStringList &paths, const QString &suffix)
 {
     QList<Result<QString>> texts(paths.size(), QString());
     const QString program = QStandardPaths::findExecutable(QStringLiteral("soffice"));
     if (program.isEmpty() || paths.isEmpty())
         return texts; // without LibreOffice these formats give no text
-    // One LibreOffice profile per process (each extraction worker has its own, so that they
-    // never share one, nor the user's), made on first use and kept for the process's life:
-    // a fresh profile costs seconds on every start.
-    static QTemporaryDir profileDir;
-    QTemporaryDir work;
+    // One LibreOffice profile per thread (so each extraction worker has its own, and readers
+    // running in threads of one process never share one, nor the user's), made on first use
+    // and kept: a fresh profile costs seconds on every start.
+    static thread_local QTemporaryDir profileDir(tempTemplate());
+    QTemporaryDir work(tempTemplate());
     if (!profileDir.isValid() || !work.isValid()) {
         texts.fill(Status::ioError(work.errorString()));
         return texts;

@@ -323,13 +323,18 @@ void TestFullText::crashAndHangAreMissesNotRetried()
     options.workers = 2;
     options.baseMilliseconds = 3000;
     extract::ExtractionPool pool(options);
+    // The workbooks' pool waits longer: a new worker's LibreOffice makes its profile first.
+    options.baseMilliseconds = 30000;
+    extract::ExtractionPool books(options);
     Result<std::unique_ptr<search::FullTextIndex>> index = search::FullTextIndex::open(dir.filePath(u"i.fulltext"_s));
     QVERIFY(index);
     search::FullTextEngine engine(**index, pool);
-    QCOMPARE(*engine.find(paths, u"needle"_s), (QList<bool> { true, false, false, true, false, false, false }));
-    QCOMPARE(engine.lastExtracted(), 7);
-    QCOMPARE(engine.lastFailed(), 3);
-    QCOMPARE(*engine.find(paths, u"議事録"_s), (QList<bool> { false, false, false, false, true, false, true }));
+    QCOMPARE(*engine.find(paths.mid(0, 4), u"needle"_s), (QList<bool> { true, false, false, true }));
+    QCOMPARE(engine.lastFailed(), 2);
+    search::FullTextEngine bookEngine(**index, books);
+    QCOMPARE(*bookEngine.find(paths.mid(4), u"議事録"_s), (QList<bool> { true, false, true }));
+    QCOMPARE(bookEngine.lastExtracted(), 3);
+    QCOMPARE(bookEngine.lastFailed(), 1);
     // Not tried again while they stay as they are, even with the faults gone...
     qunsetenv("TOLVANE_EXTRACT_FAULTS");
     extract::ExtractionPool healthy;

@@ -82,6 +82,7 @@ int main(int argc, char **argv)
     // Our answers get their own descriptor; standard output becomes standard error.
     const int answers = ::dup(1);
     ::dup2(2, 1);
+    tolvane::extract::removeLeftoverTempDirs();
     tolvane::extract::DocumentTextExtractor reader;
     while (true) {
         char header[4];
