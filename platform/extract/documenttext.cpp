@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <QStringDecoder>
 
 namespace tolvane::extract {
@@ -144,15 +145,58 @@ Result<QString> DocumentTextExtractor::extract(const QString &path, const Progre
     if (oneOf(suffix, { "wri", "wk3", "wk4", "123", "wj2", "wj3" }))
         return worksText(path);
     if (oneOf(suffix, { "xls", "ppt" }))
-        return sofficeText(path, suffix);
+        return sofficeTexts({ path }, suffix).constFirst();
     return QString();
+}
+
+bool readInBatches(const QString &path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    return suffix == QLatin1String("xls") || suffix == QLatin1String("ppt");
+}
+
+QList<Result<QString>> DocumentTextExtractor::extractAll(const QStringList &paths)
+{
+    QList<Result<QString>> texts(paths.size(), QString());
+    QList<bool> done(paths.size(), false);
+    for (const char *kind : { "xls", "ppt" }) {
+        QStringList group;
+        QList<qsizetype> where;
+        for (qsizetype i = 0; i < paths.size(); ++i) {
+            const QFileInfo info(paths.at(i));
+            if (info.suffix().toLower() == QLatin1String(kind) && info.isFile()) {
+                group << paths.at(i);
+                where << i;
+            }
+        }
+        if (group.size() < 2)
+            continue;
+        const QList<Result<QString>> read = sofficeTexts(group, QString::fromLatin1(kind));
+        for (qsizetype k = 0; k < where.size(); ++k) {
+            texts[where.at(k)] = read.at(k);
+            done[where.at(k)] = true;
+        }
+    }
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!done.at(i))
+            texts[i] = extract(paths.at(i));
+    }
+    return texts;
 }
 
 QString extractorVersion()
 {
-    return QStringLiteral("readers2 poppler%1 xml%2 zip%3")
-        .arg(QString::fromLatin1(POPPLER_VERSION), QString::fromLatin1(LIBXML_DOTTED_VERSION),
-            QString::fromLatin1(zip_libzip_version()));
+    // Which helper programs are there belongs to it too: a .doc, .xls or .ppt read while one was
+    // missing (no text) is read again once it is installed.
+    QString tools;
+    for (const char *program : { "wvWare", "soffice" }) {
+        if (!QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty())
+            tools += QLatin1Char(' ') + QString::fromLatin1(program);
+    }
+    return QStringLiteral("readers3 poppler%1 xml%2 zip%3")
+               .arg(QString::fromLatin1(POPPLER_VERSION), QString::fromLatin1(LIBXML_DOTTED_VERSION),
+                   QString::fromLatin1(zip_libzip_version()))
+        + tools;
 }
 
 } // namespace tolvane::extract

@@ -5,7 +5,8 @@
 //   docx xlsx pptx, odt ods odp odg,  the XML parts of the zip container, by local element names
 //   sxw sxc sxi sxd
 //   doc                               wvWare with its plain-text configuration
-//   xls ppt                           LibreOffice (soffice) when installed, else no text
+//   xls ppt                           LibreOffice (soffice), several files per run, when
+//                                     installed; else no text
 //   wri, wk3 wk4 123 wj2 wj3           libwps with the CP932 code page
 //   html                              our charset sniffing, then libxml2's HTML parser
 //   eml mht                           gmime for the MIME structure, our charset decoding
@@ -15,7 +16,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
+#include <QStringList>
 
 #include "platform/textextract.h"
 
@@ -26,10 +29,16 @@ public:
     // Text of the document at path (IOError when unreadable, Corruption when damaged, empty
     // text for a format without a reader). progress is only asked between PDF pages.
     Result<QString> extract(const QString &path, const Progress &progress = {}) override;
+    // The texts of several files, in their order: as extract() one by one, except that the
+    // files LibreOffice reads (xls, ppt) go to it together, one start for all of each kind.
+    QList<Result<QString>> extractAll(const QStringList &paths);
 };
 
-// Identifies the readers and their libraries' versions: text recorded under another version
-// (and files that failed under it) is extracted again.
+// Whether extractAll() gains from having this file together with others of its kind.
+bool readInBatches(const QString &path);
+
+// Identifies the readers, their libraries' versions and which helper programs are installed:
+// text recorded under another version (and files that failed under it) is extracted again.
 QString extractorVersion();
 
 // The readers, for the extractor and its tests. Each returns the text or a failure.
@@ -39,7 +48,13 @@ Result<QString> htmlText(const QByteArray &bytes, const QByteArray &charsetHint 
 Result<QString> mimeText(const QString &path);
 Result<QString> wordText(const QString &path);
 Result<QString> worksText(const QString &path);
-Result<QString> sofficeText(const QString &path, const QString &suffix);
+// xls (CSV of every sheet) or ppt (through odp), several files in one LibreOffice run;
+// if that run fails, each file in a run of its own.
+QList<Result<QString>> sofficeTexts(const QStringList &paths, const QString &suffix);
+
+// Removes the temporary folders (LibreOffice profiles, conversions) that extraction processes
+// which were killed left behind; a worker calls it when it starts.
+void removeLeftoverTempDirs();
 
 // Decodes bytes in a charset named by a document (MIME or HTML): ISO-2022-JP through its JIS
 // rows into CP932 (so NEC and IBM extension characters survive), Shift_JIS as CP932, others

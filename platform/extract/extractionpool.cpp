@@ -1,6 +1,8 @@
 #include "platform/extract/extractionpool.h"
 
+#include <algorithm>
 #include <chrono>
+#include <map>
 #include <mutex>
 #include <thread>
 
@@ -23,6 +25,14 @@ extern char **environ;
 #include "platform/extract/documenttext.h"
 
 namespace tolvane::extract {
+
+namespace {
+
+// The most files one request reads together: more saves little, and a group that hangs
+// waits for the sum of its files' time limits before each is tried alone.
+constexpr size_t kMaxBatch = 16;
+
+} // namespace
 
 QString defaultWorkerPath()
 {
@@ -126,40 +136,56 @@ public:
 
     bool canStart() const { return ::access(QFile::encodeName(m_options.workerPath).constData(), X_OK) == 0; }
 
-    ExtractionOutcome extract(const QString &path)
+    // Asks for several files in one request (the worker reads them together where that pays,
+    // see DocumentTextExtractor::extractAll), with the sum of their time limits. When the
+    // worker dies or runs out of time, that file and the ones after it get that outcome.
+    std::vector<ExtractionOutcome> extract(const QStringList &paths)
     {
-        const QByteArray request = path.toUtf8();
+        std::vector<ExtractionOutcome> outcomes(size_t(paths.size()), { ExtractionOutcome::Kind::Crashed, {} });
+        const QByteArray request = paths.join(QChar(0)).toUtf8();
         char header[4] = { char(request.size() >> 24), char(request.size() >> 16), char(request.size() >> 8),
             char(request.size()) };
         bool sent = false;
         for (int attempt = 0; attempt < 2 && !sent; ++attempt) {
             if (m_pid <= 0 && !start())
-                return { ExtractionOutcome::Kind::Crashed, {} };
+                return outcomes;
             sent = writeAll(m_in, header, 4) && writeAll(m_in, request.constData(), size_t(request.size()));
             if (!sent)
                 stop(true); // died between two files: start it again and ask once more
         }
         if (!sent)
-            return { ExtractionOutcome::Kind::Crashed, {} };
+            return outcomes;
 
-        const qint64 megabytes = QFileInfo(path).size() / (1024 * 1024);
-        const auto deadline = Clock::now()
-            + std::chrono::milliseconds(m_options.baseMilliseconds + m_options.millisecondsPerMegabyte * megabytes);
-        char reply[5];
-        ReadResult r = readAll(m_out, reply, 5, deadline);
-        if (r == ReadResult::Ok) {
-            const quint32 length = beLength(reply + 1);
-            if (qint64(length) > m_options.maxTextBytes + 16) {
-                stop(true); // not our protocol any more
-                return { ExtractionOutcome::Kind::Crashed, {} };
-            }
-            QByteArray text(qsizetype(length), Qt::Uninitialized);
-            r = readAll(m_out, text.data(), length, deadline);
-            if (r == ReadResult::Ok)
-                return { ExtractionOutcome::Kind::Text, reply[0] == 0 ? QString::fromUtf8(text) : QString() };
+        qint64 milliseconds = 0;
+        for (const QString &path : paths) {
+            const qint64 megabytes = QFileInfo(path).size() / (1024 * 1024);
+            milliseconds += m_options.baseMilliseconds + m_options.millisecondsPerMegabyte * megabytes;
         }
-        stop(true);
-        return { r == ReadResult::Timeout ? ExtractionOutcome::Kind::TimedOut : ExtractionOutcome::Kind::Crashed, {} };
+        const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+        for (ExtractionOutcome &outcome : outcomes) {
+            char reply[5];
+            ReadResult r = readAll(m_out, reply, 5, deadline);
+            if (r == ReadResult::Ok) {
+                const quint32 length = beLength(reply + 1);
+                if (qint64(length) > m_options.maxTextBytes + 16) {
+                    stop(true); // not our protocol any more
+                    return outcomes;
+                }
+                QByteArray text(qsizetype(length), Qt::Uninitialized);
+                r = readAll(m_out, text.data(), length, deadline);
+                if (r == ReadResult::Ok) {
+                    outcome = { ExtractionOutcome::Kind::Text, reply[0] == 0 ? QString::fromUtf8(text) : QString() };
+                    continue;
+                }
+            }
+            stop(true);
+            const auto kind
+                = r == ReadResult::Timeout ? ExtractionOutcome::Kind::TimedOut : ExtractionOutcome::Kind::Crashed;
+            for (ExtractionOutcome *rest = &outcome; rest != outcomes.data() + outcomes.size(); ++rest)
+                rest->kind = kind;
+            break;
+        }
+        return outcomes;
     }
 
 private:
@@ -258,11 +284,13 @@ public:
     explicit Worker(const ExtractionOptions &) { }
     bool canStart() const { return true; }
     void abort() { }
-    ExtractionOutcome extract(const QString &path)
+    std::vector<ExtractionOutcome> extract(const QStringList &paths)
     {
         DocumentTextExtractor reader;
-        Result<QString> text = reader.extract(path);
-        return { ExtractionOutcome::Kind::Text, text ? *text : QString() };
+        std::vector<ExtractionOutcome> outcomes;
+        for (const Result<QString> &text : reader.extractAll(paths))
+            outcomes.push_back({ ExtractionOutcome::Kind::Text, text ? *text : QString() });
+        return outcomes;
     }
 };
 
@@ -292,25 +320,59 @@ Status ExtractionPool::run(const QStringList &paths, const ResultSink &sink, con
         return Status::ok();
     if (!m_workers.front()->canStart())
         return Status::notSupported(m_options.workerPath);
-    std::atomic<qsizetype> next { 0 };
+    // Jobs: the files that are read together (LibreOffice's) in groups, shared out over the
+    // workers, then every other file alone.
+    std::vector<std::vector<qsizetype>> jobs;
+    std::map<QString, std::vector<qsizetype>> groups;
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (readInBatches(paths.at(i)))
+            groups[QFileInfo(paths.at(i)).suffix().toLower()].push_back(i);
+    }
+    std::vector<bool> grouped(size_t(paths.size()), false);
+    for (const auto &[suffix, members] : groups) {
+        const size_t share = (members.size() + m_workers.size() - 1) / m_workers.size();
+        const size_t size = std::clamp<size_t>(share, 1, kMaxBatch);
+        for (size_t from = 0; from < members.size(); from += size) {
+            jobs.emplace_back(
+                members.begin() + qsizetype(from), members.begin() + qsizetype(std::min(members.size(), from + size)));
+            for (qsizetype i : jobs.back())
+                grouped[size_t(i)] = true;
+        }
+    }
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!grouped[size_t(i)])
+            jobs.push_back({ i });
+    }
+    std::atomic<size_t> next { 0 };
     auto loop = [&](Worker &worker) {
         while (true) {
             if (cancel && cancel->load())
                 return;
-            const qsizetype i = next.fetch_add(1);
-            if (i >= paths.size())
+            const size_t j = next.fetch_add(1);
+            if (j >= jobs.size())
                 return;
-            sink(i, worker.extract(paths.at(i)));
+            const std::vector<qsizetype> &job = jobs[j];
+            QStringList files;
+            for (qsizetype i : job)
+                files << paths.at(i);
+            std::vector<ExtractionOutcome> outcomes = worker.extract(files);
+            for (size_t k = 0; k < job.size(); ++k) {
+                // A group that crashed or hung its worker: each of the rest alone, so that only
+                // the file at fault is reported as such.
+                if (job.size() > 1 && outcomes[k].kind != ExtractionOutcome::Kind::Text)
+                    outcomes[k] = worker.extract({ files.at(qsizetype(k)) }).front();
+                sink(job[k], std::move(outcomes[k]));
+            }
         }
     };
-    const size_t n = std::min<size_t>(m_workers.size(), size_t(paths.size()));
+    const size_t n = std::min(m_workers.size(), jobs.size());
     std::vector<std::thread> threads;
     for (size_t w = 1; w < n; ++w)
         threads.emplace_back(loop, std::ref(*m_workers[w]));
     loop(*m_workers.front());
     for (std::thread &t : threads)
         t.join();
-    if (cancel && cancel->load() && next.load() < paths.size())
+    if (cancel && cancel->load() && next.load() < jobs.size())
         return Status::cancelled();
     return Status::ok();
 }
@@ -325,7 +387,7 @@ Result<QString> ExtractionPool::extractOne(const QString &path)
 {
     if (!m_workers.front()->canStart())
         return Status::notSupported(m_options.workerPath);
-    ExtractionOutcome outcome = m_workers.front()->extract(path);
+    ExtractionOutcome outcome = m_workers.front()->extract({ path }).front();
     if (outcome.kind != ExtractionOutcome::Kind::Text)
         return Status::ioError(path);
     return outcome.text;

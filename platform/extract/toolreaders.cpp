@@ -5,15 +5,22 @@
 #include <librevenge-stream/librevenge-stream.h>
 #include <libwps/libwps.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QList>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QUrl>
 
 #include "platform/extract/documenttext.h"
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <csignal>
+#endif
 
 namespace tolvane::extract {
 
@@ -46,6 +53,17 @@ Result<QByteArray> runTool(const QString &program, const QStringList &arguments,
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
         return Status::corruption(program);
     return out;
+}
+
+// Temporary folders carry the process's id, so that those of a process that was killed can
+// be found and removed (removeLeftoverTempDirs).
+constexpr QLatin1String kTempPrefix("tolvane-extract-");
+
+QString tempTemplate()
+{
+    return QDir(QDir::tempPath())
+        .filePath(
+            QString(kTempPrefix) + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));
 }
 
 QString wvConfig()
@@ -104,20 +122,49 @@ Result<QString> worksText(const QString &path)
     return QString();
 }
 
-Result<QString> sofficeText(const QString &path, const QString &suffix)
+void removeLeftoverTempDirs()
 {
+#ifdef Q_OS_UNIX
+    const QDir temp(QDir::tempPath());
+    const QStringList dirs
+        = temp.entryList({ QString(kTempPrefix) + QLatin1Char('*') }, QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &name : dirs) {
+        bool number = false;
+        const qint64 pid = name.mid(kTempPrefix.size()).section(QLatin1Char('-'), 0, 0).toLongLong(&number);
+        if (number && pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH)
+            QDir(temp.filePath(name)).removeRecursively();
+    }
+#endif
+}
+
+QList<Result<QString>> sofficeTexts(const QStringList &paths, const QString &suffix)
+{
+    QList<Result<QString>> texts(paths.size(), QString());
     const QString program = QStandardPaths::findExecutable(QStringLiteral("soffice"));
-    if (program.isEmpty())
-        return QString(); // LibreOffice is optional: without it these formats give no text
-    QTemporaryDir work;
-    if (!work.isValid())
-        return Status::ioError(work.errorString());
-    // One LibreOffice profile per process (each extraction worker has its own, so that they
-    // never share one, nor the user's), made on first use and kept for the process's life:
-    // a fresh profile costs seconds on every start.
-    static QTemporaryDir profileDir;
-    if (!profileDir.isValid())
-        return Status::ioError(profileDir.errorString());
+    if (program.isEmpty() || paths.isEmpty())
+        return texts; // without LibreOffice these formats give no text
+    // One LibreOffice profile per thread (so each extraction worker has its own, and readers
+    // running in threads of one process never share one, nor the user's), made on first use
+    // and kept: a fresh profile costs seconds on every start.
+    static thread_local QTemporaryDir profileDir(tempTemplate());
+    QTemporaryDir work(tempTemplate());
+    if (!profileDir.isValid() || !work.isValid()) {
+        texts.fill(Status::ioError(work.errorString()));
+        return texts;
+    }
+    // LibreOffice names its outputs after its inputs (a workbook's sheets as NAME-SHEET.csv):
+    // links with names of our own keep files of the same name, or whose names look like
+    // another's sheet, apart.
+    const QDir in(work.filePath(QStringLiteral("in")));
+    const QDir out(work.filePath(QStringLiteral("out")));
+    QDir().mkpath(in.path());
+    QDir().mkpath(out.path());
+    QStringList inputs;
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        inputs << in.filePath(QStringLiteral("f%1.%2").arg(i).arg(suffix));
+        if (!QFile::link(QFileInfo(paths.at(i)).absoluteFilePath(), inputs.last()))
+            texts[i] = Status::ioError(paths.at(i));
+    }
     const QString profile
         = QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(profileDir.path()).toString();
     const bool sheet = suffix == QLatin1String("xls");
@@ -125,25 +172,45 @@ Result<QString> sofficeText(const QString &path, const QString &suffix)
         ? QStringLiteral("csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1")
         : QStringLiteral("odp");
     Result<QByteArray> run = runTool(program,
-        { profile, QStringLiteral("--headless"), QStringLiteral("--norestore"), QStringLiteral("--convert-to"), filter,
-            QStringLiteral("--outdir"), work.path(), path });
-    if (!run)
-        return run.status();
-    const QFileInfoList outputs = QDir(work.path()).entryInfoList(QDir::Files, QDir::Name);
-    QString out;
-    for (const QFileInfo &f : outputs) {
-        if (sheet && f.suffix() == QLatin1String("csv")) {
-            QFile csv(f.filePath());
-            if (csv.open(QIODevice::ReadOnly))
-                out += QString::fromUtf8(csv.readAll()) + QLatin1Char('\n');
-        } else if (!sheet && f.suffix() == QLatin1String("odp")) {
-            Result<QString> text = officeXmlText(f.filePath(), QStringLiteral("odp"));
-            if (!text)
-                return text.status();
-            out += *text;
+        QStringList { profile, QStringLiteral("--headless"), QStringLiteral("--norestore"),
+            QStringLiteral("--convert-to"), filter, QStringLiteral("--outdir"), out.path() }
+            + inputs);
+    if (!run) {
+        // LibreOffice died on one of them: each alone, so the others still give their text.
+        if (paths.size() > 1) {
+            for (qsizetype i = 0; i < paths.size(); ++i)
+                texts[i] = sofficeTexts({ paths.at(i) }, suffix).constFirst();
+            return texts;
         }
+        texts[0] = run.status();
+        return texts;
     }
-    return out;
+    const QFileInfoList outputs = out.entryInfoList(QDir::Files, QDir::Name);
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (!texts.at(i))
+            continue;
+        const QString base = QStringLiteral("f%1").arg(i);
+        QString text;
+        for (const QFileInfo &f : outputs) {
+            if (f.completeBaseName() != base && !f.completeBaseName().startsWith(base + QLatin1Char('-')))
+                continue;
+            if (sheet && f.suffix() == QLatin1String("csv")) {
+                QFile csv(f.filePath());
+                if (csv.open(QIODevice::ReadOnly))
+                    text += QString::fromUtf8(csv.readAll()) + QLatin1Char('\n');
+            } else if (!sheet && f.suffix() == QLatin1String("odp")) {
+                Result<QString> slides = officeXmlText(f.filePath(), QStringLiteral("odp"));
+                if (!slides) {
+                    texts[i] = slides.status();
+                    break;
+                }
+                text += *slides;
+            }
+        }
+        if (texts.at(i))
+            texts[i] = text;
+    }
+    return texts;
 }
 
 } // namespace tolvane::extract

@@ -10,7 +10,10 @@
 #include <QFont>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QProcess>
 #include <QStringEncoder>
+#include <QUrl>
+#include <QtEndian>
 
 namespace tolvane::test {
 
@@ -131,6 +134,151 @@ inline QByteArray iso2022jp(const QString &text)
     if (kanji)
         out += "\x1b(B";
     return out;
+}
+
+// A text (the needle text unless told) as flat ODF, one XML file LibreOffice reads, cut in two:
+// two paragraphs, two sheets or two slides, so that a reader that keeps only the first loses
+// needles.
+inline QByteArray flatOdf(const char *kind, const QString &text = kNeedleText)
+{
+    const qsizetype half = text == kNeedleText ? 12 : text.size() / 2;
+    const QByteArray first = xmlEscaped(text.left(half));
+    const QByteArray second = xmlEscaped(text.mid(half));
+    const QByteArray head = QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?><office:document ")
+        + "xmlns:office=\"urn:oasis:names:tc:opendocument:xmlns:office:1.0\" "
+          "xmlns:text=\"urn:oasis:names:tc:opendocument:xmlns:text:1.0\" "
+          "xmlns:table=\"urn:oasis:names:tc:opendocument:xmlns:table:1.0\" "
+          "xmlns:draw=\"urn:oasis:names:tc:opendocument:xmlns:drawing:1.0\" "
+          "xmlns:svg=\"urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0\" office:version=\"1.2\" "
+          "office:mimetype=\"application/vnd.oasis.opendocument."
+        + kind + "\"><office:body>";
+    const QByteArray tail = "</office:body></office:document>";
+    if (qstrcmp(kind, "spreadsheet") == 0) {
+        auto sheet = [](const char *name, const QByteArray &text) {
+            return QByteArray("<table:table table:name=\"") + name
+                + "\"><table:table-row><table:table-cell office:value-type=\"string\"><text:p>" + text
+                + "</text:p></table:table-cell><table:table-cell office:value-type=\"float\" office:value=\"42\">"
+                  "<text:p>42</text:p></table:table-cell></table:table-row></table:table>";
+        };
+        return head + "<office:spreadsheet>" + sheet("一", first) + sheet("二", second) + "</office:spreadsheet>"
+            + tail;
+    }
+    if (qstrcmp(kind, "presentation") == 0) {
+        auto slide = [](const char *name, const QByteArray &text) {
+            return QByteArray("<draw:page draw:name=\"") + name
+                + "\"><draw:frame svg:x=\"1cm\" svg:y=\"1cm\" svg:width=\"20cm\" svg:height=\"5cm\">"
+                  "<draw:text-box><text:p>"
+                + text + "</text:p></draw:text-box></draw:frame></draw:page>";
+        };
+        return head + "<office:presentation>" + slide("p1", first) + slide("p2", second) + "</office:presentation>"
+            + tail;
+    }
+    return head + "<office:text><text:p>" + first + "</text:p><text:p>" + second + "</text:p></office:text>" + tail;
+}
+
+// Converts sources (in dir) with LibreOffice into format, with a profile of its own.
+inline bool officeConvert(const QString &dir, const QString &profile, const QStringList &sources, const char *format)
+{
+    QProcess soffice;
+    soffice.setProgram(QStringLiteral("soffice"));
+    soffice.setWorkingDirectory(dir);
+    soffice.setArguments(
+        QStringList { QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(profile).toString(),
+            QStringLiteral("--headless"), QStringLiteral("--norestore"), QStringLiteral("--convert-to"),
+            QString::fromLatin1(format), QStringLiteral("--outdir"), dir }
+        + sources);
+    soffice.start();
+    return soffice.waitForFinished(120000) && soffice.exitStatus() == QProcess::NormalExit && soffice.exitCode() == 0;
+}
+
+inline QByteArray le16(quint16 v)
+{
+    QByteArray b(2, Qt::Uninitialized);
+    qToLittleEndian(v, b.data());
+    return b;
+}
+
+inline QByteArray le32(quint32 v)
+{
+    QByteArray b(4, Qt::Uninitialized);
+    qToLittleEndian(v, b.data());
+    return b;
+}
+
+// A Lotus 1-2-3 record: one byte of type, one of group (0), the length, the data.
+inline QByteArray lotusRecord(quint8 type, const QByteArray &data)
+{
+    return QByteArray(1, char(type)) + '\0' + le16(quint16(data.size())) + data;
+}
+
+// Lotus 1-2-3 of the WK3 family (Release 3 and later, the Japanese R3J as .wj3): a BOF of 26
+// bytes whose first word is the file revision (0x1000 upwards), one text cell (type 0x16: row,
+// sheet, column, a label prefix and the CP932 text) per word, EOF.
+inline QByteArray lotusWk3(quint16 revision)
+{
+    QByteArray out = lotusRecord(0x00, le16(revision) + QByteArray(24, '\0'));
+    const QStringList words = kNeedleText.split(QLatin1Char(' '));
+    for (qsizetype row = 0; row < words.size(); ++row)
+        out += lotusRecord(0x16, le16(quint16(row)) + '\0' + '\0' + '\'' + cp932(words.at(row)) + '\0');
+    return out + lotusRecord(0x01, {});
+}
+
+// Lotus 1-2-3 Release 2 (WK1; the Japanese R2J writes it as .wj2): BOF with revision 0x0406,
+// one LABEL record (0x0f: format, column, row, prefixed text) per word, EOF.
+inline QByteArray lotusWk1()
+{
+    QByteArray out = lotusRecord(0x00, le16(0x0406));
+    const QStringList words = kNeedleText.split(QLatin1Char(' '));
+    for (qsizetype row = 0; row < words.size(); ++row)
+        out += lotusRecord(
+            0x0f, QByteArray(1, char(0xff)) + le16(0) + le16(quint16(row)) + '\'' + cp932(words.at(row)) + '\0');
+    return out + lotusRecord(0x01, {});
+}
+
+// Windows Write 3.x: a 128-byte header (magic 0xBE31, tool 0xAB00, fcMac = end of the text,
+// the page numbers of the tables, pnMac), the CP932 text from byte 128, then one page of
+// character and one of paragraph properties, each a single run with the default properties.
+inline QByteArray windowsWrite()
+{
+    const QByteArray text = cp932(kNeedleText) + "\r\n";
+    const quint32 fcMac = quint32(128 + text.size());
+    const quint16 pnChar = quint16((fcMac + 127) / 128);
+    const quint16 pnPara = pnChar + 1;
+    const quint16 pnMac = pnPara + 1;
+    QByteArray header = le16(0xbe31) + le16(0) + le16(0xab00) + QByteArray(8, '\0') + le32(fcMac) + le16(pnPara);
+    for (int table = 0; table < 5; ++table) // footnotes, sections, section table, page table, fonts: none
+        header += le16(pnMac);
+    header += QByteArray(96 - header.size(), '\0') + le16(pnMac);
+    header += QByteArray(128 - header.size(), '\0');
+    QByteArray out = header + text;
+    out += QByteArray(pnChar * 128 - out.size(), '\0');
+    QByteArray fkp = le32(128) + le32(fcMac) + le16(0xffff);
+    fkp += QByteArray(127 - fkp.size(), '\0') + '\x01';
+    return out + fkp + fkp;
+}
+
+// Documents of the families that only other programs write: .doc, .xls and .ppt through
+// LibreOffice (from flat ODF), Windows Write and Lotus 1-2-3 byte by byte. profile is a folder
+// for LibreOffice's profile. Returns the file names (empty on failure).
+inline QStringList writeLegacyDocuments(const QString &dir, const QString &profile)
+{
+    const QDir d(dir);
+    auto at = [&d](const char *name) { return d.filePath(QString::fromLatin1(name)); };
+    bool ok = writeFile(at("minutes.fodt"), flatOdf("text")) && writeFile(at("sheet.fods"), flatOdf("spreadsheet"))
+        && writeFile(at("slides.fodp"), flatOdf("presentation"));
+    ok = ok && officeConvert(dir, profile, { QStringLiteral("minutes.fodt") }, "doc")
+        && officeConvert(dir, profile, { QStringLiteral("sheet.fods") }, "xls")
+        && officeConvert(dir, profile, { QStringLiteral("slides.fodp") }, "ppt");
+    for (const char *name : { "minutes.fodt", "sheet.fods", "slides.fodp" })
+        QFile::remove(at(name));
+    ok = ok && writeFile(at("memo.wri"), windowsWrite()) && writeFile(at("ledger.wk3"), lotusWk3(0x1000))
+        && writeFile(at("ledger.wk4"), lotusWk3(0x1002)) && writeFile(at("ledger.123"), lotusWk3(0x1005))
+        && writeFile(at("ledger.wj3"), lotusWk3(0x1000)) && writeFile(at("ledger.wj2"), lotusWk1());
+    if (!ok)
+        return {};
+    return { QStringLiteral("minutes.doc"), QStringLiteral("sheet.xls"), QStringLiteral("slides.ppt"),
+        QStringLiteral("memo.wri"), QStringLiteral("ledger.wk3"), QStringLiteral("ledger.wk4"),
+        QStringLiteral("ledger.123"), QStringLiteral("ledger.wj3"), QStringLiteral("ledger.wj2") };
 }
 
 // Writes one document of each family into dir; returns the file names (empty on failure).

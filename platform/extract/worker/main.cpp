@@ -1,8 +1,9 @@
 // tolvane-extract: the extraction worker. Reads requests from standard input, each a 4-byte
-// big-endian length and a UTF-8 path, and answers each on standard output with one status byte
-// (0: text, 1: no text), a 4-byte big-endian length and the UTF-8 text (cut at the byte limit
-// given as the first argument). Anything the libraries print goes to standard error, never
-// into the answers. Ends when its input closes.
+// big-endian length and one UTF-8 path, or several separated by NUL bytes (read together where
+// a reader gains from it, see DocumentTextExtractor::extractAll), and answers each path, in
+// order, on standard output with one status byte (0: text, 1: no text), a 4-byte big-endian
+// length and the UTF-8 text (cut at the byte limit given as the first argument). Anything the
+// libraries print goes to standard error, never into the answers. Ends when its input closes.
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -56,6 +57,22 @@ void injectFault(const QString &path)
     }
 }
 
+// One answer: the status byte, the length and the text, cut on a character boundary.
+bool answer(int fd, const tolvane::Result<QString> &text, qint64 maxText)
+{
+    QByteArray utf8 = text ? text->toUtf8() : QByteArray();
+    if (utf8.size() > maxText) {
+        utf8.truncate(qsizetype(maxText));
+        while (!utf8.isEmpty() && (static_cast<unsigned char>(utf8.back()) & 0xc0) == 0x80)
+            utf8.chop(1); // no half character at the end
+        if (!utf8.isEmpty() && static_cast<unsigned char>(utf8.back()) >= 0xc0)
+            utf8.chop(1);
+    }
+    const quint32 n = quint32(utf8.size());
+    const char reply[5] = { char(text ? 0 : 1), char(n >> 24), char(n >> 16), char(n >> 8), char(n) };
+    return writeFull(fd, reply, 5) && writeFull(fd, utf8.constData(), size_t(utf8.size()));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -65,6 +82,7 @@ int main(int argc, char **argv)
     // Our answers get their own descriptor; standard output becomes standard error.
     const int answers = ::dup(1);
     ::dup2(2, 1);
+    tolvane::extract::removeLeftoverTempDirs();
     tolvane::extract::DocumentTextExtractor reader;
     while (true) {
         char header[4];
@@ -74,23 +92,19 @@ int main(int argc, char **argv)
         const quint32 length = (quint32(u[0]) << 24) | (quint32(u[1]) << 16) | (quint32(u[2]) << 8) | quint32(u[3]);
         if (length > 1u << 20)
             return 2;
-        QByteArray path(qsizetype(length), Qt::Uninitialized);
-        if (!readFull(0, path.data(), length))
+        QByteArray request(qsizetype(length), Qt::Uninitialized);
+        if (!readFull(0, request.data(), length))
             return 0;
-        const QString file = QString::fromUtf8(path);
-        injectFault(file);
-        tolvane::Result<QString> text = reader.extract(file);
-        QByteArray utf8 = text ? text->toUtf8() : QByteArray();
-        if (utf8.size() > maxText) {
-            utf8.truncate(qsizetype(maxText));
-            while (!utf8.isEmpty() && (static_cast<unsigned char>(utf8.back()) & 0xc0) == 0x80)
-                utf8.chop(1); // no half character at the end
-            if (!utf8.isEmpty() && static_cast<unsigned char>(utf8.back()) >= 0xc0)
-                utf8.chop(1);
+        QStringList files;
+        for (const QByteArray &one : request.split('\0'))
+            files << QString::fromUtf8(one);
+        for (const QString &file : std::as_const(files))
+            injectFault(file);
+        const QList<tolvane::Result<QString>> texts
+            = files.size() == 1 ? QList { reader.extract(files.constFirst()) } : reader.extractAll(files);
+        for (const tolvane::Result<QString> &text : texts) {
+            if (!answer(answers, text, maxText))
+                return 0;
         }
-        const quint32 n = quint32(utf8.size());
-        const char reply[5] = { char(text ? 0 : 1), char(n >> 24), char(n >> 16), char(n >> 8), char(n) };
-        if (!writeFull(answers, reply, 5) || !writeFull(answers, utf8.constData(), utf8.size()))
-            return 0;
     }
 }
