@@ -175,10 +175,13 @@ private Q_SLOTS:
 
     void hintsWriteOnlyPanel2()
     {
-        for (ModeStatus code : { ModeStatus::ResultListed, ModeStatus::Stepping, ModeStatus::RowsMoving }) {
+        for (ModeStatus code :
+            { ModeStatus::ResultListed, ModeStatus::Stepping, ModeStatus::RowsMoving, ModeStatus::RowsDetaching }) {
             const StatusTexts t = statusTexts(code);
-            QVERIFY(t.panel2 && !t.panel1 && !t.threePanels);
+            QVERIFY(t.panel2 && !t.panel1 && !t.panel3 && !t.threePanels);
         }
+        QCOMPARE(*statusTexts(ModeStatus::RowsDetaching).panel2,
+            QString::fromUtf8("削除行クリック選択。　「取り外し」ボタンで削除。　ヘルプ：F1キー"));
         QVERIFY(!binderStatusCode(BinderOp::None));
     }
 
