@@ -15,7 +15,7 @@
 #include <QToolBar>
 #include <QToolButton>
 
-#include "catalog/creation.h"
+#include "../browser/testfolders.h"
 #include "classes/classlistmodel.h"
 #include "classes/ui/form3.h"
 #include "shell/helplauncher.h"
@@ -30,12 +30,6 @@ using classes::ui::Form3;
 namespace {
 
 const QString kTitle = QStringLiteral("Almaren Tolvane");
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 QStringList names(const QList<ClassRow> &rows)
 {
@@ -99,14 +93,7 @@ private:
     QTemporaryDir m_dir;
     int m_serial = 0;
 
-    QString makeCatalogue()
-    {
-        const QString base = m_dir.filePath(QStringLiteral("台帳%1").arg(++m_serial));
-        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
-            || !catalog::PutItemN(base))
-            return {};
-        return base + QStringLiteral(".mdb");
-    }
+    QString makeCatalogue() { return test::newCatalogueFile(m_dir.path(), QStringLiteral("台帳%1").arg(++m_serial)); }
 
     const QStringList kSampleNames
         = { QStringLiteral("朝霧　凪"), QStringLiteral("水無瀬　灯"), QStringLiteral("霜月　柊") };
@@ -179,7 +166,7 @@ private Q_SLOTS:
     void nothingIsWrittenWithoutEdits()
     {
         const QString path = makeCatalogue();
-        const QByteArray before = bytesOf(path);
+        const QByteArray before = test::fileBytes(path);
         auto db = jet::Database::open(path);
         test::ScriptedPrompter prompter;
         {
@@ -204,7 +191,7 @@ private Q_SLOTS:
             QVERIFY(clickTool(dlg, "reg"));
             QCOMPARE(dlg.result(), int(QDialog::Accepted));
         }
-        QCOMPARE(bytesOf(path), before);
+        QCOMPARE(test::fileBytes(path), before);
         {
             Form3 dlg(prompter, **db, 10);
             dlg.show();
@@ -213,7 +200,7 @@ private Q_SLOTS:
             QVERIFY(clickTool(dlg, "cancel"));
             QCOMPARE(dlg.result(), int(QDialog::Rejected));
         }
-        QCOMPARE(bytesOf(path), before);
+        QCOMPARE(test::fileBytes(path), before);
     }
 
     // Names typed, a colour chosen, rows moved and deleted are stored in grid order, numbered
@@ -272,7 +259,7 @@ private Q_SLOTS:
     void refusedStoreKeepsTheDialogOpen()
     {
         const QString path = makeCatalogue();
-        const QByteArray before = bytesOf(path);
+        const QByteArray before = test::fileBytes(path);
         auto readOnly = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
         QVERIFY(readOnly);
         test::ScriptedPrompter prompter;
@@ -288,7 +275,7 @@ private Q_SLOTS:
         QVERIFY(dlg.isVisible());
         QCOMPARE(stored.size(), 0);
         QVERIFY(dlg.model().isEdited());
-        QCOMPARE(bytesOf(path), before);
+        QCOMPARE(test::fileBytes(path), before);
 
         // A list that cannot be read is said so, and cannot be stored over.
         const QString noClasses = m_dir.filePath(QStringLiteral("no-classes.mdb"));
