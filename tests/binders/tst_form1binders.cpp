@@ -38,11 +38,6 @@ struct Harness : test::Form1Harness {
     QTableView *vs() const { return w->findChild<QTableView *>(u"vs"_s); }
     const search::ResultListModel &list() const { return w->search().resultModel(); }
 
-    bool open(const QString &path)
-    {
-        prompter.planOpenFile(path);
-        return click(u"DBopen"_s) && w->catalog().isOpen();
-    }
     void menu(const char *item)
     {
         QAction *a = w->menuItem(QString::fromLatin1(item));
