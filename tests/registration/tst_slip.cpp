@@ -228,6 +228,14 @@ private:
         return nullptr;
     }
 
+    // Opens the editor of cell (row, col) as the user does, the cell made current first.
+    static QLineEdit *openEditor(QTableView *view, int row, int col)
+    {
+        view->setCurrentIndex(view->model()->index(row, col));
+        view->edit(view->currentIndex());
+        return openLineEditor(view);
+    }
+
     static QRect cellRect(QTableView *view, int row, int col)
     {
         return view->visualRect(view->model()->index(row, col));
@@ -290,24 +298,21 @@ private slots:
         }
     }
 
-    void tooLongKeywordsWriteNothing()
+    // Keywords longer than the record holds, or a read-only catalogue: nothing is written.
+    void refusedSavesWriteNothing()
     {
         auto rs = fileRecord(m_db.get(), QStringLiteral("memo.txt"));
         QVERIFY(rs);
-        const Status s = SaveSlipFields(*m_db, *rs, { QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {} });
-        QVERIFY(!s);
+        QVERIFY(!SaveSlipFields(*m_db, *rs, { QStringLiteral("霜月　柊"), QString(201, QLatin1Char('x')), {} }));
         QCOMPARE(rs->field(QStringLiteral("Class")).toString(), QString());
         reopen();
         QCOMPARE(storedFile(m_db.get(), QStringLiteral("memo.txt")).Class, QString());
         QCOMPARE(storedFile(m_db.get(), QStringLiteral("memo.txt")).kStr, QStringLiteral("メモ"));
-    }
 
-    void readOnlyCatalogueRefusesSaves()
-    {
         m_db.reset();
         auto db = jet::Database::open(m_catalogue, jet::Database::OpenMode::ReadOnly);
         QVERIFY(db);
-        auto rs = fileRecord(db->get(), QStringLiteral("photo.png"));
+        rs = fileRecord(db->get(), QStringLiteral("photo.png"));
         QVERIFY(rs);
         QVERIFY(!SaveSlipFields(**db, *rs, { QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("z") }));
         ScriptedPrompter prompter;
@@ -483,9 +488,7 @@ private slots:
         // Keywords are typed; a classification is chosen from the drop-down.
         QVERIFY(slip->model()->item(4, 2)->isEditable());
         QVERIFY(!slip->model()->item(2, 2)->isEditable());
-        fg2->setCurrentIndex(fg2->model()->index(4, 2));
-        fg2->edit(fg2->model()->index(4, 2));
-        QLineEdit *keywords = openLineEditor(fg2);
+        QLineEdit *keywords = openEditor(fg2, 4, 2);
         QVERIFY(keywords);
         // What the record can store stands in the box; a longer paste is cut with a warning.
         QCOMPARE(keywords->placeholderText(), QStringLiteral("キーワード（200文字まで）"));
@@ -506,8 +509,7 @@ private slots:
         prompter.clear();
         slip->editCell(4, QStringLiteral("橋梁 図面"));
         QVERIFY(slipDirty(*form));
-        fg2->setCurrentIndex(fg2->model()->index(1, 2));
-        fg2->edit(fg2->model()->index(1, 2));
+        openEditor(fg2, 1, 2);
         auto *combo = fg2->findChild<QComboBox *>(QStringLiteral("fg2ClassList"));
         QVERIFY(combo);
         QCOMPARE(combo->count(), 3);
@@ -546,9 +548,7 @@ private slots:
         QVERIFY(openRecord(*form, QStringLiteral("memo.txt")));
         form->registration().slipGrid()->editCell(4, QStringLiteral("閉じる前の記入"));
         QTableView *vs = view(*form, "vs");
-        vs->setCurrentIndex(vs->model()->index(2, 1));
-        vs->edit(vs->model()->index(2, 1));
-        QLineEdit *editor = openLineEditor(vs);
+        QLineEdit *editor = openEditor(vs, 2, 1);
         QVERIFY(editor);
         editor->setText(QStringLiteral("2021-02-30"));
 
@@ -750,9 +750,7 @@ private slots:
 
         // Still being typed when the record is left: the record stays, nothing is written, and
         // the accepted date is back in the cell.
-        vs->setCurrentIndex(vs->model()->index(2, 1));
-        vs->edit(vs->model()->index(2, 1));
-        QLineEdit *editor = openLineEditor(vs);
+        QLineEdit *editor = openEditor(vs, 2, 1);
         QVERIFY(editor);
         editor->setText(QStringLiteral("2010-13-40"));
         form->Toolbar_ButtonClick(QStringLiteral("BackTo"));
@@ -764,9 +762,7 @@ private slots:
         QCOMPARE(storedFile(db, QStringLiteral("photo.png")).hsID, 0);
 
         // A note still open in its cell is part of what is saved on leaving.
-        vs->setCurrentIndex(vs->model()->index(2, 2));
-        vs->edit(vs->model()->index(2, 2));
-        editor = openLineEditor(vs);
+        editor = openEditor(vs, 2, 2);
         QVERIFY(editor);
         QCOMPARE(editor->placeholderText(), QStringLiteral("記事（255文字まで）"));
         editor->setText(QStringLiteral("撮影（晴天）"));
