@@ -400,19 +400,9 @@ private slots:
         QVERIFY(westernDiffering > inked / 4);
     }
 
-    void damagedMetafilesAreRefused()
-    {
-        const QByteArray good = wmfWithText("abc", 0);
-        // A record claiming to run past the end of the file.
-        QByteArray bad = good;
-        bad[22 + 18] = char(0xFF);
-        bad[22 + 19] = char(0x7F);
-        QCOMPARE(loadPicture(write(QStringLiteral("bad.wmf"), bad)).status().code(), Status::Code::Corruption);
-        QVERIFY(!loadPicture(write(QStringLiteral("cut.wmf"), good.left(30))).isOk());
-        QVERIFY(!loadPicture(write(QStringLiteral("cut.emf"), emf().left(60))).isOk());
-    }
-
-    void emfIsDrawn()
+    // An enhanced metafile is drawn; metafiles cut short or with a record running past the end
+    // are refused.
+    void emfDrawnAndDamagedMetafilesRefused()
     {
         const QString path = write(QStringLiteral("shape.emf"), emf());
         QCOMPARE(pictureFormat(path).value(), PictureFormat::Emf);
@@ -420,6 +410,14 @@ private slots:
         QCOMPARE(image.size(), QSize(100, 80));
         QCOMPARE(QColor(image.pixel(50, 40)), QColor(Qt::red));
         QCOMPARE(QColor(image.pixel(5, 5)), QColor(Qt::white));
+
+        const QByteArray good = wmfWithText("abc", 0);
+        QByteArray bad = good;
+        bad[22 + 18] = char(0xFF);
+        bad[22 + 19] = char(0x7F);
+        QCOMPARE(loadPicture(write(QStringLiteral("bad.wmf"), bad)).status().code(), Status::Code::Corruption);
+        QVERIFY(!loadPicture(write(QStringLiteral("cut.wmf"), good.left(30))).isOk());
+        QVERIFY(!loadPicture(write(QStringLiteral("cut.emf"), emf().left(60))).isOk());
     }
 
     void cmykTiffIsReadThroughLibtiff()
@@ -452,28 +450,22 @@ private slots:
         QCOMPARE(image.size(), QSize(16, 17));
     }
 
-    void flashPixIsRefused()
+    // FlashPix is refused as not supported; a JPEG cut short fails; a missing file is not found.
+    void refusedDamagedAndMissingFiles()
     {
         QByteArray ole("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
         ole.append(QByteArray(504, '\0'));
-        const QString path = write(QStringLiteral("photo.fpx"), ole);
-        QCOMPARE(pictureFormat(path).value(), PictureFormat::FlashPix);
-        QCOMPARE(loadPicture(path).status().code(), Status::Code::NotSupported);
-        QCOMPARE(pictureCount(path).status().code(), Status::Code::NotSupported);
-    }
+        const QString fpx = write(QStringLiteral("photo.fpx"), ole);
+        QCOMPARE(pictureFormat(fpx).value(), PictureFormat::FlashPix);
+        QCOMPARE(loadPicture(fpx).status().code(), Status::Code::NotSupported);
+        QCOMPARE(pictureCount(fpx).status().code(), Status::Code::NotSupported);
 
-    void damagedJpegIsCorruption()
-    {
         QImage image(64, 64, QImage::Format_RGB32);
         image.fill(Qt::darkGreen);
         QByteArray jpeg;
-        {
-            QBuffer buffer(&jpeg);
-            buffer.open(QIODevice::WriteOnly);
-            QVERIFY(image.save(&buffer, "JPG"));
-        }
-        const QString path = write(QStringLiteral("cut.jpg"), jpeg.left(40));
-        QVERIFY(!loadPicture(path).isOk());
+        QBuffer buffer(&jpeg);
+        QVERIFY(buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "JPG"));
+        QVERIFY(!loadPicture(write(QStringLiteral("cut.jpg"), jpeg.left(40))).isOk());
         QCOMPARE(loadPicture(m_tmp.filePath(QStringLiteral("none.jpg"))).status().code(), Status::Code::NotFound);
     }
 
