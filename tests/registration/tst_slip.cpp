@@ -259,16 +259,12 @@ private slots:
 
     void cleanup() { m_db.reset(); }
 
-    void texts()
+    // The colour as the slip shows it; the classification list is checked in the window's drop-down.
+    void colourNumbers()
     {
-        // The slip title, the delete question and the calendar's date text are checked in the window.
         QCOMPARE(colourNumberText(QStringLiteral("&HFFFFC0")), QStringLiteral("16777152"));
         QCOMPARE(colourNumberText(QStringLiteral("255")), QStringLiteral("255"));
         QCOMPARE(colourNumberText(QStringLiteral("blue")), QString());
-        auto choices = LoadClassItems(*m_db);
-        QVERIFY(choices);
-        QCOMPARE(classificationListText(*choices), QStringLiteral("|朝霧　凪|水無瀬　灯|霜月　柊|"));
-        QCOMPARE(classificationListText({}), QStringLiteral("|"));
     }
 
     void slipFieldsAreSavedAndReadBack()
@@ -512,7 +508,11 @@ private slots:
         openEditor(fg2, 1, 2);
         auto *combo = fg2->findChild<QComboBox *>(QStringLiteral("fg2ClassList"));
         QVERIFY(combo);
-        QCOMPARE(combo->count(), 3);
+        QStringList items;
+        for (int i = 0; i < combo->count(); ++i)
+            items << combo->itemText(i);
+        QCOMPARE(items,
+            (QStringList { QStringLiteral("朝霧　凪"), QStringLiteral("水無瀬　灯"), QStringLiteral("霜月　柊") }));
         combo->setCurrentIndex(1);
         slip->finishEdit();
         QCOMPARE(slip->cellText(1), QStringLiteral("水無瀬　灯"));
