@@ -221,32 +221,6 @@ private slots:
         }
     }
 
-    // A file that cannot be displayed carries no viewer buttons (kind 0): the mode's own buttons
-    // stay, with the way back and the stepping buttons, whatever was shown before.
-    void undisplayableFileKeepsTheModeButtons()
-    {
-        const QString dir = m_tmp.path() + QStringLiteral("/mixed");
-        QVERIFY(QDir().mkpath(dir));
-        for (const char *n : { "a.xyz", "b.txt", "c.abcd" })
-            QVERIFY(test::writeFile(dir + QLatin1Char('/') + QString::fromLatin1(n), 10, QDateTime::currentDateTime()));
-        Harness h;
-        shell::Form1 &w = *h.w;
-        QVERIFY(h.showFolder(dir));
-        QCOMPARE(w.browser().currentFileName(), QStringLiteral("a.xyz"));
-        const QStringList unknown = w.toolbarKeys();
-        for (const char *key : { "BackTo", "Prev", "Next" })
-            QVERIFY2(unknown.contains(QString::fromLatin1(key)), key);
-        QVERIFY(!unknown.contains(QStringLiteral("apri")));
-        clickFileRow(w, 2);
-        QVERIFY(w.toolbarKeys().contains(QStringLiteral("apri")));
-        for (int row : { 1, 3 }) {
-            clickFileRow(w, row);
-            QCOMPARE(w.toolbarKeys(), unknown);
-        }
-        QVERIFY(clickTool(w, "BackTo"));
-        QCOMPARE(w.layoutState(), shell::LayoutState::Lists);
-    }
-
     void registerAndSearchFolders()
     {
         Harness h;

@@ -205,16 +205,22 @@ private slots:
         QCOMPARE(imk()->image().pixelColor(0, 0), QColor(Qt::darkRed));
 
         QVERIFY(press("Prev"));
-        QVERIFY(press("Prev")); // unknown after a picture: no viewer buttons
+        QVERIFY(press("Prev")); // unknown after a picture: no viewer buttons, the mode's own stay
         QCOMPARE(shown(), QStringLiteral("photo.Jpg"));
         QCOMPARE(viewerButtons(), 0);
         for (const char *key : { "apri", "excel", "sxf" })
             QVERIFY(!has(key));
+        for (const char *key : { "BackTo", "Prev", "Next" })
+            QVERIFY(has(key));
+        const QStringList unknown = form().toolbarKeys();
         QVERIFY(press("Prev")); // text: rebuilt with "apri"
         QCOMPARE(shown(), QStringLiteral("memo.txt"));
         QCOMPARE(viewerButtons(), 1);
         QVERIFY(has("apri"));
         QVERIFY(!has("excel"));
+        QVERIFY(show(QStringLiteral("README"))); // unknown after text: the same buttons as before
+        QCOMPARE(form().toolbarKeys(), unknown);
+        QVERIFY(show(QStringLiteral("memo.txt")));
         QVERIFY(press("Next"));
         QVERIFY(press("Next")); // a picture after the unknown: rebuilt, "excel" enabled again
         QCOMPARE(shown(), QStringLiteral("photo.png"));
