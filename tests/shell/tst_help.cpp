@@ -88,6 +88,7 @@ private Q_SLOTS:
         QCOMPARE(page, QStringLiteral("classes.html"));
         QVERIFY(!blocked);
         QVERIFY(browser->window()->parentWidget() == h.w.get() && browser->window()->isVisible());
+        QCOMPARE(pageAfterF1(h), QStringLiteral("binder-sort.html")); // the mode's page again
     }
 
     void missingManualIsReported()
