@@ -35,7 +35,7 @@ inline std::unique_ptr<jet::Database> newCatalogue(const QString &dir, const QSt
 }
 
 // The whole content of a file (empty when it cannot be read): to show a file untouched.
-inline QByteArray fileBytes(const QString &path)
+inline QByteArray bytesOf(const QString &path)
 {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();

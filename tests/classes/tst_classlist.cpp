@@ -156,14 +156,14 @@ private Q_SLOTS:
             QVERIFY(st.message().startsWith(QStringLiteral("row 3:")));
             QCOMPARE(classes::ReadClassList(**db).value(), kSample);
         }
-        QByteArray before = test::fileBytes(path);
+        QByteArray before = test::bytesOf(path);
 
         using Fault = test::FailingFileAccess::Fault;
         for (Fault fault : { Fault::DiskFull, Fault::ShortWrite, Fault::FailedSync }) {
             int failures = 0;
             bool stored = false;
             for (int n = 1; n < 200 && !stored; ++n) {
-                QCOMPARE(test::fileBytes(path), before);
+                QCOMPARE(test::bytesOf(path), before);
                 test::FailingFileAccess files;
                 {
                     auto db = jet::Database::open(files, path);
@@ -187,7 +187,7 @@ private Q_SLOTS:
             db->reset();
             QCOMPARE(readList(path), kSample);
             QVERIFY(test::jetCheck(path).ok);
-            before = test::fileBytes(path);
+            before = test::bytesOf(path);
         }
     }
 

@@ -156,7 +156,7 @@ private Q_SLOTS:
     void nothingIsWrittenWithoutEdits()
     {
         const QString path = makeCatalogue();
-        const QByteArray before = test::fileBytes(path);
+        const QByteArray before = test::bytesOf(path);
         auto db = jet::Database::open(path);
         test::ScriptedPrompter prompter;
         {
@@ -181,7 +181,7 @@ private Q_SLOTS:
             QVERIFY(clickTool(dlg, "reg"));
             QCOMPARE(dlg.result(), int(QDialog::Accepted));
         }
-        QCOMPARE(test::fileBytes(path), before);
+        QCOMPARE(test::bytesOf(path), before);
         {
             Form3 dlg(prompter, **db, 10);
             dlg.show();
@@ -190,7 +190,7 @@ private Q_SLOTS:
             QVERIFY(clickTool(dlg, "cancel"));
             QCOMPARE(dlg.result(), int(QDialog::Rejected));
         }
-        QCOMPARE(test::fileBytes(path), before);
+        QCOMPARE(test::bytesOf(path), before);
     }
 
     // Names typed, a colour chosen, rows moved and deleted are stored in grid order, numbered
@@ -249,7 +249,7 @@ private Q_SLOTS:
     void refusedStoreKeepsTheDialogOpen()
     {
         const QString path = makeCatalogue();
-        const QByteArray before = test::fileBytes(path);
+        const QByteArray before = test::bytesOf(path);
         auto readOnly = jet::Database::open(path, jet::Database::OpenMode::ReadOnly);
         QVERIFY(readOnly);
         test::ScriptedPrompter prompter;
@@ -265,7 +265,7 @@ private Q_SLOTS:
         QVERIFY(dlg.isVisible());
         QCOMPARE(stored.size(), 0);
         QVERIFY(dlg.model().isEdited());
-        QCOMPARE(test::fileBytes(path), before);
+        QCOMPARE(test::bytesOf(path), before);
 
         // A list that cannot be read is said so, and cannot be stored over.
         const QString noClasses = m_dir.filePath(QStringLiteral("no-classes.mdb"));

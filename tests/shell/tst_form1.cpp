@@ -654,13 +654,13 @@ private Q_SLOTS:
         QFile::remove(damaged);
         QVERIFY(QFile::copy(path, damaged));
         QVERIFY(QFile::resize(damaged, QFileInfo(damaged).size() - 4096 - 100));
-        const QByteArray bytes = test::fileBytes(damaged);
+        const QByteArray bytes = test::bytesOf(damaged);
         h.prompter.planOpenFile(damaged);
         w.menuItem(QStringLiteral("mFileRepair"))->trigger();
         const QString report = h.prompter.lastMessage().text;
         QVERIFY2(report.contains(u("FILE_ATR：")) && report.contains(u("行を救出")), qPrintable(report));
         QVERIFY(QFile::exists(m_dir.filePath(QStringLiteral("壊れた_修復.mdb"))));
-        QCOMPARE(test::fileBytes(damaged), bytes);
+        QCOMPARE(test::bytesOf(damaged), bytes);
     }
 
     void statusBarForms()
