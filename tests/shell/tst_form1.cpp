@@ -522,19 +522,6 @@ private Q_SLOTS:
         QCOMPARE(w.helpContextId(), 1000);
     }
 
-    void emptyFolderSaysSo()
-    {
-        Harness h;
-        Form1 &w = *h.w;
-        const QString empty = m_dir.filePath(QStringLiteral("空"));
-        QVERIFY(QDir().mkpath(empty));
-        QVERIFY(clickTool(w, QStringLiteral("StartShowFile")));
-        h.prompter.planFolder(empty);
-        QVERIFY(clickTool(w, QStringLiteral("View")));
-        QCOMPARE(w.statusPanelText(2), emptyFolderStatus(QDir::toNativeSeparators(empty)));
-        QVERIFY(w.statusPanelText(2).contains(u("ファイルがありません")));
-    }
-
     void archiveCatalogue()
     {
         const QString path = makeCatalogue(QStringLiteral("保存"));
@@ -681,6 +668,15 @@ private Q_SLOTS:
         QCOMPARE(w.statusPanelCount(), 2);
         QCOMPARE(w.statusPanelText(1), u("ファイル表示モード"));
         QCOMPARE(w.findChild<QLabel *>(QStringLiteral("Panel1"))->width(), w.twipsToPixels(2000));
+
+        // An empty folder chosen: panel 2 says so.
+        const QString empty = m_dir.filePath(QStringLiteral("空"));
+        QVERIFY(QDir().mkpath(empty));
+        h.prompter.planFolder(empty);
+        QVERIFY(clickTool(w, QStringLiteral("View")));
+        QCOMPARE(w.statusPanelText(2),
+            u("フォルダ「%1」にはファイルがありません。　別のフォルダを選択してください。　ヘルプ：F1キー")
+                .arg(QDir::toNativeSeparators(empty)));
     }
 
     void textSize()
