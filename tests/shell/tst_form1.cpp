@@ -142,6 +142,19 @@ private Q_SLOTS:
         QCOMPARE(checkedSizes(w), QStringList { QStringLiteral("m10") });
         QVERIFY(!w.catalog().isOpen());
         QVERIFY(h.prompter.calls().isEmpty());
+
+        // A placeholder's key or an unknown one does nothing.
+        w.Toolbar_ButtonClick(QStringLiteral("ph1"));
+        w.Toolbar_ButtonClick(QStringLiteral("NoSuchKey"));
+        QCOMPARE(w.toolbarKeys(), split("ph1 StartShowFile DBopen"));
+        QCOMPARE(w.statusPanelText(1), u("スタートモード"));
+
+        // The text size, without a catalogue: one size checked at a time.
+        for (int size : { 12, 9 }) {
+            w.menuItem(QStringLiteral("m%1").arg(size))->trigger();
+            QCOMPARE(w.textFontSize(), size);
+            QCOMPARE(checkedSizes(w), QStringList { QStringLiteral("m%1").arg(size) });
+        }
     }
 
     void menusCarryTheirCaptions()
@@ -361,15 +374,6 @@ private Q_SLOTS:
             else
                 QVERIFY(start.isEmpty());
         }
-    }
-
-    void placeholderKeysAndFullToolbarDoNothing()
-    {
-        Harness h;
-        h.w->Toolbar_ButtonClick(QStringLiteral("ph1"));
-        h.w->Toolbar_ButtonClick(QStringLiteral("NoSuchKey"));
-        QCOMPARE(h.w->toolbarKeys(), split("ph1 StartShowFile DBopen"));
-        QCOMPARE(h.w->statusPanelText(1), u("スタートモード"));
     }
 
     void createThenOpen_data()
@@ -677,17 +681,6 @@ private Q_SLOTS:
         QCOMPARE(w.statusPanelText(2),
             u("フォルダ「%1」にはファイルがありません。　別のフォルダを選択してください。　ヘルプ：F1キー")
                 .arg(QDir::toNativeSeparators(empty)));
-    }
-
-    void textSize()
-    {
-        Harness h;
-        Form1 &w = *h.w;
-        for (int size : { 12, 9 }) {
-            w.menuItem(QStringLiteral("m%1").arg(size))->trigger();
-            QCOMPARE(w.textFontSize(), size);
-            QCOMPARE(checkedSizes(w), QStringList { QStringLiteral("m%1").arg(size) });
-        }
     }
 
     void versionDialog()
