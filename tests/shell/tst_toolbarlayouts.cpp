@@ -56,6 +56,10 @@ private Q_SLOTS:
             << 2 << 2 << 1 << false
             << split("ph1 BackTo RecAll Prev Next ph2 left90 right90 enlarge size excel FullTextSearch Rec2Binder")
             << "arw6lt" << false << true;
+        QTest::newRow("archive registration, picture")
+            << 2 << 2 << 1 << true
+            << split("ph1 BackTo RecAll Prev Next ph2 left90 right90 enlarge size excel FullTextSearch Rec2Binder")
+            << "arw6lt" << false << true;
         QTest::newRow("search record, multi-page") << 3 << 8 << 2 << false
                                                    << split("ph1 BackTo Prev Next ph2 AddLine DelLine left90 right90 "
                                                             "enlarge size Gprev Gnext FullTextSearch Rec2Binder")
