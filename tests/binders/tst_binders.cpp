@@ -1,6 +1,6 @@
 // The binder rules on real catalogue files: renaming, binders and filings with the gapped
-// numbers years of use leave, renumbering by the displayed order, deleting and detaching, and a
-// write whose commit fails.
+// numbers years of use leave, renumbering by the displayed order, deleting, and a write whose
+// commit fails.
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -137,46 +137,24 @@ private slots:
         QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Warning);
     }
 
-    void filingDeletingAndDetaching()
+    // Deleting a binder takes its filings and nothing else: the other binder's filing of the same
+    // file and the file's record stay. (Filing and detaching are checked in the main window.)
+    void deletingABinderTakesOnlyItsFilings()
     {
         addBinder(1, QStringLiteral("A"), 1);
         addBinder(2, QStringLiteral("B"), 5);
+        QVERIFY(m_db->insertRow(catalog::kFileAtrTable,
+            { QString(), u"報告.doc"_s, QDateTime(QDate(2024, 5, 1), QTime()), QString(), 1, 0, QString() }));
+        addFiling(1, u"報告.doc"_s, 1, 1);
+        addFiling(1, u"報告.doc"_s, 1, 2);
+        addFiling(2, u"報告.doc"_s, 1, 3);
+        addFiling(1, u"図面.p21"_s, 2, 4);
         ScriptedPrompter prompter;
-        // The same file twice in one binder, and once in the other.
-        for (int bd : { 1, 1, 2 })
-            QCOMPARE(
-                FileShownIntoBinder(*m_db, prompter, bd, bd == 1 ? u"A"_s : u"B"_s, 1, u"報告.doc"_s), Outcome::Done);
-        QCOMPARE(prompter.lastMessage().text, QStringLiteral("表示中のファイルを、バインダ「B」　に登録しました。"));
-        QCOMPARE(prompter.lastMessage().icon, Prompter::Icon::Information);
-        QCOMPARE(FileShownIntoBinder(*m_db, prompter, 1, u"A"_s, 2, u"図面.p21"_s), Outcome::Done);
-        QCOMPARE(stored(m_path, catalog::kBinderTable),
-            (QList<QStringList> {
-                cells("1|報告.doc|1|1"), cells("1|報告.doc|1|2"), cells("2|報告.doc|1|3"), cells("1|図面.p21|2|4") }));
-
-        // Detaching: no row chosen does nothing and asks nothing; No keeps the file.
-        RecordsetSlot files;
-        QVERIFY(OpenBinderContents(*m_db, files, 1).value());
-        prompter.clear();
-        QCOMPARE(DetachFromBinder(*m_db, prompter, files, 0, u"A"_s), Outcome::Declined);
-        QVERIFY(prompter.calls().isEmpty());
-        prompter.planAnswer(Prompter::Answer::No);
-        QCOMPARE(DetachFromBinder(*m_db, prompter, files, 3, u"A"_s), Outcome::Declined);
-        QCOMPARE(
-            prompter.lastMessage().text, QStringLiteral("図面.p21　を「A」バインダから取り外します。　実行しますか？"));
-        QCOMPARE(prompter.lastMessage().buttons, Prompter::Buttons::YesNo);
-        prompter.planAnswer(Prompter::Answer::Yes);
-        QCOMPARE(DetachFromBinder(*m_db, prompter, files, 2, u"A"_s), Outcome::Done);
-        // The others keep their numbers.
-        QCOMPARE(stored(m_path, catalog::kBinderTable),
-            (QList<QStringList> { cells("1|報告.doc|1|1"), cells("2|報告.doc|1|3"), cells("1|図面.p21|2|4") }));
-
-        // Deleting binder A takes its filings and nothing else.
-        const int registered = int(stored(m_path, catalog::kFileAtrTable).size());
         RecordsetSlot list;
         QCOMPARE(DeleteBinderRows(*m_db, prompter, list, 1), Outcome::Done);
         QCOMPARE(stored(m_path, catalog::kBinderNameTable), (QList<QStringList> { cells("2|B|5") }));
         QCOMPARE(stored(m_path, catalog::kBinderTable), (QList<QStringList> { cells("2|報告.doc|1|3") }));
-        QCOMPARE(stored(m_path, catalog::kFileAtrTable).size(), registered);
+        QCOMPARE(stored(m_path, catalog::kFileAtrTable).size(), 1);
     }
 
     // A reorder whose commit fails: the binders stay as they were and the user is told.

@@ -38,11 +38,6 @@ struct Harness : test::Form1Harness {
     QTableView *vs() const { return w->findChild<QTableView *>(u"vs"_s); }
     const search::ResultListModel &list() const { return w->search().resultModel(); }
 
-    bool open(const QString &path)
-    {
-        prompter.planOpenFile(path);
-        return click(u"DBopen"_s) && w->catalog().isOpen();
-    }
     void menu(const char *item)
     {
         QAction *a = w->menuItem(QString::fromLatin1(item));
@@ -282,6 +277,7 @@ private slots:
         h.prompter.planChoice(0);
         QVERIFY(h.click(u"Rec2Binder"_s));
         QCOMPARE(h.prompter.lastMessage().text, kFiled);
+        QCOMPARE(h.prompter.lastMessage().icon, Prompter::Icon::Information);
 
         // The walk is circular, with the position in the slip's title.
         QVERIFY(h.click(u"Prev"_s));
@@ -393,14 +389,25 @@ private slots:
             (QList<QStringList> { { u"1"_s, u"c.txt"_s, u"1"_s, u"1"_s }, { u"1"_s, u"a.txt"_s, u"1"_s, u"2"_s },
                 { u"1"_s, u"c.txt"_s, u"1"_s, u"3"_s }, { u"1"_s, u"gone.txt"_s, u"1"_s, u"4"_s } }));
 
-        // Detaching: nothing clicked does nothing; then row by row to an empty binder.
+        // Detaching: nothing clicked does nothing; No keeps the file; a row taken out leaves the
+        // others their numbers; then row by row to an empty binder.
         h.menu("mSort4");
         QCOMPARE(h.w->toolButton(u"del"_s)->text(), u"取り外し"_s);
         h.clickBinder(1);
         h.prompter.clear();
         QVERIFY(h.click(u"del"_s));
         QVERIFY(h.prompter.calls().isEmpty());
-        for (int left = 4; left > 0; --left) {
+        h.clickRow(2);
+        h.prompter.planAnswer(Prompter::Answer::No);
+        QVERIFY(h.click(u"del"_s));
+        QCOMPARE(h.prompter.lastMessage().text, u"a.txt　を「請求書」バインダから取り外します。　実行しますか？"_s);
+        QCOMPARE(h.prompter.lastMessage().buttons, Prompter::Buttons::YesNo);
+        QCOMPARE(stored(path, catalog::kBinderTable).size(), 4);
+        h.clickRow(2);
+        h.prompter.planAnswer(Prompter::Answer::Yes);
+        QVERIFY(h.click(u"del"_s));
+        QCOMPARE(storedColumn(path, catalog::kBinderTable, 3), (QStringList { u"1"_s, u"3"_s, u"4"_s }));
+        for (int left = 3; left > 0; --left) {
             h.clickRow(1);
             h.prompter.planAnswer(Prompter::Answer::Yes);
             QVERIFY(h.click(u"del"_s));

@@ -1,5 +1,5 @@
-// Test helpers shared by the browser and registration tests: a new catalogue on disk, real files
-// with chosen sizes and modification times, and reading a table back.
+// Test helpers shared across the subsystems' tests: a new catalogue on disk, real files with
+// chosen sizes and modification times, a file's bytes, and reading a table back.
 #pragma once
 
 #include <memory>
@@ -14,15 +14,31 @@
 
 namespace tolvane::test {
 
-// Creates dir/name.mdb as the create command does and opens it.
-inline std::unique_ptr<jet::Database> newCatalogue(const QString &dir, const QString &name = QStringLiteral("cat"))
+// Creates dir/name.mdb as the create command does; its path, or empty on failure.
+inline QString newCatalogueFile(const QString &dir, const QString &name = QStringLiteral("cat"))
 {
     const QString base = dir + QLatin1Char('/') + name;
     if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
         || !catalog::PutItemN(base))
+        return {};
+    return base + QStringLiteral(".mdb");
+}
+
+// Creates dir/name.mdb as the create command does and opens it.
+inline std::unique_ptr<jet::Database> newCatalogue(const QString &dir, const QString &name = QStringLiteral("cat"))
+{
+    const QString path = newCatalogueFile(dir, name);
+    if (path.isEmpty())
         return nullptr;
-    auto db = jet::Database::open(base + QStringLiteral(".mdb"));
+    auto db = jet::Database::open(path);
     return db ? db.take() : nullptr;
+}
+
+// The whole content of a file (empty when it cannot be read): to show a file untouched.
+inline QByteArray bytesOf(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 inline bool setModified(const QString &path, const QDateTime &modified)

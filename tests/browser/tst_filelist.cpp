@@ -1,6 +1,6 @@
-// The file list `fr` on real folders: rows, the size and date columns, the current file and
-// its highlight, and the view's row reporting; the folder panel `fg` showing a real catalogue's
-// registered folders.
+// The file list `fr` on real folders: rows, the size and date columns, the current file clicked
+// as the user does and its highlight; the folder panel `fg` showing a real catalogue's registered
+// folders. (Its start widths are checked in the main window.)
 #include <QHeaderView>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -172,33 +172,6 @@ private slots:
         // A relisting starts without colours.
         ListFolderFiles(fr, dir);
         QVERIFY(!fr.data(fr.index(3, 0), Qt::BackgroundRole).isValid());
-    }
-
-    void viewReportsGridRows()
-    {
-        const QString dir = folder("view");
-        for (int i = 0; i < 3; ++i)
-            QVERIFY(test::writeFile(dir + QStringLiteral("/v%1").arg(i), 1));
-        FileListModel fr;
-        ListFolderFiles(fr, dir);
-        FileListView view(&fr);
-        QCOMPARE(view.objectName(), QStringLiteral("fr"));
-        view.resize(400, 300);
-        view.setStartWidths();
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        QCOMPARE(view.columnWidth(0), twipsToPixels(&view, 1400));
-
-        QSignalSpy pressed(&view, &FileListView::rowPressed);
-        QSignalSpy clicked(&view, &FileListView::rowClicked);
-        const QRect second = view.visualRect(fr.index(1, 0));
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, second.center());
-        QCOMPARE(pressed.size(), 1);
-        QCOMPARE(pressed.at(0).at(0).toInt(), 2);
-        QCOMPARE(pressed.at(0).at(1).toInt(), 0);
-        QCOMPARE(clicked.size(), 1);
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, QPoint(5, view.viewport()->height() - 3));
-        QCOMPARE(pressed.at(1).at(0).toInt(), -1);
     }
 
     void folderPanel()

@@ -167,9 +167,7 @@ private slots:
                 i % 7 == 0 || i % 7 == 5 ? 2048 : (i + 1) * 100 * 1024, QDateTime::currentDateTime()));
         Harness h;
         shell::Form1 &w = *h.w;
-        QVERIFY(clickTool(w, "StartShowFile"));
-        h.prompter.planFolder(dir);
-        QVERIFY(clickTool(w, "View"));
+        QVERIFY(h.showFolder(dir));
         QCoreApplication::processEvents();
         QTableView *fr = grid(w, "fr");
         QHeaderView *header = fr->horizontalHeader();
@@ -223,41 +221,11 @@ private slots:
         }
     }
 
-    // A file that cannot be displayed carries no viewer buttons (kind 0): the mode's own buttons
-    // stay, with the way back and the stepping buttons, whatever was shown before.
-    void undisplayableFileKeepsTheModeButtons()
-    {
-        const QString dir = m_tmp.path() + QStringLiteral("/mixed");
-        QVERIFY(QDir().mkpath(dir));
-        for (const char *n : { "a.xyz", "b.txt", "c.abcd" })
-            QVERIFY(test::writeFile(dir + QLatin1Char('/') + QString::fromLatin1(n), 10, QDateTime::currentDateTime()));
-        Harness h;
-        shell::Form1 &w = *h.w;
-        QVERIFY(clickTool(w, "StartShowFile"));
-        h.prompter.planFolder(dir);
-        QVERIFY(clickTool(w, "View"));
-        QCOMPARE(w.browser().currentFileName(), QStringLiteral("a.xyz"));
-        const QStringList unknown = w.toolbarKeys();
-        for (const char *key : { "BackTo", "Prev", "Next" })
-            QVERIFY2(unknown.contains(QString::fromLatin1(key)), key);
-        QVERIFY(!unknown.contains(QStringLiteral("apri")));
-        clickFileRow(w, 2);
-        QVERIFY(w.toolbarKeys().contains(QStringLiteral("apri")));
-        for (int row : { 1, 3 }) {
-            clickFileRow(w, row);
-            QCOMPARE(w.toolbarKeys(), unknown);
-        }
-        QVERIFY(clickTool(w, "BackTo"));
-        QCOMPARE(w.layoutState(), shell::LayoutState::Lists);
-    }
-
     void registerAndSearchFolders()
     {
         Harness h;
         shell::Form1 &w = *h.w;
-        h.prompter.planOpenFile(m_mdb);
-        QVERIFY(clickTool(w, "DBopen"));
-        QVERIFY(w.catalog().isOpen());
+        QVERIFY(h.open(m_mdb));
 
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "DBrec"));
@@ -321,8 +289,7 @@ private slots:
             QVERIFY(test::writeFile(big + QStringLiteral("/p%1.dat").arg(i), 0));
         Harness h;
         shell::Form1 &w = *h.w;
-        h.prompter.planOpenFile(m_mdb);
-        QVERIFY(clickTool(w, "DBopen"));
+        QVERIFY(h.open(m_mdb));
         const auto filesBefore = test::tableRows(w.catalog().db(), catalog::kFileAtrTable).size();
         const auto pathsBefore = test::tableRows(w.catalog().db(), catalog::kPathNameTable).size();
         h.prompter.planFolder(big);
@@ -367,8 +334,7 @@ private slots:
         QVERIFY((*other)->beginTransaction());
         Harness h;
         shell::Form1 &w = *h.w;
-        h.prompter.planOpenFile(mdb);
-        QVERIFY(clickTool(w, "DBopen"));
+        QVERIFY(h.open(mdb));
         w.catalog().db()->setBusyTimeout(100);
         h.prompter.planFolder(m_docs);
         QVERIFY(clickTool(w, "DBrec"));

@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "catalog/creation.h"
+#include "../browser/testfolders.h"
 #include "classes/classlist.h"
 #include "jet/failingfileaccess.h"
 #include "platform/bgrcolor.h"
@@ -17,12 +17,6 @@ using namespace tolvane;
 using classes::ClassRow;
 
 namespace {
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 QList<ClassRow> readList(const QString &path)
 {
@@ -93,14 +87,7 @@ private:
     QTemporaryDir m_dir;
     int m_serial = 0;
 
-    QString makeCatalogue()
-    {
-        const QString base = m_dir.filePath(QStringLiteral("分類%1").arg(++m_serial));
-        if (!catalog::CreateCatalogFile(base) || !catalog::PutIDno(base) || !catalog::PutDBID(base)
-            || !catalog::PutItemN(base))
-            return {};
-        return base + QStringLiteral(".mdb");
-    }
+    QString makeCatalogue() { return test::newCatalogueFile(m_dir.path(), QStringLiteral("分類%1").arg(++m_serial)); }
 
     const QList<ClassRow> kSample = {
         { QStringLiteral("朝霧　凪"), QStringLiteral("&HFFFFC0"), QStringLiteral("1") },
@@ -169,14 +156,14 @@ private Q_SLOTS:
             QVERIFY(st.message().startsWith(QStringLiteral("row 3:")));
             QCOMPARE(classes::ReadClassList(**db).value(), kSample);
         }
-        QByteArray before = bytesOf(path);
+        QByteArray before = test::bytesOf(path);
 
         using Fault = test::FailingFileAccess::Fault;
         for (Fault fault : { Fault::DiskFull, Fault::ShortWrite, Fault::FailedSync }) {
             int failures = 0;
             bool stored = false;
             for (int n = 1; n < 200 && !stored; ++n) {
-                QCOMPARE(bytesOf(path), before);
+                QCOMPARE(test::bytesOf(path), before);
                 test::FailingFileAccess files;
                 {
                     auto db = jet::Database::open(files, path);
@@ -200,7 +187,7 @@ private Q_SLOTS:
             db->reset();
             QCOMPARE(readList(path), kSample);
             QVERIFY(test::jetCheck(path).ok);
-            before = bytesOf(path);
+            before = test::bytesOf(path);
         }
     }
 

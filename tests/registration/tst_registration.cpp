@@ -1,4 +1,5 @@
-// Registration and synchronisation of real folders into a real catalogue file.
+// Registration and synchronisation of real folders into a real catalogue file. (Cancelling
+// through the progress dialog is checked in the main window, tst_form1browser.)
 #include <cstdio>
 
 #include <QTemporaryDir>
@@ -389,25 +390,6 @@ private slots:
         QVERIFY(db);
         QVERIFY(fileRows(db->get()).isEmpty());
         QVERIFY(test::tableRows(db->get(), catalog::kPathNameTable).isEmpty());
-    }
-
-    void cancelledByProgress()
-    {
-        for (int i = 0; i < 300; ++i)
-            QVERIFY(test::writeFile(m_folder + QStringLiteral("/f%1.txt").arg(i), 1, kDay1));
-        ScriptedPrompter prompter;
-        prompter.planAnswer(Prompter::Answer::Yes);
-        int calls = 0;
-        const auto out = RegisterShownFolder(*m_db, prompter, m_folder, listed(), [&](int done, int total) {
-            ++calls;
-            [&] { QVERIFY(done <= total); }();
-            return done < 100;
-        });
-        QCOMPARE(out.kind, RegistrationOutcome::Kind::Cancelled);
-        QVERIFY(calls > 1);
-        QCOMPARE(prompter.messages().size(), 1); // only the confirmation
-        QVERIFY(test::tableRows(m_db.get(), catalog::kFileAtrTable).isEmpty());
-        QVERIFY(test::tableRows(m_db.get(), catalog::kPathNameTable).isEmpty());
     }
 };
 

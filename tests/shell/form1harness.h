@@ -1,13 +1,17 @@
-// The main window offscreen with every dialog answered by the scripted prompter, and a toolbar
-// click as the user makes it (only on a button that is there, visible and enabled).
+// The main window offscreen with every dialog answered by the scripted prompter, a toolbar click
+// as the user makes it (only on a button that is there, visible and enabled), and the usual ways
+// in: a catalogue opened, a folder's files shown, one file clicked.
 #pragma once
 
 #include <memory>
 
 #include <QApplication>
+#include <QTableView>
 #include <QTest>
 #include <QToolButton>
 
+#include "browser/ui/browsercontroller.h"
+#include "shell/modes.h"
 #include "shell/panes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
@@ -72,6 +76,37 @@ struct Form1Harness {
     }
 
     bool click(const QString &key) { return clickTool(*w, key); }
+
+    // The catalogue at path opened through the toolbar; true when it is open.
+    bool open(const QString &path)
+    {
+        prompter.planOpenFile(path);
+        return click(QStringLiteral("DBopen")) && w->catalog().isOpen();
+    }
+
+    // From the start screen, the file display of folder: its first file shown.
+    bool showFolder(const QString &folder)
+    {
+        if (!click(QStringLiteral("StartShowFile")))
+            return false;
+        prompter.planFolder(folder);
+        return click(QStringLiteral("View")) && w->mode() == shell::Mode::FileShow;
+    }
+
+    // A click on the row of name in the file list fr, as the user shows a file; true when shown.
+    bool showFile(const QString &name)
+    {
+        auto *fr = w->findChild<QTableView *>(QStringLiteral("fr"));
+        const int row = w->browser().names().indexOf(name);
+        if (!fr || !fr->isVisible() || row < 0) {
+            qWarning("%s is not listed to click", qPrintable(name));
+            return false;
+        }
+        const QModelIndex cell = fr->model()->index(row, 0);
+        fr->scrollTo(cell);
+        QTest::mouseClick(fr->viewport(), Qt::LeftButton, {}, fr->visualRect(cell).center());
+        return w->browser().currentFileName() == name;
+    }
 };
 
 } // namespace tolvane::test

@@ -8,7 +8,7 @@
 #include <QTextBrowser>
 #include <QTimer>
 
-#include "catalog/creation.h"
+#include "../browser/testfolders.h"
 #include "classes/ui/form3.h"
 #include "form1harness.h"
 #include "shell/helptopics.h"
@@ -42,9 +42,8 @@ class TestHelp : public QObject {
 private Q_SLOTS:
     void f1OpensThePageOfTheMode()
     {
-        const QString base = m_dir.filePath(QStringLiteral("書類"));
-        QVERIFY(catalog::CreateCatalogFile(base) && catalog::PutIDno(base) && catalog::PutDBID(base)
-            && catalog::PutItemN(base));
+        const QString catalogue = test::newCatalogueFile(m_dir.path(), QStringLiteral("書類"));
+        QVERIFY(!catalogue.isEmpty());
         test::Form1Harness h;
         h.w->setHelpFile(kManual.filePath(QStringLiteral("index.html")));
 
@@ -52,7 +51,7 @@ private Q_SLOTS:
         QVERIFY(test::clickTool(*h.w, "StartShowFile"));
         QCOMPARE(pageAfterF1(h), QStringLiteral("fileshow.html"));
         QVERIFY(test::clickTool(*h.w, "BackToStart"));
-        h.prompter.planOpenFile(base + QStringLiteral(".mdb"));
+        h.prompter.planOpenFile(catalogue);
         QVERIFY(test::clickTool(*h.w, "DBopen"));
         QCOMPARE(pageAfterF1(h), QStringLiteral("catalog.html"));
         QVERIFY(test::clickTool(*h.w, "Search"));
@@ -89,6 +88,7 @@ private Q_SLOTS:
         QCOMPARE(page, QStringLiteral("classes.html"));
         QVERIFY(!blocked);
         QVERIFY(browser->window()->parentWidget() == h.w.get() && browser->window()->isVisible());
+        QCOMPARE(pageAfterF1(h), QStringLiteral("binder-sort.html")); // the mode's page again
     }
 
     void missingManualIsReported()

@@ -14,7 +14,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "catalog/creation.h"
+#include "../browser/testfolders.h"
 #include "form1harness.h"
 #include "platform/utf8.h"
 #include "shell/panes.h"
@@ -50,9 +50,8 @@ private Q_SLOTS:
         QImage photo(64, 48, QImage::Format_RGB32);
         photo.fill(Qt::darkCyan);
         QVERIFY(photo.save(QDir(folder).filePath(QStringLiteral("現場.png"))));
-        const QString base = dir.filePath(QStringLiteral("walk"));
-        QVERIFY(catalog::CreateCatalogFile(base) && catalog::PutIDno(base) && catalog::PutDBID(base)
-            && catalog::PutItemN(base));
+        const QString catalogue = test::newCatalogueFile(dir.path(), QStringLiteral("walk"));
+        QVERIFY(!catalogue.isEmpty());
 
         test::Form1Harness h;
         Form1 &w = *h.w;
@@ -129,7 +128,7 @@ private Q_SLOTS:
             { "back-to-start", tool("BackToStart") },
             { "catalogue-opened",
                 [&] {
-                    h.prompter.planOpenFile(base + QStringLiteral(".mdb"));
+                    h.prompter.planOpenFile(catalogue);
                     return clickTool(w, "DBopen");
                 } },
             { "register-folder", folderThen("DBrec") },

@@ -56,6 +56,10 @@ private Q_SLOTS:
             << 2 << 2 << 1 << false
             << split("ph1 BackTo RecAll Prev Next ph2 left90 right90 enlarge size excel FullTextSearch Rec2Binder")
             << "arw6lt" << false << true;
+        QTest::newRow("archive registration, picture")
+            << 2 << 2 << 1 << true
+            << split("ph1 BackTo RecAll Prev Next ph2 left90 right90 enlarge size excel FullTextSearch Rec2Binder")
+            << "arw6lt" << false << true;
         QTest::newRow("search record, multi-page") << 3 << 8 << 2 << false
                                                    << split("ph1 BackTo Prev Next ph2 AddLine DelLine left90 right90 "
                                                             "enlarge size Gprev Gnext FullTextSearch Rec2Binder")
@@ -175,10 +179,13 @@ private Q_SLOTS:
 
     void hintsWriteOnlyPanel2()
     {
-        for (ModeStatus code : { ModeStatus::ResultListed, ModeStatus::Stepping, ModeStatus::RowsMoving }) {
+        for (ModeStatus code :
+            { ModeStatus::ResultListed, ModeStatus::Stepping, ModeStatus::RowsMoving, ModeStatus::RowsDetaching }) {
             const StatusTexts t = statusTexts(code);
-            QVERIFY(t.panel2 && !t.panel1 && !t.threePanels);
+            QVERIFY(t.panel2 && !t.panel1 && !t.panel3 && !t.threePanels);
         }
+        QCOMPARE(*statusTexts(ModeStatus::RowsDetaching).panel2,
+            QString::fromUtf8("削除行クリック選択。　「取り外し」ボタンで削除。　ヘルプ：F1キー"));
         QVERIFY(!binderStatusCode(BinderOp::None));
     }
 

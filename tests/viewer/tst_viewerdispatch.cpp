@@ -1,5 +1,5 @@
-// Which presentation, viewer buttons and application route a file name gets, the notices, and
-// the panel selector.
+// Which presentation, viewer buttons and application route a file name gets, and the notices.
+// (Which pane comes to the front is checked in the main window, tst_viewerwindow.)
 #include <QTest>
 
 #include "viewer/dispatch.h"
@@ -132,20 +132,6 @@ private slots:
         QCOMPARE(noticeText(kNoticeUnsupported, QStringLiteral("photo.Jpg")),
             QStringLiteral("\r\n\r\n\r\n photo.Jpg\r\n\r\n表示できないファイル形式です。"));
         QCOMPARE(noticeText(3, name), QString());
-    }
-
-    void panels()
-    {
-        QCOMPARE(panelPlanFor(2).front, kPictureView);
-        QCOMPARE(panelPlanFor(2).hidden, QStringList { kTextView });
-        QCOMPARE(panelPlanFor(4).front, kTextView);
-        QCOMPARE(panelPlanFor(4).hidden, QStringList { kPictureView });
-        QCOMPARE(panelPlanFor(11).front, kResultList);
-        QCOMPARE(panelPlanFor(11).hidden, (QStringList { kPictureView, kFileList }));
-        QCOMPARE(panelPlanFor(10).front, kFileList);
-        QVERIFY(panelPlanFor(0).known);
-        QVERIFY(panelPlanFor(0).front.isEmpty());
-        QVERIFY(!panelPlanFor(3).known);
     }
 };
 

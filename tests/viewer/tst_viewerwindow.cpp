@@ -4,7 +4,6 @@
 // them, "Prev"/"Next" only when the kind changes), the paging of a multi-page picture, the
 // text size of file text and notices, the "apri" button, and drawings (SXF on request, DXF at
 // once). Set TOLVANE_SCREENSHOT_DIR to keep a picture of the drawn SXF sheet.
-#include <array>
 
 #include <QAction>
 #include <QApplication>
@@ -25,6 +24,7 @@
 #include "../shell/form1harness.h"
 #include "browser/ui/browsercontroller.h"
 #include "drawingsamples.h"
+#include "picturesamples.h"
 #include "shell/modes.h"
 #include "shell/ui/form1.h"
 #include "support/scriptedprompter.h"
@@ -43,46 +43,6 @@ qreal sizeAt(QTextEdit *edit, int pos)
     c.setPosition(pos);
     c.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor);
     return c.charFormat().fontPointSize();
-}
-
-// An uncompressed 8-bit grey TIFF with one page per grey level (Qt writes single pages only).
-QByteArray multiPageTiff(const QList<int> &greys, int width = 40, int height = 30)
-{
-    QByteArray out("II*\0", 4);
-    const auto u16 = [&](int v) { out.append(char(v & 0xFF)).append(char((v >> 8) & 0xFF)); };
-    const auto u32 = [&](qint64 v) {
-        for (int i = 0; i < 4; ++i)
-            out.append(char((v >> (8 * i)) & 0xFF));
-    };
-    u32(0); // first IFD offset, patched below
-    qsizetype patch = 4;
-    for (const int grey : greys) {
-        const qint64 data = out.size();
-        out.append(QByteArray(width * height, char(grey)));
-        if (out.size() % 2)
-            out.append('\0');
-        const qint64 ifd = out.size();
-        for (int i = 0; i < 4; ++i)
-            out[patch + i] = char((ifd >> (8 * i)) & 0xFF);
-        const QList<std::array<qint64, 3>> entries { { 256, 4, width }, { 257, 4, height }, { 258, 3, 8 },
-            { 259, 3, 1 }, { 262, 3, 1 }, { 273, 4, data }, { 277, 3, 1 }, { 278, 4, height },
-            { 279, 4, width * height } };
-        u16(int(entries.size()));
-        for (const auto &e : entries) {
-            u16(int(e[0]));
-            u16(int(e[1]));
-            u32(1);
-            if (e[1] == 3) {
-                u16(int(e[2]));
-                u16(0);
-            } else {
-                u32(e[2]);
-            }
-        }
-        patch = out.size();
-        u32(0); // next IFD
-    }
-    return out;
 }
 
 } // namespace
@@ -117,20 +77,7 @@ private:
         QVERIFY(image.save(m_tmp.filePath(name), format));
     }
 
-    // A click on the file's row in the file list fr, as the user makes it.
-    bool show(const QString &name)
-    {
-        auto *fr = form().findChild<QTableView *>(QStringLiteral("fr"));
-        const int row = form().browser().names().indexOf(name);
-        if (!fr || !fr->isVisible() || row < 0) {
-            qWarning("%s is not listed to click", qPrintable(name));
-            return false;
-        }
-        const QModelIndex cell = fr->model()->index(row, 0);
-        fr->scrollTo(cell);
-        QTest::mouseClick(fr->viewport(), Qt::LeftButton, {}, fr->visualRect(cell).center());
-        return shown() == name;
-    }
+    bool show(const QString &name) { return m_h->showFile(name); }
 
     // A click on a toolbar button ("Next", "Gprev", "apri"...), only when it is there to click.
     bool press(const char *key) { return m_h->click(QString::fromLatin1(key)); }
@@ -191,7 +138,7 @@ private slots:
         writeBytes(QStringLiteral("bridge.p21"), "ISO-10303-21;");
         writeBytes(QStringLiteral("photo.Jpg"), "whatever");
         writeBytes(QStringLiteral("README"), "read me");
-        writeBytes(QStringLiteral("scan3.tiff"), multiPageTiff({ 30, 120, 220 }));
+        writeBytes(QStringLiteral("scan3.tiff"), test::multiPageTiff({ 30, 120, 220 }, 40, 30));
         writeBytes(QStringLiteral("archive.zip"), "PK\x05\x06");
         writeBytes(QStringLiteral("drawing.sfc"), test::drawings::sampleSfc());
         writeBytes(QStringLiteral("drawing.dxf"), test::drawings::sampleDxf());
@@ -211,14 +158,9 @@ private slots:
             QVERIFY(cat.create(catalogue));
         }
         m_h = std::make_unique<test::Form1Harness>();
-        prompter().planOpenFile(catalogue);
-        QVERIFY(m_h->click(QStringLiteral("DBopen")));
-        QVERIFY(form().catalog().isOpen());
+        QVERIFY(m_h->open(catalogue));
         QVERIFY(m_h->click(QStringLiteral("BackToStart")));
-        QVERIFY(m_h->click(QStringLiteral("StartShowFile")));
-        prompter().planFolder(folder());
-        QVERIFY(m_h->click(QStringLiteral("View")));
-        QCOMPARE(form().mode(), shell::Mode::FileShow);
+        QVERIFY(m_h->showFolder(folder()));
         QCOMPARE(form().browser().listedFolder(), folder());
         QCOMPARE(shown(), QStringLiteral("archive.zip"));
         prompter().clear();
@@ -241,6 +183,16 @@ private slots:
         QCOMPARE(viewerButtons(), 2);
         QVERIFY(has("excel"));
         QVERIFY(prompter().messages().isEmpty());
+
+        // One that cannot be read is said so, with the picture view empty in front.
+        QVERIFY(show(QStringLiteral("broken.jpg")));
+        QCOMPARE(prompter().messages().size(), 1);
+        const auto msg = prompter().lastMessage();
+        QCOMPARE(msg.title, QStringLiteral("Almaren Tolvane"));
+        QCOMPARE(msg.text, QStringLiteral("broken.jpg を読込みに失敗しました。"));
+        QCOMPARE(msg.icon, Prompter::Icon::Warning);
+        QVERIFY(inFront("imk"));
+        QVERIFY(!imk()->hasImage());
     }
 
     void viewerButtonsAreRebuiltOnlyWhenTheKindChanges()
@@ -253,16 +205,22 @@ private slots:
         QCOMPARE(imk()->image().pixelColor(0, 0), QColor(Qt::darkRed));
 
         QVERIFY(press("Prev"));
-        QVERIFY(press("Prev")); // unknown after a picture: no viewer buttons
+        QVERIFY(press("Prev")); // unknown after a picture: no viewer buttons, the mode's own stay
         QCOMPARE(shown(), QStringLiteral("photo.Jpg"));
         QCOMPARE(viewerButtons(), 0);
         for (const char *key : { "apri", "excel", "sxf" })
             QVERIFY(!has(key));
+        for (const char *key : { "BackTo", "Prev", "Next" })
+            QVERIFY(has(key));
+        const QStringList unknown = form().toolbarKeys();
         QVERIFY(press("Prev")); // text: rebuilt with "apri"
         QCOMPARE(shown(), QStringLiteral("memo.txt"));
         QCOMPARE(viewerButtons(), 1);
         QVERIFY(has("apri"));
         QVERIFY(!has("excel"));
+        QVERIFY(show(QStringLiteral("README"))); // unknown after text: the same buttons as before
+        QCOMPARE(form().toolbarKeys(), unknown);
+        QVERIFY(show(QStringLiteral("memo.txt")));
         QVERIFY(press("Next"));
         QVERIFY(press("Next")); // a picture after the unknown: rebuilt, "excel" enabled again
         QCOMPARE(shown(), QStringLiteral("photo.png"));
@@ -276,7 +234,9 @@ private slots:
         QVERIFY(prompter().messages().isEmpty());
     }
 
-    void singlePageTiff()
+    // Stepped to from a multi-page TIFF, a single-page one keeps the paging buttons, disabled;
+    // stepped back, the multi-page one pages round in both directions.
+    void tiffPaging()
     {
         QVERIFY(show(QStringLiteral("scan3.tiff")));
         QVERIFY(press("Prev"));
@@ -289,13 +249,8 @@ private slots:
         QVERIFY(!enabled("Gnext"));
         QCOMPARE(form().statusPanelText(2),
             QStringLiteral("「次へ」「戻る」ボタンでファイルを次々と表示します。　ヘルプ：F1キー　　"));
-    }
 
-    void multiPageTiffPaging()
-    {
-        QVERIFY(show(QStringLiteral("scan.TIF")));
         QVERIFY(press("Next"));
-        QCOMPARE(shown(), QStringLiteral("scan3.tiff"));
         QCOMPARE(form().viewer().pageCount(), 3);
         QCOMPARE(form().viewer().currentPage(), 0);
         QVERIFY(enabled("Gprev"));
@@ -314,38 +269,8 @@ private slots:
         QCOMPARE(form().viewer().currentPage(), 0);
     }
 
-    void brokenPictureIsReported()
-    {
-        QVERIFY(show(QStringLiteral("broken.jpg")));
-        QCOMPARE(prompter().messages().size(), 1);
-        const auto msg = prompter().lastMessage();
-        QCOMPARE(msg.title, QStringLiteral("Almaren Tolvane"));
-        QCOMPARE(msg.text, QStringLiteral("broken.jpg を読込みに失敗しました。"));
-        QCOMPARE(msg.icon, Prompter::Icon::Warning);
-        QVERIFY(inFront("imk"));
-        QVERIFY(!imk()->hasImage());
-    }
-
-    void noticesAreAtSize12()
-    {
-        setTextSize(16);
-        QVERIFY(show(QStringLiteral("photo.Jpg")));
-        QVERIFY(inFront("mData"));
-        QVERIFY(!inFront("imk"));
-        const QStringList lines = mData()->toPlainText().split(QLatin1Char('\n'));
-        QCOMPARE(lines.size(), 6);
-        QCOMPARE(lines[3], QStringLiteral(" photo.Jpg"));
-        QCOMPARE(lines[5], QStringLiteral("表示できないファイル形式です。"));
-        QCOMPARE(sizeAt(mData(), 5), 12.0);
-
-        QVERIFY(show(QStringLiteral("bridge.p21")));
-        QCOMPARE(viewerButtons(), 4);
-        QVERIFY(has("sxf"));
-        QVERIFY(mData()->toPlainText().contains(QStringLiteral("「図面表示」ボタンをクリックしてください。　")));
-        QCOMPARE(sizeAt(mData(), 5), 12.0);
-    }
-
-    void fileTextTakesTheTextSize()
+    // File text takes the chosen text size, rich text keeps its bold; notices stay at 12 points.
+    void textSizes()
     {
         setTextSize(14);
         QVERIFY(show(QStringLiteral("memo.txt")));
@@ -361,6 +286,16 @@ private slots:
         c.setPosition(4);
         c.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor);
         QCOMPARE(c.charFormat().fontWeight(), int(QFont::Bold));
+
+        QVERIFY(show(QStringLiteral("photo.Jpg")));
+        QVERIFY(inFront("mData"));
+        QVERIFY(!inFront("imk"));
+        QVERIFY(mData()->toPlainText().endsWith(QStringLiteral(" photo.Jpg\n\n表示できないファイル形式です。")));
+        QCOMPARE(sizeAt(mData(), 5), 12.0);
+        QVERIFY(show(QStringLiteral("bridge.p21")));
+        QCOMPARE(viewerButtons(), 4);
+        QVERIFY(mData()->toPlainText().contains(QStringLiteral("「図面表示」ボタンをクリックしてください。　")));
+        QCOMPARE(sizeAt(mData(), 5), 12.0);
     }
 
     void searchTextBoxFollowsTheExtension()
