@@ -2,6 +2,7 @@
 #include <array>
 #include <climits>
 #include <optional>
+#include <uchardet.h>
 
 #include <QFile>
 #include <QStringDecoder>
@@ -110,6 +111,26 @@ QString decodeUtf16(const QByteArray &bytes, qsizetype skip, bool littleEndian)
     return decoder.decode(QByteArrayView(bytes).sliced(skip));
 }
 
+// uchardet's view of a text both Japanese code pages read without error; none when it names
+// neither of them.
+std::optional<TextEncoding> uchardetJapanese(const QByteArray &bytes)
+{
+    uchardet_t detector = uchardet_new();
+    if (!detector)
+        return std::nullopt;
+    std::optional<TextEncoding> guess;
+    if (uchardet_handle_data(detector, bytes.constData(), size_t(bytes.size())) == 0) {
+        uchardet_data_end(detector);
+        const QByteArray name = QByteArray(uchardet_get_charset(detector)).toUpper();
+        if (name == "SHIFT_JIS" || name == "WINDOWS-31J" || name == "CP932")
+            guess = TextEncoding::ShiftJis;
+        else if (name == "EUC-JP")
+            guess = TextEncoding::EucJp;
+    }
+    uchardet_delete(detector);
+    return guess;
+}
+
 } // namespace
 
 DecodedText decodeText(const QByteArray &bytes)
@@ -146,17 +167,28 @@ DecodedText decodeText(const QByteArray &bytes)
     DecodedText best { QString::fromLatin1(bytes), TextEncoding::Latin1 };
     int bestErrors = INT_MAX;
     int bestScore = INT_MIN;
-    for (const Candidate &c : candidates) {
+    std::array<Decoding, 2> strict;
+    for (size_t i = 0; i < candidates.size(); ++i) {
+        const Candidate &c = candidates[i];
         Decoding d = decodeWith(c, bytes);
         if (!d.ok)
             continue;
         const int score = plausibility(d.text);
+        if (d.errors == 0)
+            strict[i] = d;
         // Fewer errors first; among equals the more plausible text. Ties keep the earlier
         // candidate, so CP932 (the Windows default) wins over EUC-JP.
         if (d.errors < bestErrors || (d.errors == bestErrors && score > bestScore)) {
             bestErrors = d.errors;
             bestScore = score;
             best = { std::move(d.text), c.encoding };
+        }
+    }
+    // Both read strictly: uchardet's statistics decide where they name one of the two.
+    if (strict[0].ok && strict[1].ok) {
+        if (const auto guess = uchardetJapanese(bytes)) {
+            const size_t i = *guess == candidates[0].encoding ? 0 : 1;
+            return { std::move(strict[i].text), candidates[i].encoding };
         }
     }
     // A text that every Japanese candidate mangles is more likely Western single-byte text.

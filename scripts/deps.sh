@@ -4,7 +4,7 @@ set -euo pipefail
 PKGS=(build-essential cmake ninja-build pkg-config
       qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6 qt6-translations-l10n
       qt6-svg-dev libtiff-dev libemf2svg-dev libxlsxwriter-dev
-      libgl-dev libdxflib-dev libzip-dev fonts-noto-cjk xvfb xauth
+      libgl-dev libdxflib-dev libzip-dev libuchardet-dev fonts-noto-cjk xvfb xauth
       libxml2-dev libgmime-3.0-dev libpoppler-cpp-dev libwps-dev librevenge-dev libsqlite3-dev wv
       mdbtools python3 clang-format unzip sqlite3 openbox)
 # node and npm may come from another packager already; install Debian's only when absent.
