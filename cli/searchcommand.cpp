@@ -1,6 +1,7 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
 // prints the rows, one line each, with the seven catalogue fields separated by tabs, or with
 // --output writes them under the seven headings to a spreadsheet (.xlsx) or CSV file.
+#include <charconv>
 #include <cstdio>
 
 #include <QDateTime>
@@ -54,7 +55,7 @@ public:
             return;
         }
         if (value.typeId() == QMetaType::Int)
-            m_out.append(QByteArray::number(value.toInt()));
+            number(value.toInt());
         else
             m_out.append(value.toString().toUtf8());
         blankBreaks(start);
@@ -80,7 +81,14 @@ private:
                 *c = ' ';
     }
 
-    // The date part of a stored date, formatted once per distinct day.
+    void number(int value)
+    {
+        char digits[16];
+        const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+        m_out.append(digits, end - digits);
+    }
+
+    // The date part of a stored date as yyyy-MM-dd, formatted once per distinct day.
     void date(double ole)
     {
         jet::OleDateParts parts;
@@ -88,15 +96,39 @@ private:
             m_out.append(jet::fromOleDate(ole).toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
             return;
         }
-        auto it = m_days.constFind(parts.day);
-        if (it == m_days.constEnd())
-            it = m_days.insert(parts.day, parts.date().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
-        m_out.append(*it);
+        if (parts.day != m_lastDay || m_lastDayText.isEmpty()) {
+            auto it = m_days.constFind(parts.day);
+            if (it == m_days.constEnd())
+                it = m_days.insert(parts.day, dayText(parts.date()));
+            m_lastDay = parts.day;
+            m_lastDayText = *it;
+        }
+        m_out.append(m_lastDayText);
+    }
+
+    // As QDate::toString("yyyy-MM-dd") gives it; written here for the years of four digits.
+    static QByteArray dayText(const QDate &d)
+    {
+        if (d.year() < 1 || d.year() > 9999)
+            return d.toString(QStringLiteral("yyyy-MM-dd")).toUtf8();
+        char text[10];
+        auto put = [&](int at, int value, int width) {
+            for (int i = width - 1; i >= 0; --i, value /= 10)
+                text[at + i] = char('0' + value % 10);
+        };
+        put(0, d.year(), 4);
+        text[4] = '-';
+        put(5, d.month(), 2);
+        text[7] = '-';
+        put(8, d.day(), 2);
+        return QByteArray(text, sizeof text);
     }
 
     QByteArray m_out;
     QStringEncoder m_utf8 { QStringEncoder::Utf8 };
     QHash<qint64, QByteArray> m_days;
+    qint64 m_lastDay = 0;
+    QByteArray m_lastDayText;
 };
 
 int usage()

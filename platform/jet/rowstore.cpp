@@ -7,12 +7,21 @@
 
 namespace tolvane::jet {
 
+void RowStore::reserve(int rows, qsizetype textChars)
+{
+    m_cells.reserve(qsizetype(rows) * m_fields);
+    m_text.reserve(textChars);
+}
+
 int RowStore::appendRow()
 {
     if (m_fields == 0)
         return m_rowsWithoutFields++;
+    const int row = rows();
     m_cells.resize(m_cells.size() + m_fields);
-    return rows() - 1;
+    if (!m_order.isEmpty())
+        m_order.append(row);
+    return row;
 }
 
 void RowStore::setDate(int row, int field, double ole)
@@ -37,7 +46,7 @@ void RowStore::setText(int row, int field, qsizetype length)
     c = Cell {};
     c.kind = Kind::Text;
     c.i = m_reserved;
-    c.length = length;
+    c.length = quint32(length);
 }
 
 void RowStore::setValue(int row, int field, const QVariant &value)
@@ -117,18 +126,15 @@ std::optional<double> RowStore::date(int row, int field) const
     return std::nullopt;
 }
 
-void RowStore::permute(const QList<int> &order)
+void RowStore::permute(QList<int> order)
 {
     if (m_fields == 0)
         return;
-    QList<Cell> cells(qsizetype(order.size()) * m_fields);
-    Cell *to = cells.data();
-    const Cell *from = m_cells.constData();
-    for (int r : order) {
-        std::copy_n(from + qsizetype(r) * m_fields, m_fields, to);
-        to += m_fields;
+    if (!m_order.isEmpty()) {
+        for (int &r : order)
+            r = m_order.at(r);
     }
-    m_cells = std::move(cells);
+    m_order = std::move(order);
 }
 
 } // namespace tolvane::jet

@@ -1,7 +1,8 @@
 // RowStore: the rows of a static recordset, kept compactly: one array of fixed-size cells and
 // one buffer holding every text, so that a hundred thousand rows cost a handful of allocations
 // rather than a list and a string per value. Dates stay the OLE numbers they are stored as and
-// become QDateTimes only when read (once per distinct number). Not thread-safe.
+// become QDateTimes only when read (once per distinct number). Reordering keeps the rows where
+// they are and only remembers the order. Not thread-safe.
 #pragma once
 
 #include <optional>
@@ -23,6 +24,9 @@ public:
     int fields() const { return m_fields; }
     int rows() const { return m_fields > 0 ? int(m_cells.size() / m_fields) : m_rowsWithoutFields; }
 
+    // Room for this many rows and text characters in all, so that filling the store does not
+    // grow it step by step.
+    void reserve(int rows, qsizetype textChars);
     // Appends a row of nulls; returns its index.
     int appendRow();
 
@@ -43,24 +47,30 @@ public:
     std::optional<double> date(int row, int field) const;
 
     // Reorders the rows: row i of the result is row order[i] of the present rows.
-    void permute(const QList<int> &order);
+    void permute(QList<int> order);
 
 private:
     enum class Kind : quint8 { Null, Bool, Int, Double, Date, Text, Other };
     struct Cell {
         Kind kind = Kind::Null;
-        qint64 length = 0; // Text
+        quint32 length = 0; // Text
         union {
             qint64 i = 0; // Bool, Int; Text: offset in m_text; Other: index in m_others
             double d; // Double, Date
         };
     };
-    Cell &cell(int row, int field) { return m_cells[qsizetype(row) * m_fields + field]; }
-    const Cell &cell(int row, int field) const { return m_cells.at(qsizetype(row) * m_fields + field); }
+    // Where row's cells are: rows keep the place they were appended at.
+    qsizetype at(int row, int field) const
+    {
+        return qsizetype(m_order.isEmpty() ? row : m_order.at(row)) * m_fields + field;
+    }
+    Cell &cell(int row, int field) { return m_cells[at(row, field)]; }
+    const Cell &cell(int row, int field) const { return m_cells.at(at(row, field)); }
 
     int m_fields = 0;
     int m_rowsWithoutFields = 0;
     QList<Cell> m_cells;
+    QList<int> m_order; // the place of each row; empty while rows are in the order appended
     QList<char16_t> m_text;
     qsizetype m_reserved = -1; // where the text being written starts
     QList<QVariant> m_others;

@@ -1,6 +1,11 @@
 #include "platform/jet/internal/pagestore.h"
 
 #include <algorithm>
+#include <cstdlib>
+
+#ifdef Q_OS_LINUX
+#include <sys/mman.h>
+#endif
 
 #include <QDateTime>
 #include <QDir>
@@ -46,6 +51,82 @@ bool settled(const FileStamp &stamp, qint64 seenMs)
 }
 
 } // namespace
+
+PageImage::~PageImage()
+{
+#ifdef Q_OS_LINUX
+    if (m_mapped) {
+        munmap(m_data, size_t(m_capacity));
+        return;
+    }
+#endif
+    std::free(m_data);
+}
+
+bool PageImage::reserve(qint64 capacity)
+{
+    if (capacity <= m_capacity)
+        return true;
+#ifdef Q_OS_LINUX
+    // Big images live in their own mapping: it grows in place or moves without copying, its
+    // untouched part costs no memory, and from a few megabytes on it is given large pages.
+    constexpr qint64 kMapFrom = 1 << 20;
+    constexpr qint64 kLargePage = 2 << 20;
+    if (capacity >= kMapFrom) {
+        capacity = (capacity + kLargePage - 1) / kLargePage * kLargePage;
+        void *p = MAP_FAILED;
+        if (m_mapped) {
+            p = mremap(m_data, size_t(m_capacity), size_t(capacity), MREMAP_MAYMOVE);
+        } else {
+            // Aligned to a large page, so that the kernel can use them.
+            void *area = mmap(
+                nullptr, size_t(capacity + kLargePage), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            if (area != MAP_FAILED) {
+                const quintptr start = quintptr(area);
+                const quintptr aligned = (start + kLargePage - 1) / kLargePage * kLargePage;
+                if (aligned > start)
+                    munmap(area, aligned - start);
+                const quintptr end = start + quintptr(capacity + kLargePage);
+                if (end > aligned + quintptr(capacity))
+                    munmap(reinterpret_cast<void *>(aligned + quintptr(capacity)), end - aligned - quintptr(capacity));
+                p = reinterpret_cast<void *>(aligned);
+                if (m_size > 0)
+                    std::memcpy(p, m_data, size_t(m_size));
+                std::free(m_data);
+                m_clean = m_size;
+            }
+        }
+        if (p == MAP_FAILED)
+            return false;
+        madvise(p, size_t(capacity), MADV_HUGEPAGE);
+        m_data = static_cast<char *>(p);
+        m_capacity = capacity;
+        m_mapped = true;
+        return true;
+    }
+#endif
+    void *p = std::realloc(m_data, size_t(capacity));
+    if (!p)
+        return false;
+    m_data = static_cast<char *>(p);
+    std::memset(m_data + m_capacity, 0, size_t(capacity - m_capacity));
+    m_capacity = capacity;
+    return true;
+}
+
+bool PageImage::resize(qint64 size)
+{
+    if (size > m_capacity && !reserve(std::max(size, m_capacity + m_capacity / 2)))
+        return false;
+    if (size > m_size) {
+        // Bytes written before and cut off since are zeroed; the rest still are.
+        if (m_clean > m_size)
+            std::memset(m_data + m_size, 0, size_t(std::min(size, m_clean) - m_size));
+    }
+    m_size = size;
+    m_clean = std::max(m_clean, size);
+    return true;
+}
 
 PageStore::PageStore(FileAccess &files, ConnectionLocks &locks, const QString &path)
     : m_files(files)
@@ -98,10 +179,15 @@ Status PageStore::readFile(bool writeBack)
         Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read);
         if (!f)
             return f.status();
-        Result<QByteArray> data = (*f)->readAll();
-        if (!data)
-            return data.status();
-        m_data = data.take();
+        Result<qint64> size = (*f)->size();
+        if (!size)
+            return size.status();
+        if (!m_data.resize(*size))
+            return Status::ioError(QStringLiteral("no memory for %1").arg(QDir::toNativeSeparators(m_path)));
+        Result<qint64> read = (*f)->readInto(0, m_data.data(), *size);
+        if (!read)
+            return read.status();
+        m_data.resize(*read);
     }
     // Taken before the journal is looked at: a later commit then shows in a later stamp.
     rememberStamp();
@@ -153,10 +239,11 @@ Status PageStore::recoverJournal(bool writeBack)
         return writeBack ? m_files.remove(jpath) : Status::ok();
     }
     const Journal &j = **journal;
-    m_data.resize(qsizetype(std::max<qint64>(j.fileSize, m_data.size())));
+    if (!m_data.resize(std::max<qint64>(j.fileSize, m_data.size())))
+        return Status::ioError(QStringLiteral("no memory for %1").arg(QDir::toNativeSeparators(m_path)));
     for (const auto &[pg, image] : j.pages)
         std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), kPageSize);
-    m_data.resize(qsizetype(j.fileSize));
+    m_data.resize(j.fileSize);
     if (!writeBack)
         return Status::ok();
     if (Status s = m_locks.lockChange(); !s)
@@ -202,7 +289,7 @@ bool PageStore::changedOnDisk() const
     bool same = false;
     if (Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read)) {
         const Result<QByteArray> disk = (*f)->readAll();
-        same = disk && disk.value() == m_data && !m_files.exists(journalPath(m_path));
+        same = disk && QByteArrayView(disk.value()) == m_data.view() && !m_files.exists(journalPath(m_path));
         if (same)
             rememberStamp();
     }
@@ -223,7 +310,8 @@ uchar *PageStore::mutablePage(quint32 n)
 quint32 PageStore::appendPage()
 {
     const quint32 n = pageCount();
-    m_data.append(QByteArray(kPageSize, '\0'));
+    if (!m_data.resize(m_data.size() + kPageSize))
+        qFatal("out of memory for a page of %s", qPrintable(m_path));
     return n;
 }
 
@@ -246,7 +334,7 @@ void PageStore::rollbackToSavepoint()
         return;
     for (auto it = m_savepointImages.cbegin(); it != m_savepointImages.cend(); ++it)
         std::memcpy(m_data.data() + qint64(it.key()) * kPageSize, it.value().constData(), kPageSize);
-    m_data.resize(qsizetype(m_savepointPages) * kPageSize);
+    m_data.resize(qint64(m_savepointPages) * kPageSize);
     releaseSavepoint();
 }
 
@@ -254,7 +342,7 @@ void PageStore::rollback()
 {
     for (auto it = m_original.cbegin(); it != m_original.cend(); ++it)
         std::memcpy(m_data.data() + qint64(it.key()) * kPageSize, it.value().constData(), kPageSize);
-    m_data.resize(qsizetype(m_committedPages) * kPageSize);
+    m_data.resize(qint64(m_committedPages) * kPageSize);
     m_original.clear();
     releaseSavepoint();
 }
