@@ -40,11 +40,21 @@ void sortAsFileList(QList<FolderEntry> &entries)
         const int c = key(a).compare(key(b), Qt::CaseSensitive);
         return c != 0 ? c < 0 : entries.at(a).name < entries.at(b).name;
     });
-    QList<FolderEntry> sorted;
-    sorted.reserve(entries.size());
-    for (int i : order)
-        sorted.append(std::move(entries[i]));
-    entries = std::move(sorted);
+    keys = {};
+    starts = {};
+    // Put in order in place, following each cycle of the permutation: no second list.
+    for (int i = 0; i < order.size(); ++i) {
+        if (order.at(i) < 0)
+            continue;
+        int at = i;
+        while (order.at(at) != i) {
+            const int from = order.at(at);
+            std::swap(entries[at], entries[from]);
+            order[at] = -1;
+            at = from;
+        }
+        order[at] = -1;
+    }
 }
 
 #ifdef Q_OS_UNIX

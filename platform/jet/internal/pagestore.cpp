@@ -288,8 +288,17 @@ bool PageStore::changedOnDisk() const
         return true;
     bool same = false;
     if (Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read)) {
-        const Result<QByteArray> disk = (*f)->readAll();
-        same = disk && QByteArrayView(disk.value()) == m_data.view() && !m_files.exists(journalPath(m_path));
+        // Compared a piece at a time: no second image of the file, and the first difference ends it.
+        constexpr qint64 kPiece = 256 * 1024;
+        QByteArray piece(qsizetype(kPiece), Qt::Uninitialized);
+        Result<qint64> size = (*f)->size();
+        same = size && *size == m_data.size();
+        for (qint64 at = 0; same && at < m_data.size(); at += kPiece) {
+            const qint64 n = std::min(kPiece, m_data.size() - at);
+            Result<qint64> got = (*f)->readInto(at, piece.data(), n);
+            same = got && *got == n && std::memcmp(piece.constData(), m_data.constData() + at, size_t(n)) == 0;
+        }
+        same = same && !m_files.exists(journalPath(m_path));
         if (same)
             rememberStamp();
     }
