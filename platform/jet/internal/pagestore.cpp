@@ -242,7 +242,7 @@ Status PageStore::recoverJournal(bool writeBack)
     if (!m_data.resize(std::max<qint64>(j.fileSize, m_data.size())))
         return Status::ioError(QStringLiteral("no memory for %1").arg(QDir::toNativeSeparators(m_path)));
     for (const auto &[pg, image] : j.pages)
-        std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), kPageSize);
+        std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), size_t(image.size()));
     m_data.resize(j.fileSize);
     if (!writeBack)
         return Status::ok();
