@@ -1,6 +1,6 @@
-// The tolvane-cli commands that need the document readers or the drawing viewer (render, index,
-// fulltext). They are built as a module that tolvane-cli loads only to run one of them, so that
-// every other command starts without loading those libraries.
+// The tolvane-cli commands that need the document readers, the drawing viewer or the spreadsheet
+// writer (render, index, fulltext, search --output). They are built as a module that tolvane-cli loads only to run one
+// of them, so that every other command starts without loading those libraries.
 #include <memory>
 
 #include <QCoreApplication>
@@ -25,5 +25,7 @@ extern "C" Q_DECL_EXPORT int tolvaneCliHeavyMain(int argc, char *argv[])
         return tolvane::cli::runIndex(args);
     if (command == QLatin1String("fulltext"))
         return tolvane::cli::runFullText(args);
+    if (command == QLatin1String("search"))
+        return tolvane::cli::runSearchExport(args);
     return 2;
 }

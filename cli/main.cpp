@@ -28,8 +28,15 @@ int usage()
 }
 
 // The commands that live in the tolvane-cli-heavy module (heavymain.cpp).
-bool isHeavyCommand(const char *command)
+bool isHeavyCommand(int argc, char *argv[])
 {
+    const char *command = argv[1];
+    if (qstrcmp(command, "search") == 0) {
+        for (int i = 2; i < argc; ++i)
+            if (qstrcmp(argv[i], "--output") == 0)
+                return true;
+        return false;
+    }
     return qstrcmp(command, "render") == 0 || qstrcmp(command, "index") == 0 || qstrcmp(command, "fulltext") == 0;
 }
 
@@ -64,7 +71,7 @@ int runHeavy(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
-    if (argc > 1 && isHeavyCommand(argv[1]))
+    if (argc > 1 && isHeavyCommand(argc, argv))
         return runHeavy(argc, argv);
     const QCoreApplication app(argc, argv);
     QStringList args = QCoreApplication::arguments().mid(1);

@@ -1,6 +1,6 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
-// prints the rows, one line each, with the seven catalogue fields separated by tabs, or with
-// --output writes them under the seven headings to a spreadsheet (.xlsx) or CSV file.
+// prints the rows, one line each, with the seven catalogue fields separated by tabs. With
+// --output the rows go to a spreadsheet or CSV file instead (searchexport.cpp).
 #include <charconv>
 #include <cstdio>
 
@@ -15,7 +15,6 @@
 #include "platform/jet/database.h"
 #include "platform/jet/recordset.h"
 #include "platform/paths.h"
-#include "platform/tableexport.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -259,32 +258,6 @@ int runSearch(const QStringList &args)
     if (!run.result)
         return run.exitCode;
     search::RecordsetSlot &result = run.result;
-    Request req;
-    parse(args, req); // checked by the search
-
-    if (!req.output.isEmpty()) {
-        // The same fields under the seven headings, into a spreadsheet or CSV file.
-        QList<QStringList> rows;
-        for (result->moveFirst(); !result->eof(); result->moveNext()) {
-            QStringList fields;
-            for (int i = 0; i < result->fieldCount(); ++i) {
-                const QVariant value = result->field(i);
-                if (!value.isValid() || value.isNull())
-                    fields.append(QString());
-                else if (value.typeId() == QMetaType::QDateTime)
-                    fields.append(value.toDateTime().toString(QStringLiteral("yyyy-MM-dd")));
-                else
-                    fields.append(value.toString());
-            }
-            rows.append(fields);
-        }
-        if (const Status written = writeTable(req.output, catalog::CatalogHeadings(), rows); !written) {
-            writeErr(QStringLiteral("%1: %2").arg(req.output, written.toString()));
-            return 1;
-        }
-        writeOut(QStringLiteral("%1件の検索結果を %2 に書き出しました。").arg(rows.size()).arg(req.output));
-        return 0;
-    }
     RowWriter out;
     for (result->moveFirst(); !result->eof(); result->moveNext()) {
         for (int i = 0; i < result->fieldCount(); ++i)
