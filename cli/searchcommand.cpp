@@ -35,17 +35,32 @@ public:
     {
         if (i > 0)
             m_out.append('\t');
+        // The common kinds with one look at the stored cell; the rest as the recordset gives it.
+        const jet::RowStore::Stored stored = rs.storedField(i);
+        switch (stored.kind) {
+        case jet::RowStore::Stored::Kind::Null:
+            return;
+        case jet::RowStore::Stored::Kind::Text:
+            text(stored.text);
+            return;
+        case jet::RowStore::Stored::Kind::Date:
+            date(stored.date);
+            return;
+        case jet::RowStore::Stored::Kind::Int:
+            number(stored.integer);
+            return;
+        case jet::RowStore::Stored::Kind::Other:
+            break;
+        }
         if (const std::optional<double> ole = rs.oleDate(i)) {
             date(*ole);
             return;
         }
-        const qsizetype start = m_out.size();
-        if (const std::optional<QStringView> text = rs.textField(i)) {
-            m_out.resize(start + m_utf8.requiredSpace(text->size()));
-            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, *text) - m_out.constData());
-            blankBreaks(start);
+        if (const std::optional<QStringView> t = rs.textField(i)) {
+            text(*t);
             return;
         }
+        const qsizetype start = m_out.size();
         const QVariant value = rs.field(i);
         if (!value.isValid() || value.isNull())
             return;
@@ -80,9 +95,17 @@ private:
                 *c = ' ';
     }
 
-    void number(int value)
+    void text(QStringView t)
     {
-        char digits[16];
+        const qsizetype start = m_out.size();
+        m_out.resize(start + m_utf8.requiredSpace(t.size()));
+        m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, t) - m_out.constData());
+        blankBreaks(start);
+    }
+
+    void number(qint64 value)
+    {
+        char digits[24];
         const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
         m_out.append(digits, end - digits);
     }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <QVarLengthArray>
+
 #include "platform/jet/types.h"
 
 namespace tolvane::jet {
@@ -19,8 +21,6 @@ int RowStore::appendRow()
         return m_rowsWithoutFields++;
     const int row = rows();
     m_cells.resize(m_cells.size() + m_fields);
-    if (!m_order.isEmpty())
-        m_order.append(row);
     return row;
 }
 
@@ -30,6 +30,40 @@ void RowStore::setDate(int row, int field, double ole)
     c = Cell {};
     c.kind = Kind::Date;
     c.d = ole;
+}
+
+void RowStore::setInt(int row, int field, qint64 value)
+{
+    Cell &c = cell(row, field);
+    c = Cell {};
+    c.kind = Kind::Int;
+    c.i = value;
+}
+
+RowStore::Stored RowStore::stored(int row, int field) const
+{
+    const Cell &c = cell(row, field);
+    Stored s;
+    switch (c.kind) {
+    case Kind::Null:
+        break;
+    case Kind::Text:
+        s.kind = Stored::Kind::Text;
+        s.text = QStringView(m_text.constData() + c.i, c.length);
+        break;
+    case Kind::Date:
+        s.kind = Stored::Kind::Date;
+        s.date = c.d;
+        break;
+    case Kind::Int:
+        s.kind = Stored::Kind::Int;
+        s.integer = c.i;
+        break;
+    default:
+        s.kind = Stored::Kind::Other;
+        break;
+    }
+    return s;
 }
 
 char16_t *RowStore::reserveText(qsizetype n)
@@ -130,11 +164,25 @@ void RowStore::permute(QList<int> order)
 {
     if (m_fields == 0)
         return;
-    if (!m_order.isEmpty()) {
-        for (int &r : order)
-            r = m_order.at(r);
+    // In place, following each cycle of the permutation: rows are then read in their new order
+    // one after another, and no second array is needed.
+    QVarLengthArray<Cell, 16> held(m_fields);
+    Cell *cells = m_cells.data();
+    const size_t rowBytes = size_t(m_fields) * sizeof(Cell);
+    for (int i = 0; i < order.size(); ++i) {
+        if (order.at(i) < 0 || order.at(i) == i)
+            continue;
+        std::memcpy(held.data(), cells + qsizetype(i) * m_fields, rowBytes);
+        int at = i;
+        while (order.at(at) != i) {
+            const int from = order.at(at);
+            std::memcpy(cells + qsizetype(at) * m_fields, cells + qsizetype(from) * m_fields, rowBytes);
+            order[at] = -1;
+            at = from;
+        }
+        std::memcpy(cells + qsizetype(at) * m_fields, held.data(), rowBytes);
+        order[at] = -1;
     }
-    m_order = std::move(order);
 }
 
 } // namespace tolvane::jet

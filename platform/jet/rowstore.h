@@ -1,8 +1,7 @@
 // RowStore: the rows of a static recordset, kept compactly: one array of fixed-size cells and
 // one buffer holding every text, so that a hundred thousand rows cost a handful of allocations
 // rather than a list and a string per value. Dates stay the OLE numbers they are stored as and
-// become QDateTimes only when read (once per distinct number). Reordering keeps the rows where
-// they are and only remembers the order. Not thread-safe.
+// become QDateTimes only when read (once per distinct number). Not thread-safe.
 #pragma once
 
 #include <optional>
@@ -32,6 +31,8 @@ public:
 
     void setNull(int row, int field) { cell(row, field) = Cell {}; }
     void setDate(int row, int field, double ole);
+    // A whole number (Byte, Integer, Long), read back as an int.
+    void setInt(int row, int field, qint64 value);
     // Any value as Row carries it (types.h); text is copied into the buffer.
     void setValue(int row, int field, const QVariant &value);
     // Text written straight into the buffer: reserve room for at most n characters, write them
@@ -46,6 +47,18 @@ public:
     // A date's stored OLE number; empty for other values and nulls.
     std::optional<double> date(int row, int field) const;
 
+    // A cell as it is kept, for showing many rows with one look each: null, text (valid until
+    // the store changes), a date's OLE number, a whole number, or Other for every other value
+    // (read those with value()).
+    struct Stored {
+        enum class Kind { Null, Text, Date, Int, Other };
+        Kind kind = Kind::Null;
+        QStringView text;
+        double date = 0;
+        qint64 integer = 0;
+    };
+    Stored stored(int row, int field) const;
+
     // Reorders the rows: row i of the result is row order[i] of the present rows.
     void permute(QList<int> order);
 
@@ -59,18 +72,12 @@ private:
             double d; // Double, Date
         };
     };
-    // Where row's cells are: rows keep the place they were appended at.
-    qsizetype at(int row, int field) const
-    {
-        return qsizetype(m_order.isEmpty() ? row : m_order.at(row)) * m_fields + field;
-    }
-    Cell &cell(int row, int field) { return m_cells[at(row, field)]; }
-    const Cell &cell(int row, int field) const { return m_cells.at(at(row, field)); }
+    Cell &cell(int row, int field) { return m_cells[qsizetype(row) * m_fields + field]; }
+    const Cell &cell(int row, int field) const { return m_cells.at(qsizetype(row) * m_fields + field); }
 
     int m_fields = 0;
     int m_rowsWithoutFields = 0;
     QList<Cell> m_cells;
-    QList<int> m_order; // the place of each row; empty while rows are in the order appended
     QList<char16_t> m_text;
     qsizetype m_reserved = -1; // where the text being written starts
     QList<QVariant> m_others;

@@ -68,8 +68,8 @@ bool PageImage::reserve(qint64 capacity)
     if (capacity <= m_capacity)
         return true;
 #ifdef Q_OS_LINUX
-    // Big images live in their own mapping: it grows in place or moves without copying, its
-    // untouched part costs no memory, and from a few megabytes on it is given large pages.
+    // Big images live in their own mapping: it grows in place or moves without copying, and its
+    // untouched part costs no memory.
     constexpr qint64 kMapFrom = 1 << 20;
     constexpr qint64 kLargePage = 2 << 20;
     if (capacity >= kMapFrom) {
@@ -98,7 +98,10 @@ bool PageImage::reserve(qint64 capacity)
         }
         if (p == MAP_FAILED)
             return false;
-        madvise(p, size_t(capacity), MADV_HUGEPAGE);
+        // Large pages for a file read whole; an image grown page by page keeps small ones, so
+        // that it never holds more than a page beyond its end.
+        if (m_size == 0)
+            madvise(p, size_t(capacity), MADV_HUGEPAGE);
         m_data = static_cast<char *>(p);
         m_capacity = capacity;
         m_mapped = true;
