@@ -1,5 +1,10 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair,
 // binders, index, fulltext) and drawing previews (render).
+#include <cstdlib> // defines __GLIBC__ with the C library's own headers
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -71,6 +76,12 @@ int runHeavy(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
+#ifdef __GLIBC__
+    // Blocks of 256 KB and more get their own mapping and go back to the system when freed.
+    // (glibc raises this bound after each such block is freed, so that the lists a command
+    // builds and drops in turn would stay resident in the heap.)
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+#endif
     if (argc > 1 && isHeavyCommand(argc, argv))
         return runHeavy(argc, argv);
     const QCoreApplication app(argc, argv);

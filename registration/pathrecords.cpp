@@ -153,14 +153,16 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const FileNames &names, con
     // A name listed again names the row its first listing found or added. Rows added here are
     // kept apart (no name: the listing has it), so that a large first registration holds one
     // small record a file.
-    const QList<int> first = firstListings(names);
+    // Per listing: until it is handled, the index of its first listing (-1 when it is the first);
+    // then the row it names: an index into rows, or rows.size() + one into added. A listing only
+    // ever looks up a first listing, which has been handled by then.
+    QList<int> slot = firstListings(names);
     struct Added {
         jet::RowId id;
         qint32 day; // the stored fDate: an OLE day number, kNoDay for null
     };
     constexpr qint32 kNoDay = std::numeric_limits<qint32>::min();
     QList<Added> added;
-    QList<int> target(names.size(), -1); // per listing: index into rows, or rows.size() + into added
     QHash<int, double> fixed; // dates corrected in rows, by index
 
     const int total = int(names.size());
@@ -176,13 +178,13 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const FileNames &names, con
         }
         const QDate day = days.value(i);
         int ref = -1;
-        if (first.at(i) >= 0) {
-            ref = target.at(first.at(i));
+        if (slot.at(i) >= 0) {
+            ref = slot.at(slot.at(i));
         } else if (const auto it = byName.constFind(matchKey(name)); it != byName.constEnd()) {
             ref = *it;
         }
         if (ref >= 0) {
-            target[i] = ref;
+            slot[i] = ref;
             const bool isAdded = ref >= rows.size();
             const jet::RowId id = isAdded ? added.at(ref - rows.size()).id : rows.at(ref).id;
             const qint32 addedDay = isAdded ? added.at(ref - rows.size()).day : kNoDay;
@@ -212,7 +214,7 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const FileNames &names, con
         if (!id)
             return id.status();
         added.append({ id.value(), day.isValid() ? qint32(jet::oleDay(day)) : kNoDay });
-        target[i] = int(rows.size() + added.size()) - 1;
+        slot[i] = int(rows.size() + added.size()) - 1;
     }
     if (progress)
         progress(total, total);
