@@ -11,6 +11,8 @@
 #include <QList>
 #include <QVariant>
 
+#include "platform/jet/largeblock.h"
+
 namespace tolvane::jet {
 
 class RowStore {
@@ -77,8 +79,8 @@ private:
 
     int m_fields = 0;
     int m_rowsWithoutFields = 0;
-    QList<Cell> m_cells;
-    QList<char16_t> m_text;
+    LargeArray<Cell> m_cells;
+    LargeArray<char16_t> m_text;
     qsizetype m_reserved = -1; // where the text being written starts
     QList<QVariant> m_others;
     mutable QHash<quint64, QDateTime> m_dates; // converted dates, by the bits of their number

@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 
-#ifdef Q_OS_LINUX
-#include <sys/mman.h>
-#endif
-
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -52,79 +48,18 @@ bool settled(const FileStamp &stamp, qint64 seenMs)
 
 } // namespace
 
-PageImage::~PageImage()
-{
-#ifdef Q_OS_LINUX
-    if (m_mapped) {
-        munmap(m_data, size_t(m_capacity));
-        return;
-    }
-#endif
-    std::free(m_data);
-}
-
-bool PageImage::reserve(qint64 capacity)
-{
-    if (capacity <= m_capacity)
-        return true;
-#ifdef Q_OS_LINUX
-    // Big images live in their own mapping: it grows in place or moves without copying, and its
-    // untouched part costs no memory.
-    constexpr qint64 kMapFrom = 1 << 20;
-    constexpr qint64 kLargePage = 2 << 20;
-    if (capacity >= kMapFrom) {
-        capacity = (capacity + kLargePage - 1) / kLargePage * kLargePage;
-        void *p = MAP_FAILED;
-        if (m_mapped) {
-            p = mremap(m_data, size_t(m_capacity), size_t(capacity), MREMAP_MAYMOVE);
-        } else {
-            // Aligned to a large page, so that the kernel can use them.
-            void *area = mmap(
-                nullptr, size_t(capacity + kLargePage), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-            if (area != MAP_FAILED) {
-                const quintptr start = quintptr(area);
-                const quintptr aligned = (start + kLargePage - 1) / kLargePage * kLargePage;
-                if (aligned > start)
-                    munmap(area, aligned - start);
-                const quintptr end = start + quintptr(capacity + kLargePage);
-                if (end > aligned + quintptr(capacity))
-                    munmap(reinterpret_cast<void *>(aligned + quintptr(capacity)), end - aligned - quintptr(capacity));
-                p = reinterpret_cast<void *>(aligned);
-                if (m_size > 0)
-                    std::memcpy(p, m_data, size_t(m_size));
-                std::free(m_data);
-                m_clean = m_size;
-            }
-        }
-        if (p == MAP_FAILED)
-            return false;
-        // Large pages for a file read whole; an image grown page by page keeps small ones, so
-        // that it never holds more than a page beyond its end.
-        if (m_size == 0)
-            madvise(p, size_t(capacity), MADV_HUGEPAGE);
-        m_data = static_cast<char *>(p);
-        m_capacity = capacity;
-        m_mapped = true;
-        return true;
-    }
-#endif
-    void *p = std::realloc(m_data, size_t(capacity));
-    if (!p)
-        return false;
-    m_data = static_cast<char *>(p);
-    std::memset(m_data + m_capacity, 0, size_t(capacity - m_capacity));
-    m_capacity = capacity;
-    return true;
-}
-
 bool PageImage::resize(qint64 size)
 {
-    if (size > m_capacity && !reserve(std::max(size, m_capacity + m_capacity / 2)))
-        return false;
+    if (size > m_block.capacity()) {
+        const qint64 capacity = std::max(size, m_block.capacity() + m_block.capacity() / 2);
+        const auto pages = m_size == 0 ? LargeBlock::Pages::Large : LargeBlock::Pages::Small;
+        if (!m_block.reserve(capacity, m_size, pages))
+            return false;
+    }
     if (size > m_size) {
         // Bytes written before and cut off since are zeroed; the rest still are.
         if (m_clean > m_size)
-            std::memset(m_data + m_size, 0, size_t(std::min(size, m_clean) - m_size));
+            std::memset(m_block.data() + m_size, 0, size_t(std::min(size, m_clean) - m_size));
     }
     m_size = size;
     m_clean = std::max(m_clean, size);

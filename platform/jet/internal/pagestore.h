@@ -28,37 +28,29 @@
 #include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/connectionlocks.h"
 #include "platform/jet/internal/fileaccess.h"
+#include "platform/jet/largeblock.h"
 #include "platform/status.h"
 
 namespace tolvane::jet::internal {
 
-// The bytes of a page store's image: one block of exactly the bytes in use, grown without
-// copying where the system allows it (mremap) and, when big, backed by large pages, so that
-// reading a catalogue of megabytes costs a few page faults instead of one per 4 KiB. Bytes
-// grown into are zero. Not copyable.
+// The bytes of a page store's image: one block of exactly the bytes in use (LargeBlock), read in
+// place; a file read whole is given large pages, an image grown page by page keeps small ones,
+// so that it never holds more than a page beyond its end. Bytes grown into are zero. Not
+// copyable.
 class PageImage {
 public:
-    PageImage() = default;
-    ~PageImage();
-    PageImage(const PageImage &) = delete;
-    PageImage &operator=(const PageImage &) = delete;
-
     qint64 size() const { return m_size; }
-    const char *constData() const { return m_data; }
-    char *data() { return m_data; }
-    QByteArrayView view() const { return QByteArrayView(m_data, m_size); }
+    const char *constData() const { return m_block.data(); }
+    char *data() { return m_block.data(); }
+    QByteArrayView view() const { return QByteArrayView(m_block.data(), m_size); }
     // False when the memory cannot be had (the image is then unchanged).
     bool resize(qint64 size);
     void chop(qint64 n) { resize(m_size - std::min(n, m_size)); }
 
 private:
-    bool reserve(qint64 capacity);
-
-    char *m_data = nullptr;
+    LargeBlock m_block;
     qint64 m_size = 0;
-    qint64 m_capacity = 0;
-    qint64 m_clean = 0; // bytes from here to the capacity were never written: still zero
-    bool m_mapped = false; // from mmap rather than malloc
+    qint64 m_clean = 0; // bytes from here on were never written: still zero
 };
 
 class PageStore {
