@@ -1,6 +1,7 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
 // prints the rows, one line each, with the seven catalogue fields separated by tabs. With
 // --output the rows go to a spreadsheet or CSV file instead (searchexport.cpp).
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 
@@ -95,12 +96,36 @@ private:
                 *c = ' ';
     }
 
+    // Texts without surrogates (nearly all) are encoded here in one pass; any other goes through
+    // the encoder, which keeps a lone high surrogate at a text's end for the next text.
     void text(QStringView t)
     {
         const qsizetype start = m_out.size();
-        m_out.resize(start + m_utf8.requiredSpace(t.size()));
-        m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, t) - m_out.constData());
-        blankBreaks(start);
+        const bool plain = !m_pendingHigh && std::none_of(t.begin(), t.end(), [](QChar c) { return c.isSurrogate(); });
+        if (!plain) {
+            m_out.resize(start + m_utf8.requiredSpace(t.size()));
+            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, t) - m_out.constData());
+            blankBreaks(start);
+            if (!t.isEmpty())
+                m_pendingHigh = t.back().isHighSurrogate();
+            return;
+        }
+        m_out.resize(start + 3 * t.size());
+        char *o = m_out.data() + start;
+        for (const QChar ch : t) {
+            const char16_t c = ch.unicode();
+            if (c < 0x80) {
+                *o++ = c == u'\t' || c == u'\n' || c == u'\r' ? ' ' : char(c);
+            } else if (c < 0x800) {
+                *o++ = char(0xC0 | (c >> 6));
+                *o++ = char(0x80 | (c & 0x3F));
+            } else {
+                *o++ = char(0xE0 | (c >> 12));
+                *o++ = char(0x80 | ((c >> 6) & 0x3F));
+                *o++ = char(0x80 | (c & 0x3F));
+            }
+        }
+        m_out.resize(o - m_out.constData());
     }
 
     void number(qint64 value)
@@ -148,6 +173,7 @@ private:
 
     QByteArray m_out;
     QStringEncoder m_utf8 { QStringEncoder::Utf8 };
+    bool m_pendingHigh = false; // the encoder holds a high surrogate from the last text
     QHash<qint64, QByteArray> m_days;
     qint64 m_lastDay = 0;
     QByteArray m_lastDayText;
