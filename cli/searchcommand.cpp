@@ -156,18 +156,20 @@ private:
     // As QDate::toString("yyyy-MM-dd") gives it; written here for the years of four digits.
     static QByteArray dayText(const QDate &d)
     {
-        if (d.year() < 1 || d.year() > 9999)
+        int year = 0, month = 0, day = 0;
+        d.getDate(&year, &month, &day);
+        if (year < 1 || year > 9999)
             return d.toString(QStringLiteral("yyyy-MM-dd")).toUtf8();
         char text[10];
         auto put = [&](int at, int value, int width) {
             for (int i = width - 1; i >= 0; --i, value /= 10)
                 text[at + i] = char('0' + value % 10);
         };
-        put(0, d.year(), 4);
+        put(0, year, 4);
         text[4] = '-';
-        put(5, d.month(), 2);
+        put(5, month, 2);
         text[7] = '-';
-        put(8, d.day(), 2);
+        put(8, day, 2);
         return QByteArray(text, sizeof text);
     }
 
