@@ -1,6 +1,6 @@
 // Whole-process timing for the benches: runs a command with its output sent to /dev/null and
-// reports the wall time and the peak resident memory (wait4), medians over runs taken in turn
-// with a peer command, and a catalogue generator. Linux only, like the peers it compares with.
+// reports the wall time, the CPU time (user + system) and the peak resident memory (wait4), medians over runs taken in
+// turn with a peer command, and a catalogue generator. Linux only, like the peers it compares with.
 #pragma once
 
 #include <algorithm>
@@ -24,6 +24,7 @@ namespace bench {
 
 struct Run {
     double ms = 0;
+    double cpuMs = 0; // user + system time of the process
     long peakKb = 0;
     int exitCode = -1;
 };
@@ -53,6 +54,8 @@ inline Run runProcess(const QStringList &argv)
     if (pid < 0 || wait4(pid, &status, 0, &usage) < 0)
         return r;
     r.ms = double(t.nsecsElapsed()) / 1e6;
+    r.cpuMs = double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3
+        + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
     r.peakKb = usage.ru_maxrss;
     r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return r;
@@ -69,6 +72,8 @@ inline double median(QList<double> v)
 struct Pair {
     double ours = 0; // median ms
     double peer = 0;
+    double oursCpu = 0; // median CPU ms
+    double peerCpu = 0;
     long peakKb = 0; // largest of ours
     bool failed = false;
 };
@@ -78,7 +83,7 @@ struct Pair {
 inline Pair compare(const QStringList &ours, const QStringList &peer, int runs,
     const std::function<void()> &prepare = {}, int expectedExit = 0)
 {
-    QList<double> a, b;
+    QList<double> a, b, aCpu, bCpu;
     Pair p;
     for (int i = 0; i < runs; ++i) {
         if (prepare)
@@ -87,11 +92,16 @@ inline Pair compare(const QStringList &ours, const QStringList &peer, int runs,
         if (r.exitCode != expectedExit)
             p.failed = true;
         a.append(r.ms);
+        aCpu.append(r.cpuMs);
         p.peakKb = std::max(p.peakKb, r.peakKb);
-        b.append(runProcess(peer).ms);
+        const Run q = runProcess(peer);
+        b.append(q.ms);
+        bCpu.append(q.cpuMs);
     }
     p.ours = median(a);
     p.peer = median(b);
+    p.oursCpu = median(aCpu);
+    p.peerCpu = median(bCpu);
     return p;
 }
 

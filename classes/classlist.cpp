@@ -68,12 +68,6 @@ Status StoreClassList(jet::Database &db, const QList<ClassRow> &rows)
     return transaction.commit();
 }
 
-QString bgrDecimalText(const QColor &color)
-{
-    const quint32 value = (quint32(color.blue()) << 16) | (quint32(color.green()) << 8) | quint32(color.red());
-    return QString::number(value);
-}
-
 QList<QColor> colourBlindSafePalette()
 {
     // The hues are Okabe and Ito's. Each tint is the hue mixed with white; how much of the hue

@@ -34,8 +34,12 @@ Status StoreClassList(jet::Database &db, const QList<ClassRow> &rows);
 
 // The colour text the editor stores: the decimal value of the colour in blue-green-red order
 // (light yellow, red FF green FF blue C0, is "12648447"). Readers take it as colorFromBgrText
-// does, like the "&H" form.
-QString bgrDecimalText(const QColor &color);
+// does, like the "&H" form. Inline, so that only the editor needs Qt Gui's QColor accessors.
+inline QString bgrDecimalText(const QColor &color)
+{
+    const quint32 value = (quint32(color.blue()) << 16) | (quint32(color.green()) << 8) | quint32(color.red());
+    return QString::number(value);
+}
 
 // The custom colours the colour dialog offers: eight hues that stay apart under the common
 // colour-vision deficiencies (the Color Universal Design set of Okabe and Ito: black, orange,

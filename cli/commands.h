@@ -15,7 +15,9 @@ namespace tolvane::cli {
 int runCreate(const QStringList &args);
 int runRegister(const QStringList &args);
 int runDump(const QStringList &args);
+// Prints the rows; a search with --output goes to runSearchExport instead.
 int runSearch(const QStringList &args);
+int runSearchExport(const QStringList &args);
 int runClasses(const QStringList &args);
 int runCompact(const QStringList &args);
 int runRepair(const QStringList &args);

@@ -1,9 +1,14 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair,
 // binders, index, fulltext) and drawing previews (render).
-#include <memory>
+#include <cstdlib> // defines __GLIBC__ with the C library's own headers
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <QCoreApplication>
-#include <QGuiApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLibrary>
 
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
@@ -26,16 +31,60 @@ int usage()
                                           "       tolvane-cli fulltext CATALOG.mdb WORD [search options]"));
     return 2;
 }
+
+// The commands that live in the tolvane-cli-heavy module (heavymain.cpp).
+bool isHeavyCommand(int argc, char *argv[])
+{
+    const char *command = argv[1];
+    if (qstrcmp(command, "search") == 0) {
+        for (int i = 2; i < argc; ++i)
+            if (qstrcmp(argv[i], "--output") == 0)
+                return true;
+        return false;
+    }
+    return qstrcmp(command, "render") == 0 || qstrcmp(command, "index") == 0 || qstrcmp(command, "fulltext") == 0;
+}
+
+// Loads the module, from beside the program or else where the build left it, and runs the
+// command there; the module makes its own application object.
+int runHeavy(int argc, char *argv[])
+{
+    QString path;
+    {
+        const QCoreApplication app(argc, argv);
+#ifdef Q_OS_WIN
+        path = QCoreApplication::applicationDirPath() + QStringLiteral("/tolvane-cli-heavy.dll");
+#else
+        path = QCoreApplication::applicationDirPath() + QStringLiteral("/tolvane-cli-heavy.so");
+#endif
+#ifdef TOLVANE_CLI_HEAVY_BUILD_PATH
+        if (!QFileInfo::exists(path))
+            path = QString::fromUtf8(TOLVANE_CLI_HEAVY_BUILD_PATH);
+#endif
+    }
+    QLibrary module(path);
+    using Entry = int (*)(int, char **);
+    const auto entry = reinterpret_cast<Entry>(module.resolve("tolvaneCliHeavyMain"));
+    if (!entry) {
+        tolvane::cli::writeErr(
+            QStringLiteral("tolvane-cli: %1: %2").arg(QDir::toNativeSeparators(path), module.errorString()));
+        return 1;
+    }
+    return entry(argc, argv);
+}
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    // Drawing text needs fonts, which come with a GUI application; no window is shown.
-    const bool render = argc > 1 && qstrcmp(argv[1], "render") == 0;
-    if (render && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    const std::unique_ptr<QCoreApplication> app
-        = render ? std::make_unique<QGuiApplication>(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
+#ifdef __GLIBC__
+    // Blocks of 256 KB and more get their own mapping and go back to the system when freed.
+    // (glibc raises this bound after each such block is freed, so that the lists a command
+    // builds and drops in turn would stay resident in the heap.)
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+#endif
+    if (argc > 1 && isHeavyCommand(argc, argv))
+        return runHeavy(argc, argv);
+    const QCoreApplication app(argc, argv);
     QStringList args = QCoreApplication::arguments().mid(1);
     if (args.isEmpty())
         return usage();
@@ -56,11 +105,5 @@ int main(int argc, char *argv[])
         return tolvane::cli::runRepair(args);
     if (command == QLatin1String("binder"))
         return tolvane::cli::runBinder(args);
-    if (command == QLatin1String("render"))
-        return tolvane::cli::runRender(args);
-    if (command == QLatin1String("index"))
-        return tolvane::cli::runIndex(args);
-    if (command == QLatin1String("fulltext"))
-        return tolvane::cli::runFullText(args);
     return usage();
 }

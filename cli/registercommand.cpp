@@ -41,20 +41,18 @@ int runRegister(const QStringList &args)
         return 1;
     }
 
-    // The folder's files as the file list shows them, with the times it read.
+    // The folder's files as the file list shows them, with the days of the times it read, kept
+    // compactly: a folder may hold a hundred thousand files.
     const QString folder = normalFolderPath(args[1]);
-    QList<FolderEntry> files = readFolderEntries(folder);
+    FolderListing files = readFolderListing(folder);
     sortAsFileList(files);
-    QStringList names;
-    QList<QDateTime> modified;
-    names.reserve(files.size());
-    modified.reserve(files.size());
-    for (const FolderEntry &f : files) {
-        names.append(f.name);
-        modified.append(f.modified ? QDateTime::fromMSecsSinceEpoch(*f.modified, Qt::UTC) : QDateTime());
-    }
-    files = {}; // the names share their text with the list; its cells go
-    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, names, modified);
+    QList<QDate> days;
+    days.reserve(files.modified.size());
+    const LocalCalendar calendar;
+    for (qint64 t : std::as_const(files.modified))
+        days.append(t == FolderListing::kUnknown ? QDate() : calendar.dayOf(t));
+    files.modified = {};
+    const auto outcome = registration::RegisterShownFolder(*state.db(), prompter, folder, files.names, days);
     catalog::CloseCatalog(state, searchResultSet, binderSet);
     using Kind = registration::RegistrationOutcome::Kind;
     switch (outcome.kind) {

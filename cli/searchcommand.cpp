@@ -1,6 +1,8 @@
 // tolvane-cli search: runs one catalogue search (optionally narrowed by classification) and
-// prints the rows, one line each, with the seven catalogue fields separated by tabs, or with
-// --output writes them under the seven headings to a spreadsheet (.xlsx) or CSV file.
+// prints the rows, one line each, with the seven catalogue fields separated by tabs. With
+// --output the rows go to a spreadsheet or CSV file instead (searchexport.cpp).
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 
 #include <QDateTime>
@@ -14,7 +16,6 @@
 #include "platform/jet/database.h"
 #include "platform/jet/recordset.h"
 #include "platform/paths.h"
-#include "platform/tableexport.h"
 #include "search/catalogqueries.h"
 #include "search/classnarrowing.h"
 #include "search/searchtexts.h"
@@ -35,17 +36,32 @@ public:
     {
         if (i > 0)
             m_out.append('\t');
+        // The common kinds with one look at the stored cell; the rest as the recordset gives it.
+        const jet::RowStore::Stored stored = rs.storedField(i);
+        switch (stored.kind) {
+        case jet::RowStore::Stored::Kind::Null:
+            return;
+        case jet::RowStore::Stored::Kind::Text:
+            text(stored.text);
+            return;
+        case jet::RowStore::Stored::Kind::Date:
+            date(stored.date);
+            return;
+        case jet::RowStore::Stored::Kind::Int:
+            number(stored.integer);
+            return;
+        case jet::RowStore::Stored::Kind::Other:
+            break;
+        }
         if (const std::optional<double> ole = rs.oleDate(i)) {
             date(*ole);
             return;
         }
-        const qsizetype start = m_out.size();
-        if (const std::optional<QStringView> text = rs.textField(i)) {
-            m_out.resize(start + m_utf8.requiredSpace(text->size()));
-            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, *text) - m_out.constData());
-            blankBreaks(start);
+        if (const std::optional<QStringView> t = rs.textField(i)) {
+            text(*t);
             return;
         }
+        const qsizetype start = m_out.size();
         const QVariant value = rs.field(i);
         if (!value.isValid() || value.isNull())
             return;
@@ -54,7 +70,7 @@ public:
             return;
         }
         if (value.typeId() == QMetaType::Int)
-            m_out.append(QByteArray::number(value.toInt()));
+            number(value.toInt());
         else
             m_out.append(value.toString().toUtf8());
         blankBreaks(start);
@@ -80,7 +96,46 @@ private:
                 *c = ' ';
     }
 
-    // The date part of a stored date, formatted once per distinct day.
+    // Texts without surrogates (nearly all) are encoded here in one pass; any other goes through
+    // the encoder, which keeps a lone high surrogate at a text's end for the next text.
+    void text(QStringView t)
+    {
+        const qsizetype start = m_out.size();
+        const bool plain = !m_pendingHigh && std::none_of(t.begin(), t.end(), [](QChar c) { return c.isSurrogate(); });
+        if (!plain) {
+            m_out.resize(start + m_utf8.requiredSpace(t.size()));
+            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, t) - m_out.constData());
+            blankBreaks(start);
+            if (!t.isEmpty())
+                m_pendingHigh = t.back().isHighSurrogate();
+            return;
+        }
+        m_out.resize(start + 3 * t.size());
+        char *o = m_out.data() + start;
+        for (const QChar ch : t) {
+            const char16_t c = ch.unicode();
+            if (c < 0x80) {
+                *o++ = c == u'\t' || c == u'\n' || c == u'\r' ? ' ' : char(c);
+            } else if (c < 0x800) {
+                *o++ = char(0xC0 | (c >> 6));
+                *o++ = char(0x80 | (c & 0x3F));
+            } else {
+                *o++ = char(0xE0 | (c >> 12));
+                *o++ = char(0x80 | ((c >> 6) & 0x3F));
+                *o++ = char(0x80 | (c & 0x3F));
+            }
+        }
+        m_out.resize(o - m_out.constData());
+    }
+
+    void number(qint64 value)
+    {
+        char digits[24];
+        const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+        m_out.append(digits, end - digits);
+    }
+
+    // The date part of a stored date as yyyy-MM-dd, formatted once per distinct day.
     void date(double ole)
     {
         jet::OleDateParts parts;
@@ -88,15 +143,42 @@ private:
             m_out.append(jet::fromOleDate(ole).toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
             return;
         }
-        auto it = m_days.constFind(parts.day);
-        if (it == m_days.constEnd())
-            it = m_days.insert(parts.day, parts.date().toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
-        m_out.append(*it);
+        if (parts.day != m_lastDay || m_lastDayText.isEmpty()) {
+            auto it = m_days.constFind(parts.day);
+            if (it == m_days.constEnd())
+                it = m_days.insert(parts.day, dayText(parts.date()));
+            m_lastDay = parts.day;
+            m_lastDayText = *it;
+        }
+        m_out.append(m_lastDayText);
+    }
+
+    // As QDate::toString("yyyy-MM-dd") gives it; written here for the years of four digits.
+    static QByteArray dayText(const QDate &d)
+    {
+        int year = 0, month = 0, day = 0;
+        d.getDate(&year, &month, &day);
+        if (year < 1 || year > 9999)
+            return d.toString(QStringLiteral("yyyy-MM-dd")).toUtf8();
+        char text[10];
+        auto put = [&](int at, int value, int width) {
+            for (int i = width - 1; i >= 0; --i, value /= 10)
+                text[at + i] = char('0' + value % 10);
+        };
+        put(0, year, 4);
+        text[4] = '-';
+        put(5, month, 2);
+        text[7] = '-';
+        put(8, day, 2);
+        return QByteArray(text, sizeof text);
     }
 
     QByteArray m_out;
     QStringEncoder m_utf8 { QStringEncoder::Utf8 };
+    bool m_pendingHigh = false; // the encoder holds a high surrogate from the last text
     QHash<qint64, QByteArray> m_days;
+    qint64 m_lastDay = 0;
+    QByteArray m_lastDayText;
 };
 
 int usage()
@@ -227,32 +309,6 @@ int runSearch(const QStringList &args)
     if (!run.result)
         return run.exitCode;
     search::RecordsetSlot &result = run.result;
-    Request req;
-    parse(args, req); // checked by the search
-
-    if (!req.output.isEmpty()) {
-        // The same fields under the seven headings, into a spreadsheet or CSV file.
-        QList<QStringList> rows;
-        for (result->moveFirst(); !result->eof(); result->moveNext()) {
-            QStringList fields;
-            for (int i = 0; i < result->fieldCount(); ++i) {
-                const QVariant value = result->field(i);
-                if (!value.isValid() || value.isNull())
-                    fields.append(QString());
-                else if (value.typeId() == QMetaType::QDateTime)
-                    fields.append(value.toDateTime().toString(QStringLiteral("yyyy-MM-dd")));
-                else
-                    fields.append(value.toString());
-            }
-            rows.append(fields);
-        }
-        if (const Status written = writeTable(req.output, catalog::CatalogHeadings(), rows); !written) {
-            writeErr(QStringLiteral("%1: %2").arg(req.output, written.toString()));
-            return 1;
-        }
-        writeOut(QStringLiteral("%1件の検索結果を %2 に書き出しました。").arg(rows.size()).arg(req.output));
-        return 0;
-    }
     RowWriter out;
     for (result->moveFirst(); !result->eof(); result->moveNext()) {
         for (int i = 0; i < result->fieldCount(); ++i)

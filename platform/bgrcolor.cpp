@@ -27,10 +27,4 @@ QColor colorFromBgrText(const QString &text)
     return QColor(red, green, blue);
 }
 
-QString bgrText(const QColor &color)
-{
-    const uint value = (uint(color.blue()) << 16) | (uint(color.green()) << 8) | uint(color.red());
-    return QStringLiteral("&H") + QStringLiteral("%1").arg(value, 6, 16, QLatin1Char('0')).toUpper();
-}
-
 } // namespace tolvane

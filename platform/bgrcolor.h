@@ -11,7 +11,13 @@ namespace tolvane {
 // plain decimal BGR value. An invalid QColor for empty or unreadable text.
 QColor colorFromBgrText(const QString &text);
 
-// The stored form of a colour: "&H" + six upper-case hexadecimal digits, BGR order.
-QString bgrText(const QColor &color);
+// The stored form of a colour: "&H" + six upper-case hexadecimal digits, BGR order. Inline, so
+// that only code that shows colours needs Qt Gui's QColor accessors (tolvane-cli loads Qt Core
+// alone).
+inline QString bgrText(const QColor &color)
+{
+    const uint value = (uint(color.blue()) << 16) | (uint(color.green()) << 8) | uint(color.red());
+    return QStringLiteral("&H") + QStringLiteral("%1").arg(value, 6, 16, QLatin1Char('0')).toUpper();
+}
 
 } // namespace tolvane

@@ -17,15 +17,44 @@
 
 namespace tolvane {
 
-void sortAsFileList(QList<FolderEntry> &entries)
+FileNames FileNames::fromList(const QStringList &names)
+{
+    FileNames out;
+    qsizetype chars = 0;
+    for (const QString &n : names)
+        chars += n.size();
+    out.reserve(names.size(), chars);
+    for (const QString &n : names)
+        out.append(n);
+    return out;
+}
+
+void FileNames::reserve(qsizetype names, qsizetype chars)
+{
+    m_ends.reserve(names);
+    m_text.reserve(chars);
+}
+
+void FileNames::append(QStringView name)
+{
+    const qsizetype at = m_text.size();
+    m_text.resize(at + name.size());
+    std::memcpy(m_text.data() + at, name.utf16(), size_t(name.size()) * sizeof(char16_t));
+    m_ends.append(qint32(m_text.size()));
+}
+
+namespace {
+
+// The order of the system's file list over count names (see sortAsFileList).
+QList<int> fileListOrder(qsizetype count, const std::function<QStringView(qsizetype)> &nameAt)
 {
     // The upper-cased names go into one buffer, not a string each: a folder of a hundred
     // thousand files would otherwise leave as many freed small blocks behind.
     QList<char16_t> keys;
     QList<qsizetype> starts;
-    starts.reserve(entries.size() + 1);
-    for (const FolderEntry &e : entries) {
-        const QString upper = e.name.toUpper();
+    starts.reserve(count + 1);
+    for (qsizetype i = 0; i < count; ++i) {
+        const QString upper = nameAt(i).toString().toUpper();
         const qsizetype at = keys.size();
         starts.append(at);
         keys.resize(at + upper.size());
@@ -33,18 +62,74 @@ void sortAsFileList(QList<FolderEntry> &entries)
     }
     starts.append(keys.size());
     auto key = [&](int i) { return QStringView(keys.constData() + starts.at(i), starts.at(i + 1) - starts.at(i)); };
-    QList<int> order(entries.size());
+    QList<int> order(count);
     for (int i = 0; i < order.size(); ++i)
         order[i] = i;
     std::sort(order.begin(), order.end(), [&](int a, int b) {
         const int c = key(a).compare(key(b), Qt::CaseSensitive);
-        return c != 0 ? c < 0 : entries.at(a).name < entries.at(b).name;
+        return c != 0 ? c < 0 : nameAt(a).compare(nameAt(b), Qt::CaseSensitive) < 0;
     });
-    QList<FolderEntry> sorted;
-    sorted.reserve(entries.size());
-    for (int i : order)
-        sorted.append(std::move(entries[i]));
-    entries = std::move(sorted);
+    return order;
+}
+
+// Runs file for each file of folder as readFolderEntries lists it: its name, size and
+// modification instant (empty when unreadable).
+void forEachFolderFile(
+    const QString &folder, const std::function<void(const QString &, qint64, std::optional<qint64>)> &file);
+
+} // namespace
+
+void sortAsFileList(QList<FolderEntry> &entries)
+{
+    QList<int> order = fileListOrder(entries.size(), [&](qsizetype i) { return QStringView(entries.at(i).name); });
+    // Put in order in place, following each cycle of the permutation: no second list.
+    for (int i = 0; i < order.size(); ++i) {
+        if (order.at(i) < 0)
+            continue;
+        int at = i;
+        while (order.at(at) != i) {
+            const int from = order.at(at);
+            std::swap(entries[at], entries[from]);
+            order[at] = -1;
+            at = from;
+        }
+        order[at] = -1;
+    }
+}
+
+void sortAsFileList(FolderListing &listing)
+{
+    const QList<int> order = fileListOrder(listing.names.size(), [&](qsizetype i) { return listing.names.at(i); });
+    FolderListing sorted;
+    qsizetype chars = 0;
+    for (qsizetype i = 0; i < listing.names.size(); ++i)
+        chars += listing.names.at(i).size();
+    sorted.names.reserve(order.size(), chars);
+    sorted.modified.reserve(order.size());
+    for (int i : order) {
+        sorted.names.append(listing.names.at(i));
+        sorted.modified.append(listing.modified.at(i));
+    }
+    listing = std::move(sorted);
+}
+
+QList<FolderEntry> readFolderEntries(const QString &folder)
+{
+    QList<FolderEntry> out;
+    forEachFolderFile(folder, [&](const QString &name, qint64 size, std::optional<qint64> modified) {
+        out.append({ name, size, modified });
+    });
+    return out;
+}
+
+FolderListing readFolderListing(const QString &folder)
+{
+    FolderListing out;
+    forEachFolderFile(folder, [&](const QString &name, qint64, std::optional<qint64> modified) {
+        out.names.append(name);
+        out.modified.append(modified ? *modified : FolderListing::kUnknown);
+    });
+    return out;
 }
 
 #ifdef Q_OS_UNIX
@@ -62,14 +147,16 @@ qint64 instantOf(const struct stat &st)
 
 } // namespace
 
-QList<FolderEntry> readFolderEntries(const QString &folder)
+namespace {
+
+void forEachFolderFile(
+    const QString &folder, const std::function<void(const QString &, qint64, std::optional<qint64>)> &file)
 {
-    QList<FolderEntry> out;
     if (folder.isEmpty())
-        return out;
+        return;
     DIR *dir = ::opendir(QFile::encodeName(QDir::fromNativeSeparators(folder)).constData());
     if (!dir)
-        return out;
+        return;
     const int fd = ::dirfd(dir);
     while (const struct dirent *e = ::readdir(dir)) {
         const char *name = e->d_name;
@@ -89,11 +176,12 @@ QList<FolderEntry> readFolderEntries(const QString &folder)
         struct stat st;
         if (::fstatat(fd, name, &st, 0) != 0 || !S_ISREG(st.st_mode))
             continue;
-        out.append({ decoded, qint64(st.st_size), instantOf(st) });
+        file(decoded, qint64(st.st_size), instantOf(st));
     }
     ::closedir(dir);
-    return out;
 }
+
+} // namespace
 
 std::optional<qint64> fileModifiedInstant(const QString &path)
 {
@@ -119,23 +207,23 @@ QDate LocalCalendar::dayOf(qint64 instant) const
 
 #else
 
-QList<FolderEntry> readFolderEntries(const QString &folder)
+namespace {
+
+void forEachFolderFile(
+    const QString &folder, const std::function<void(const QString &, qint64, std::optional<qint64>)> &file)
 {
-    QList<FolderEntry> out;
     if (folder.isEmpty())
-        return out;
+        return;
     const QFileInfoList infos = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden, QDir::NoSort);
     for (const QFileInfo &fi : infos) {
-        FolderEntry f;
-        f.name = fi.fileName();
-        if (fi.exists()) {
-            f.size = fi.size();
-            f.modified = fi.lastModified().toMSecsSinceEpoch();
-        }
-        out.append(std::move(f));
+        if (fi.exists())
+            file(fi.fileName(), fi.size(), fi.lastModified().toMSecsSinceEpoch());
+        else
+            file(fi.fileName(), -1, std::nullopt);
     }
-    return out;
 }
+
+} // namespace
 
 std::optional<qint64> fileModifiedInstant(const QString &path)
 {

@@ -97,14 +97,11 @@ QString skippedFilesMessage(const QList<SkippedFile> &skipped)
     return text;
 }
 
-RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
-    const QStringList &names, const Progress &progress)
-{
-    return RegisterShownFolder(db, prompter, CurrentFolder, names, {}, progress);
-}
+namespace {
 
-RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
-    const QStringList &names, const QList<QDateTime> &modified, const Progress &progress)
+// RegisterShownFolder on names whose days dayList gives (asked once, inside the transaction).
+RegistrationOutcome registerNames(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const FileNames &names, const std::function<QList<QDate>()> &dayList, const Progress &progress)
 {
     RegistrationOutcome out;
     for (const QString &name : unreadableFileNames(CurrentFolder))
@@ -122,10 +119,6 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
         return out;
     }
     const int listed = int(names.size());
-    // The files' days: from the list when it carries them, else one status call a file.
-    auto dayList = [&]() {
-        return modified.size() == names.size() ? modificationDays(modified) : modificationDays(CurrentFolder, names);
-    };
     // One transaction from the folder's lookup on: a folder another writer registers at the same
     // moment is either found registered here or registered after this commit, never twice.
     bool synchronising = false;
@@ -198,6 +191,36 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
     }
     reportSkipped(prompter, out.skipped);
     return out;
+}
+
+} // namespace
+
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const QStringList &names, const Progress &progress)
+{
+    return RegisterShownFolder(db, prompter, CurrentFolder, names, {}, progress);
+}
+
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const QStringList &names, const QList<QDateTime> &modified, const Progress &progress)
+{
+    const FileNames listed = FileNames::fromList(names);
+    // The files' days: from the list when it carries them, else one status call a file.
+    return registerNames(
+        db, prompter, CurrentFolder, listed,
+        [&] {
+            return modified.size() == names.size() ? modificationDays(modified)
+                                                   : modificationDays(CurrentFolder, listed);
+        },
+        progress);
+}
+
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const FileNames &names, const QList<QDate> &days, const Progress &progress)
+{
+    return registerNames(
+        db, prompter, CurrentFolder, names,
+        [&] { return days.size() == names.size() ? days : modificationDays(CurrentFolder, names); }, progress);
 }
 
 } // namespace tolvane::registration

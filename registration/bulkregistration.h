@@ -53,5 +53,9 @@ RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, c
 // invalid when unreadable), so that no file is read again.
 RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
     const QStringList &names, const QList<QDateTime> &modified, const Progress &progress = {});
+// The same on names kept compactly, with their local days (days[i] for names.at(i); invalid
+// when unreadable): for folders of very many files.
+RegistrationOutcome RegisterShownFolder(jet::Database &db, Prompter &prompter, const QString &CurrentFolder,
+    const FileNames &names, const QList<QDate> &days, const Progress &progress = {});
 
 } // namespace tolvane::registration

@@ -1,6 +1,7 @@
 #include "registration/pathrecords.h"
 
 #include <algorithm>
+#include <limits>
 
 #include <QFileInfo>
 #include <QHash>
@@ -27,11 +28,11 @@ Status AddPathName(jet::Database &db, const QString &path, int pnID)
 
 namespace {
 
-jet::Row newFileRow(const QString &name, int pnID, const QDate &day)
+jet::Row newFileRow(QStringView name, int pnID, const QDate &day)
 {
     jet::Row row(FileAtrFieldCount);
     row[FClass] = QString();
-    row[FName] = name;
+    row[FName] = name.toString();
     row[FDate] = day.isValid() ? QVariant(day) : QVariant();
     row[FKStr] = QString();
     row[FPnID] = pnID;
@@ -43,7 +44,7 @@ jet::Row newFileRow(const QString &name, int pnID, const QDate &day)
 // Listed names are matched to rows by their exact text, as the deletion pass keeps rows. (On a
 // disk that tells case apart, "a.txt" and "A.txt" are two files and get two rows; matched without
 // case they would share one row whose date flipped between them at every synchronisation.)
-QString matchKey(const QString &name)
+QStringView matchKey(QStringView name)
 {
     return name;
 }
@@ -60,7 +61,7 @@ bool sameDay(const std::optional<double> &stored, const QDate &day)
 
 // For each listed name, the index of its first listing when it was listed before, else -1.
 // Found by sorting hashes rather than keeping a table of every name.
-QList<int> firstListings(const QStringList &names)
+QList<int> firstListings(const FileNames &names)
 {
     QList<QPair<size_t, int>> hashed(names.size());
     for (int i = 0; i < names.size(); ++i)
@@ -87,11 +88,16 @@ QList<int> firstListings(const QStringList &names)
 
 QList<QDate> modificationDays(const QString &folder, const QStringList &names)
 {
+    return modificationDays(folder, FileNames::fromList(names));
+}
+
+QList<QDate> modificationDays(const QString &folder, const FileNames &names)
+{
     const LocalCalendar calendar;
     QList<QDate> days;
     days.reserve(names.size());
-    for (const QString &name : names) {
-        const std::optional<qint64> t = fileModifiedInstant(joinPath(folder, name));
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        const std::optional<qint64> t = fileModifiedInstant(joinPath(folder, names.at(i).toString()));
         days.append(t ? calendar.dayOf(*t) : QDate());
     }
     return days;
@@ -130,29 +136,33 @@ Result<int> AddNewFiles(jet::Database &db, const QString &folder, int pnID, cons
     auto existing = ReadFolderFileRows(db, pnID);
     if (!existing)
         return existing.status();
-    return AddNewFiles(db, pnID, names, modificationDays(folder, names), *existing, DateFixCount, skipped, progress);
+    const FileNames listed = FileNames::fromList(names);
+    return AddNewFiles(db, pnID, listed, modificationDays(folder, listed), *existing, DateFixCount, skipped, progress);
 }
 
-Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
+Result<int> AddNewFiles(jet::Database &db, int pnID, const FileNames &names, const QList<QDate> &days,
     const QList<FolderFileRow> &rows, int &DateFixCount, QList<SkippedFile> &skipped, const Progress &progress)
 {
-    QHash<QString, int> byName; // match key -> index into rows
+    QHash<QStringView, int> byName; // match key -> index into rows
     byName.reserve(rows.size());
     for (int i = 0; i < rows.size(); ++i) {
-        const QString key = matchKey(rows[i].name);
+        const QStringView key = matchKey(rows[i].name);
         if (!byName.contains(key)) // the first row of a name wins, as in the single-file lookup
             byName.insert(key, i);
     }
     // A name listed again names the row its first listing found or added. Rows added here are
     // kept apart (no name: the listing has it), so that a large first registration holds one
     // small record a file.
-    const QList<int> first = firstListings(names);
+    // Per listing: until it is handled, the index of its first listing (-1 when it is the first);
+    // then the row it names: an index into rows, or rows.size() + one into added. A listing only
+    // ever looks up a first listing, which has been handled by then.
+    QList<int> slot = firstListings(names);
     struct Added {
         jet::RowId id;
-        std::optional<double> date;
+        qint32 day; // the stored fDate: an OLE day number, kNoDay for null
     };
+    constexpr qint32 kNoDay = std::numeric_limits<qint32>::min();
     QList<Added> added;
-    QList<int> target(names.size(), -1); // per listing: index into rows, or rows.size() + into added
     QHash<int, double> fixed; // dates corrected in rows, by index
 
     const int total = int(names.size());
@@ -160,25 +170,28 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, c
         if (progress && (i % 64) == 0 && !progress(i, total)) {
             return Status::cancelled();
         }
-        const QString &name = names[i];
+        const QStringView name = names.at(i);
         if (name.size() > kFileNameMaxLength) {
-            skipped.append({ name, QStringLiteral("ファイル名が長すぎます（%1文字まで）").arg(kFileNameMaxLength) });
+            skipped.append(
+                { name.toString(), QStringLiteral("ファイル名が長すぎます（%1文字まで）").arg(kFileNameMaxLength) });
             continue;
         }
         const QDate day = days.value(i);
         int ref = -1;
-        if (first.at(i) >= 0) {
-            ref = target.at(first.at(i));
+        if (slot.at(i) >= 0) {
+            ref = slot.at(slot.at(i));
         } else if (const auto it = byName.constFind(matchKey(name)); it != byName.constEnd()) {
             ref = *it;
         }
         if (ref >= 0) {
-            target[i] = ref;
+            slot[i] = ref;
             const bool isAdded = ref >= rows.size();
             const jet::RowId id = isAdded ? added.at(ref - rows.size()).id : rows.at(ref).id;
-            const std::optional<double> stored = isAdded ? added.at(ref - rows.size()).date
-                : fixed.contains(ref)                    ? fixed.value(ref)
-                                                         : rows.at(ref).date;
+            const qint32 addedDay = isAdded ? added.at(ref - rows.size()).day : kNoDay;
+            const std::optional<double> stored = isAdded
+                ? (addedDay == kNoDay ? std::nullopt : std::optional<double>(addedDay))
+                : fixed.contains(ref) ? fixed.value(ref)
+                                      : rows.at(ref).date;
             // A listed file whose date cannot be read any more keeps its recorded date.
             if (day.isValid() && !sameDay(stored, day)) {
                 Result<jet::Row> values = db.readRow(kFileAtrTable, id);
@@ -190,7 +203,7 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, c
                 if (!st)
                     return st;
                 if (isAdded)
-                    added[ref - rows.size()].date = jet::oleDay(day);
+                    added[ref - rows.size()].day = qint32(jet::oleDay(day));
                 else
                     fixed.insert(ref, jet::oleDay(day));
                 ++DateFixCount;
@@ -200,8 +213,8 @@ Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, c
         const auto id = db.insertRow(kFileAtrTable, newFileRow(name, pnID, day));
         if (!id)
             return id.status();
-        added.append({ id.value(), day.isValid() ? std::optional<double>(jet::oleDay(day)) : std::nullopt });
-        target[i] = int(rows.size() + added.size()) - 1;
+        added.append({ id.value(), day.isValid() ? qint32(jet::oleDay(day)) : kNoDay });
+        slot[i] = int(rows.size() + added.size()) - 1;
     }
     if (progress)
         progress(total, total);
@@ -213,16 +226,16 @@ Result<int> DeleteMissingFiles(jet::Database &db, int pnID, const QStringList &n
     auto existing = ReadFolderFileRows(db, pnID);
     if (!existing)
         return existing.status();
-    return DeleteMissingFiles(db, names, *existing, progress);
+    return DeleteMissingFiles(db, FileNames::fromList(names), *existing, progress);
 }
 
 Result<int> DeleteMissingFiles(
-    jet::Database &db, const QStringList &names, QList<FolderFileRow> &rows, const Progress &progress)
+    jet::Database &db, const FileNames &names, QList<FolderFileRow> &rows, const Progress &progress)
 {
-    QSet<QString> listed;
+    QSet<QStringView> listed;
     listed.reserve(names.size());
-    for (const QString &name : names)
-        listed.insert(matchKey(name));
+    for (qsizetype i = 0; i < names.size(); ++i)
+        listed.insert(matchKey(names.at(i)));
     int deleted = 0;
     const int total = int(rows.size());
     QList<FolderFileRow> kept;

@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include "catalog/records.h"
+#include "platform/filetimes.h"
 #include "platform/jet/database.h"
 #include "platform/status.h"
 
@@ -63,13 +64,14 @@ Result<QList<FolderFileRow>> ReadFolderFileRows(jet::Database &db, int pnID);
 QList<QDate> modificationDays(const QList<QDateTime> &modified);
 // The local days of the files names in folder, read with one status call a file.
 QList<QDate> modificationDays(const QString &folder, const QStringList &names);
+QList<QDate> modificationDays(const QString &folder, const FileNames &names);
 
 // AddNewFiles and DeleteMissingFiles on the folder's rows read once: days[i] is the day of
 // names[i] (invalid when unreadable). DeleteMissingFiles takes the deleted rows out of rows, so
 // that one reading serves both passes of a synchronisation.
-Result<int> AddNewFiles(jet::Database &db, int pnID, const QStringList &names, const QList<QDate> &days,
+Result<int> AddNewFiles(jet::Database &db, int pnID, const FileNames &names, const QList<QDate> &days,
     const QList<FolderFileRow> &rows, int &DateFixCount, QList<SkippedFile> &skipped, const Progress &progress = {});
 Result<int> DeleteMissingFiles(
-    jet::Database &db, const QStringList &names, QList<FolderFileRow> &rows, const Progress &progress = {});
+    jet::Database &db, const FileNames &names, QList<FolderFileRow> &rows, const Progress &progress = {});
 
 } // namespace tolvane::registration

@@ -23,6 +23,10 @@ QDateTime asDateTime(const QVariant &v)
 // Case-folded character for Jet's case-insensitive comparisons.
 char16_t fold(QChar c)
 {
+    // ASCII inline (only A-Z fold there); the rest through Qt's tables.
+    const char16_t u = c.unicode();
+    if (u < 0x80)
+        return u >= u'A' && u <= u'Z' ? char16_t(u + (u'a' - u'A')) : u;
     return c.toCaseFolded().unicode();
 }
 

@@ -162,6 +162,13 @@ std::optional<QStringView> Recordset::textField(int index) const
     return m_rows.text(m_cur, index);
 }
 
+RowStore::Stored Recordset::storedField(int index) const
+{
+    if (m_editing || index < 0 || index >= m_columns.size() || m_cur < 0 || m_cur >= m_rows.rows())
+        return { RowStore::Stored::Kind::Other, {}, 0, 0 };
+    return m_rows.stored(m_cur, index);
+}
+
 QVariant Recordset::field(const QString &name) const
 {
     return field(fieldIndex(name));

@@ -49,6 +49,9 @@ public:
     // A Text or Memo field of the current row without a copy, valid until the recordset changes;
     // empty for other fields and nulls. For showing many texts.
     std::optional<QStringView> textField(int index) const;
+    // A field of the current row as the recordset keeps it (see RowStore::Stored), with one
+    // look: for showing many rows. Other while the row is being edited.
+    RowStore::Stored storedField(int index) const;
     RowId currentId() const;
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after

@@ -3,16 +3,25 @@
 #include <algorithm>
 #include <cstring>
 
+#include <QVarLengthArray>
+
 #include "platform/jet/types.h"
 
 namespace tolvane::jet {
+
+void RowStore::reserve(int rows, qsizetype textChars)
+{
+    m_cells.reserve(qsizetype(rows) * m_fields);
+    m_text.reserve(textChars);
+}
 
 int RowStore::appendRow()
 {
     if (m_fields == 0)
         return m_rowsWithoutFields++;
+    const int row = rows();
     m_cells.resize(m_cells.size() + m_fields);
-    return rows() - 1;
+    return row;
 }
 
 void RowStore::setDate(int row, int field, double ole)
@@ -21,6 +30,40 @@ void RowStore::setDate(int row, int field, double ole)
     c = Cell {};
     c.kind = Kind::Date;
     c.d = ole;
+}
+
+void RowStore::setInt(int row, int field, qint64 value)
+{
+    Cell &c = cell(row, field);
+    c = Cell {};
+    c.kind = Kind::Int;
+    c.i = value;
+}
+
+RowStore::Stored RowStore::stored(int row, int field) const
+{
+    const Cell &c = cell(row, field);
+    Stored s;
+    switch (c.kind) {
+    case Kind::Null:
+        break;
+    case Kind::Text:
+        s.kind = Stored::Kind::Text;
+        s.text = QStringView(m_text.constData() + c.i, c.length);
+        break;
+    case Kind::Date:
+        s.kind = Stored::Kind::Date;
+        s.date = c.d;
+        break;
+    case Kind::Int:
+        s.kind = Stored::Kind::Int;
+        s.integer = c.i;
+        break;
+    default:
+        s.kind = Stored::Kind::Other;
+        break;
+    }
+    return s;
 }
 
 char16_t *RowStore::reserveText(qsizetype n)
@@ -37,7 +80,7 @@ void RowStore::setText(int row, int field, qsizetype length)
     c = Cell {};
     c.kind = Kind::Text;
     c.i = m_reserved;
-    c.length = length;
+    c.length = quint32(length);
 }
 
 void RowStore::setValue(int row, int field, const QVariant &value)
@@ -117,18 +160,29 @@ std::optional<double> RowStore::date(int row, int field) const
     return std::nullopt;
 }
 
-void RowStore::permute(const QList<int> &order)
+void RowStore::permute(QList<int> order)
 {
     if (m_fields == 0)
         return;
-    QList<Cell> cells(qsizetype(order.size()) * m_fields);
-    Cell *to = cells.data();
-    const Cell *from = m_cells.constData();
-    for (int r : order) {
-        std::copy_n(from + qsizetype(r) * m_fields, m_fields, to);
-        to += m_fields;
+    // In place, following each cycle of the permutation: rows are then read in their new order
+    // one after another, and no second array is needed.
+    QVarLengthArray<Cell, 16> held(m_fields);
+    Cell *cells = m_cells.data();
+    const size_t rowBytes = size_t(m_fields) * sizeof(Cell);
+    for (int i = 0; i < order.size(); ++i) {
+        if (order.at(i) < 0 || order.at(i) == i)
+            continue;
+        std::memcpy(held.data(), cells + qsizetype(i) * m_fields, rowBytes);
+        int at = i;
+        while (order.at(at) != i) {
+            const int from = order.at(at);
+            std::memcpy(cells + qsizetype(at) * m_fields, cells + qsizetype(from) * m_fields, rowBytes);
+            order[at] = -1;
+            at = from;
+        }
+        std::memcpy(cells + qsizetype(at) * m_fields, held.data(), rowBytes);
+        order[at] = -1;
     }
-    m_cells = std::move(cells);
 }
 
 } // namespace tolvane::jet

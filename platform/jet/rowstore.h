@@ -11,6 +11,8 @@
 #include <QList>
 #include <QVariant>
 
+#include "platform/jet/largeblock.h"
+
 namespace tolvane::jet {
 
 class RowStore {
@@ -23,11 +25,16 @@ public:
     int fields() const { return m_fields; }
     int rows() const { return m_fields > 0 ? int(m_cells.size() / m_fields) : m_rowsWithoutFields; }
 
+    // Room for this many rows and text characters in all, so that filling the store does not
+    // grow it step by step.
+    void reserve(int rows, qsizetype textChars);
     // Appends a row of nulls; returns its index.
     int appendRow();
 
     void setNull(int row, int field) { cell(row, field) = Cell {}; }
     void setDate(int row, int field, double ole);
+    // A whole number (Byte, Integer, Long), read back as an int.
+    void setInt(int row, int field, qint64 value);
     // Any value as Row carries it (types.h); text is copied into the buffer.
     void setValue(int row, int field, const QVariant &value);
     // Text written straight into the buffer: reserve room for at most n characters, write them
@@ -42,14 +49,26 @@ public:
     // A date's stored OLE number; empty for other values and nulls.
     std::optional<double> date(int row, int field) const;
 
+    // A cell as it is kept, for showing many rows with one look each: null, text (valid until
+    // the store changes), a date's OLE number, a whole number, or Other for every other value
+    // (read those with value()).
+    struct Stored {
+        enum class Kind { Null, Text, Date, Int, Other };
+        Kind kind = Kind::Null;
+        QStringView text;
+        double date = 0;
+        qint64 integer = 0;
+    };
+    Stored stored(int row, int field) const;
+
     // Reorders the rows: row i of the result is row order[i] of the present rows.
-    void permute(const QList<int> &order);
+    void permute(QList<int> order);
 
 private:
     enum class Kind : quint8 { Null, Bool, Int, Double, Date, Text, Other };
     struct Cell {
         Kind kind = Kind::Null;
-        qint64 length = 0; // Text
+        quint32 length = 0; // Text
         union {
             qint64 i = 0; // Bool, Int; Text: offset in m_text; Other: index in m_others
             double d; // Double, Date
@@ -60,8 +79,8 @@ private:
 
     int m_fields = 0;
     int m_rowsWithoutFields = 0;
-    QList<Cell> m_cells;
-    QList<char16_t> m_text;
+    LargeArray<Cell> m_cells;
+    LargeArray<char16_t> m_text;
     qsizetype m_reserved = -1; // where the text being written starts
     QList<QVariant> m_others;
     mutable QHash<quint64, QDateTime> m_dates; // converted dates, by the bits of their number

@@ -9,6 +9,7 @@
 
 #include "failingfileaccess.h"
 #include "jetfixtures.h"
+#include "platform/jet/internal/diskfileaccess.h"
 #include "platform/jet/internal/pagestore.h"
 
 using namespace tolvane;
@@ -67,6 +68,7 @@ private slots:
     void initTestCase();
     void init();
     void commitAndRollback();
+    void imageGrowsAndShrinksWithoutStaleBytes();
     void faultDuringCommit_data();
     void faultDuringCommit();
     void killedWriterLeavesWholeTransactions();
@@ -153,6 +155,47 @@ void TstJetTransaction::commitAndRollback()
     auto again = Database::open(m_path);
     QCOMPARE(sequences(**again), (QMap<int, int> { { 2, 10000 }, { 3, 1 } }));
     JET_VERIFY_ORACLES(m_path);
+}
+
+// The page image grows past the size where it moves into its own mapping, is cut back by a
+// rollback and a savepoint, and grows again: pages appended are zero every time, and what is
+// committed is what the file then holds.
+void TstJetTransaction::imageGrowsAndShrinksWithoutStaleBytes()
+{
+    internal::DiskFileAccess files;
+    auto locks = internal::ConnectionLocks::open(files, m_path, true);
+    QVERIFY(locks);
+    QVERIFY((*locks)->lockWriter());
+    auto opened = internal::PageStore::open(files, **locks, m_path);
+    QVERIFY(opened);
+    internal::PageStore &store = **opened;
+    const quint32 committed = store.pageCount();
+    auto fill = [&](quint32 pages, char byte) {
+        for (quint32 i = 0; i < pages; ++i) {
+            const quint32 n = store.appendPage();
+            const uchar *page = store.page(n);
+            QVERIFY(std::all_of(page, page + internal::kPageSize, [](uchar b) { return b == 0; }));
+            std::memset(store.mutablePage(n), byte, internal::kPageSize);
+        }
+    };
+    fill(600, 'a'); // past 2 MB
+    store.rollback();
+    QCOMPARE(store.pageCount(), committed);
+    fill(300, 'b');
+    store.beginSavepoint();
+    fill(400, 'c');
+    store.rollbackToSavepoint();
+    QCOMPARE(store.pageCount(), committed + 300);
+    fill(500, 'd');
+    QVERIFY(store.commit());
+    const QByteArray disk = fileBytes(m_path);
+    QCOMPARE(disk.size(), qsizetype(committed + 800) * internal::kPageSize);
+    for (quint32 n = 0; n < store.pageCount(); ++n)
+        QVERIFY(std::memcmp(disk.constData() + qsizetype(n) * internal::kPageSize, store.page(n), internal::kPageSize)
+            == 0);
+    QCOMPARE(disk.at(qsizetype(committed + 299) * internal::kPageSize), 'b');
+    QCOMPARE(disk.at(qsizetype(committed + 300) * internal::kPageSize), 'd');
+    (*locks)->unlockWriter();
 }
 
 void TstJetTransaction::faultDuringCommit_data()

@@ -69,6 +69,14 @@ public:
         return data;
     }
 
+    Result<qint64> readInto(qint64 offset, char *to, qint64 size) override
+    {
+        const qint64 n = m_file.seek(offset) ? m_file.read(to, size) : -1;
+        if (n < 0)
+            return failed(QStringLiteral("cannot read"));
+        return n;
+    }
+
     Status write(qint64 offset, QByteArrayView data) override
     {
         if (!m_file.seek(offset) || m_file.write(data.data(), data.size()) != data.size()) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include <QByteArray>
@@ -22,6 +23,15 @@ public:
 
     // Up to size bytes from offset: fewer only where the file ends.
     virtual Result<QByteArray> read(qint64 offset, qint64 size) = 0;
+    // The same into memory the caller gives; returns the number of bytes read.
+    virtual Result<qint64> readInto(qint64 offset, char *to, qint64 size)
+    {
+        Result<QByteArray> bytes = read(offset, size);
+        if (!bytes)
+            return bytes.status();
+        std::memcpy(to, bytes->constData(), size_t(bytes->size()));
+        return qint64(bytes->size());
+    }
     // Writes all of data at offset, growing the file when it reaches past the end. A failure
     // may leave part of data written.
     virtual Status write(qint64 offset, QByteArrayView data) = 0;

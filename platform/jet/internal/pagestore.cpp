@@ -1,6 +1,7 @@
 #include "platform/jet/internal/pagestore.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include <QDateTime>
 #include <QDir>
@@ -46,6 +47,24 @@ bool settled(const FileStamp &stamp, qint64 seenMs)
 }
 
 } // namespace
+
+bool PageImage::resize(qint64 size)
+{
+    if (size > m_block.capacity()) {
+        const qint64 capacity = std::max(size, m_block.capacity() + m_block.capacity() / 2);
+        const auto pages = m_size == 0 ? LargeBlock::Pages::Large : LargeBlock::Pages::Small;
+        if (!m_block.reserve(capacity, m_size, pages))
+            return false;
+    }
+    if (size > m_size) {
+        // Bytes written before and cut off since are zeroed; the rest still are.
+        if (m_clean > m_size)
+            std::memset(m_block.data() + m_size, 0, size_t(std::min(size, m_clean) - m_size));
+    }
+    m_size = size;
+    m_clean = std::max(m_clean, size);
+    return true;
+}
 
 PageStore::PageStore(FileAccess &files, ConnectionLocks &locks, const QString &path)
     : m_files(files)
@@ -98,10 +117,15 @@ Status PageStore::readFile(bool writeBack)
         Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read);
         if (!f)
             return f.status();
-        Result<QByteArray> data = (*f)->readAll();
-        if (!data)
-            return data.status();
-        m_data = data.take();
+        Result<qint64> size = (*f)->size();
+        if (!size)
+            return size.status();
+        if (!m_data.resize(*size))
+            return Status::ioError(QStringLiteral("no memory for %1").arg(QDir::toNativeSeparators(m_path)));
+        Result<qint64> read = (*f)->readInto(0, m_data.data(), *size);
+        if (!read)
+            return read.status();
+        m_data.resize(*read);
     }
     // Taken before the journal is looked at: a later commit then shows in a later stamp.
     rememberStamp();
@@ -153,10 +177,11 @@ Status PageStore::recoverJournal(bool writeBack)
         return writeBack ? m_files.remove(jpath) : Status::ok();
     }
     const Journal &j = **journal;
-    m_data.resize(qsizetype(std::max<qint64>(j.fileSize, m_data.size())));
+    if (!m_data.resize(std::max<qint64>(j.fileSize, m_data.size())))
+        return Status::ioError(QStringLiteral("no memory for %1").arg(QDir::toNativeSeparators(m_path)));
     for (const auto &[pg, image] : j.pages)
-        std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), kPageSize);
-    m_data.resize(qsizetype(j.fileSize));
+        std::memcpy(m_data.data() + qint64(pg) * kPageSize, image.constData(), size_t(image.size()));
+    m_data.resize(j.fileSize);
     if (!writeBack)
         return Status::ok();
     if (Status s = m_locks.lockChange(); !s)
@@ -201,8 +226,17 @@ bool PageStore::changedOnDisk() const
         return true;
     bool same = false;
     if (Result<std::unique_ptr<File>> f = m_files.open(m_path, FileAccess::OpenMode::Read)) {
-        const Result<QByteArray> disk = (*f)->readAll();
-        same = disk && disk.value() == m_data && !m_files.exists(journalPath(m_path));
+        // Compared a piece at a time: no second image of the file, and the first difference ends it.
+        constexpr qint64 kPiece = 256 * 1024;
+        QByteArray piece(qsizetype(kPiece), Qt::Uninitialized);
+        Result<qint64> size = (*f)->size();
+        same = size && *size == m_data.size();
+        for (qint64 at = 0; same && at < m_data.size(); at += kPiece) {
+            const qint64 n = std::min(kPiece, m_data.size() - at);
+            Result<qint64> got = (*f)->readInto(at, piece.data(), n);
+            same = got && *got == n && std::memcmp(piece.constData(), m_data.constData() + at, size_t(n)) == 0;
+        }
+        same = same && !m_files.exists(journalPath(m_path));
         if (same)
             rememberStamp();
     }
@@ -223,7 +257,8 @@ uchar *PageStore::mutablePage(quint32 n)
 quint32 PageStore::appendPage()
 {
     const quint32 n = pageCount();
-    m_data.append(QByteArray(kPageSize, '\0'));
+    if (!m_data.resize(m_data.size() + kPageSize))
+        qFatal("out of memory for a page of %s", qPrintable(m_path));
     return n;
 }
 
@@ -246,7 +281,7 @@ void PageStore::rollbackToSavepoint()
         return;
     for (auto it = m_savepointImages.cbegin(); it != m_savepointImages.cend(); ++it)
         std::memcpy(m_data.data() + qint64(it.key()) * kPageSize, it.value().constData(), kPageSize);
-    m_data.resize(qsizetype(m_savepointPages) * kPageSize);
+    m_data.resize(qint64(m_savepointPages) * kPageSize);
     releaseSavepoint();
 }
 
@@ -254,7 +289,7 @@ void PageStore::rollback()
 {
     for (auto it = m_original.cbegin(); it != m_original.cend(); ++it)
         std::memcpy(m_data.data() + qint64(it.key()) * kPageSize, it.value().constData(), kPageSize);
-    m_data.resize(qsizetype(m_committedPages) * kPageSize);
+    m_data.resize(qint64(m_committedPages) * kPageSize);
     m_original.clear();
     releaseSavepoint();
 }

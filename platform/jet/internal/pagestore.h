@@ -16,6 +16,7 @@
 // other reader applies it to its own image), since only then is its writer surely gone.
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -27,9 +28,30 @@
 #include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/connectionlocks.h"
 #include "platform/jet/internal/fileaccess.h"
+#include "platform/jet/largeblock.h"
 #include "platform/status.h"
 
 namespace tolvane::jet::internal {
+
+// The bytes of a page store's image: one block of exactly the bytes in use (LargeBlock), read in
+// place; a file read whole is given large pages, an image grown page by page keeps small ones,
+// so that it never holds more than a page beyond its end. Bytes grown into are zero. Not
+// copyable.
+class PageImage {
+public:
+    qint64 size() const { return m_size; }
+    const char *constData() const { return m_block.data(); }
+    char *data() { return m_block.data(); }
+    QByteArrayView view() const { return QByteArrayView(m_block.data(), m_size); }
+    // False when the memory cannot be had (the image is then unchanged).
+    bool resize(qint64 size);
+    void chop(qint64 n) { resize(m_size - std::min(n, m_size)); }
+
+private:
+    LargeBlock m_block;
+    qint64 m_size = 0;
+    qint64 m_clean = 0; // bytes from here on were never written: still zero
+};
 
 class PageStore {
 public:
@@ -61,7 +83,7 @@ public:
     // True when the file held a hot journal when this image was read.
     bool hadHotJournal() const { return m_hadHotJournal; }
     // True when other holds the same committed bytes.
-    bool sameImage(const PageStore &other) const { return m_data == other.m_data; }
+    bool sameImage(const PageStore &other) const { return m_data.view() == other.m_data.view(); }
     // Makes every change since the last commit durable at once. On failure (IOError, or Busy
     // when readers did not let the pages be written) the in-memory image is rolled back to the
     // last commit, and so is the file: at once when the file can still be written, otherwise
@@ -111,7 +133,7 @@ private:
     QString m_path;
     bool m_hadHotJournal = false;
     qint64 m_strayBytes = 0;
-    QByteArray m_data;
+    PageImage m_data;
     quint32 m_committedPages = 0;
     QHash<quint32, QByteArray> m_original; // committed images of changed pages
     bool m_savepoint = false;

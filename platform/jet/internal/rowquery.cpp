@@ -215,6 +215,11 @@ Status storeValue(const ColumnDef &def, const ColumnBytes &b, const PageStore &s
             out.setDate(row, field, f64(b.data));
             return Status::ok();
         }
+        double number = 0;
+        if (isWholeNumberColumn(def.columnType()) && storedNumber(def.columnType(), b, number)) {
+            out.setInt(row, field, qint64(number));
+            return Status::ok();
+        }
     }
     Result<QVariant> v = decodeColumn(def, b, store);
     if (!v)
