@@ -163,7 +163,7 @@ void TstJetTransaction::commitAndRollback()
 void TstJetTransaction::imageGrowsAndShrinksWithoutStaleBytes()
 {
     internal::DiskFileAccess files;
-    auto locks = internal::ConnectionLocks::open(files, m_path, true);
+    auto locks = internal::ConnectionLocks::open(files, m_path, internal::ConnectionLocks::Use::Write);
     QVERIFY(locks);
     QVERIFY((*locks)->lockWriter());
     auto opened = internal::PageStore::open(files, **locks, m_path);
