@@ -1,6 +1,6 @@
 // The tolvane-cli commands that need the document readers, the drawing viewer or the spreadsheet
-// writer (render, index, fulltext, search --output). They are built as a module that tolvane-cli loads only to run one
-// of them, so that every other command starts without loading those libraries.
+// writer (render, index, fulltext, search --output). They are built as a module that tolvane-cli
+// loads only to run one of them, so that every other command starts without those libraries.
 #include <memory>
 
 #include <QCoreApplication>
