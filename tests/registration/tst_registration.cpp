@@ -259,6 +259,29 @@ private slots:
             QCOMPARE(r.date.date(), r.name == QLatin1String("Case.txt") ? kDay1.date() : kDay2.date());
     }
 
+    // A name listed more than once names one row: added once, its date corrected once.
+    void aNameListedTwiceIsOneRow()
+    {
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/a.txt"), 1, kDay1));
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/b.txt"), 1, kDay1));
+        const QStringList twice { QStringLiteral("a.txt"), QStringLiteral("b.txt"), QStringLiteral("a.txt") };
+        {
+            ScriptedPrompter prompter;
+            prompter.planAnswer(Prompter::Answer::Yes);
+            QCOMPARE(run(prompter, m_folder, twice).added, 2);
+        }
+        QVERIFY(test::writeFile(m_folder + QStringLiteral("/a.txt"), 1, kDay2));
+        ScriptedPrompter prompter;
+        prompter.planAnswer(Prompter::Answer::Yes);
+        const RegistrationOutcome out = run(prompter, m_folder, twice + twice);
+        QCOMPARE(out.added, 0);
+        QCOMPARE(out.dateFixed, 1);
+        const QList<FileRow> rows = fileRows(m_db.get());
+        QCOMPARE(rows.size(), 2);
+        for (const FileRow &r : rows)
+            QCOMPARE(r.date.date(), r.name == QLatin1String("a.txt") ? kDay2.date() : kDay1.date());
+    }
+
     void refusalsChangeNothing()
     {
         QVERIFY(test::writeFile(m_folder + QStringLiteral("/a.txt"), 1, kDay1));
