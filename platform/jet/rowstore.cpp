@@ -24,6 +24,30 @@ int RowStore::appendRow()
     return row;
 }
 
+void RowStore::append(const RowStore &other)
+{
+    Q_ASSERT(other.m_fields == m_fields);
+    m_rowsWithoutFields += other.m_rowsWithoutFields;
+    const qsizetype cellsAt = m_cells.size(), textAt = m_text.size(), othersAt = m_others.size();
+    if (!other.m_cells.size())
+        return;
+    m_cells.resize(cellsAt + other.m_cells.size());
+    std::memcpy(static_cast<void *>(m_cells.data() + cellsAt), other.m_cells.constData(),
+        size_t(other.m_cells.size()) * sizeof(Cell));
+    if (other.m_text.size()) {
+        m_text.resize(textAt + other.m_text.size());
+        std::memcpy(m_text.data() + textAt, other.m_text.constData(), size_t(other.m_text.size()) * sizeof(char16_t));
+    }
+    m_others.append(other.m_others);
+    for (qsizetype i = cellsAt; i < m_cells.size(); ++i) {
+        Cell &c = m_cells[i];
+        if (c.kind == Kind::Text)
+            c.i += textAt;
+        else if (c.kind == Kind::Other)
+            c.i += othersAt;
+    }
+}
+
 void RowStore::setDate(int row, int field, double ole)
 {
     Cell &c = cell(row, field);

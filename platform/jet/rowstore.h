@@ -61,6 +61,8 @@ public:
     };
     Stored stored(int row, int field) const;
 
+    // Appends the rows of another store with the same fields.
+    void append(const RowStore &other);
     // Reorders the rows: row i of the result is row order[i] of the present rows.
     void permute(QList<int> order);
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <system_error>
+#include <thread>
 
 #include <QDateTime>
 #include <QVarLengthArray>
@@ -324,60 +326,110 @@ Result<SelectedRows> selectRows(
             return noColumn(query.orderBy);
     }
     SortKind sortKind = orderCol >= 0 ? sortKindOf(table.columns.at(orderCol).type) : SortKind::Generic;
-    bool unplacedDate = false; // a stored date too far out for a plain key
 
-    SortKeys keys;
-    Matcher matcher(def, store);
-    QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
-    const Status s = rows.scanStored(def, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
-        RowLayout layout;
-        if (Status s = layout.parse(def, bytes, length); !s)
-            return s;
-        // The conditions' own columns first; the whole row only for a hit.
-        Result<bool> hit = matcher.matches(tests, layout);
-        if (!hit || !*hit)
-            return hit ? Result<bool>(true) : hit;
-        if (Status s = splitRow(def, bytes, length, cols.data()); !s)
-            return s;
-        const int row = out.rows.appendRow();
-        for (int f = 0; f < out.columns.size(); ++f) {
-            const int i = out.columns.at(f);
-            if (Status st = storeValue(def.columns.at(i), cols[i], store, out.rows, row, f); !st)
-                return st;
-        }
-        if (orderCol >= 0) {
-            const ColumnBytes &b = cols[orderCol];
-            SortKey k;
-            if (sortKind == SortKind::Generic) {
-                Result<QVariant> v = decodeColumn(def.columns.at(orderCol), b, store);
-                if (!v)
-                    return v.status();
-                keys.values.append(v.take());
-            } else if (sortKind == SortKind::Number) {
-                k.null = !b.present || !storedNumber(table.columns.at(orderCol).type, b, k.number);
-            } else if (sortKind == SortKind::Date) {
-                k.null = !b.present || b.size < 8;
-                if (!k.null) {
-                    OleDateParts parts;
-                    k.number = f64(b.data);
-                    if (!std::isfinite(k.number))
-                        return decodeColumn(def.columns.at(orderCol), b, store).status();
-                    if (oleDateParts(k.number, parts))
-                        k.key = parts.key();
-                    else
-                        unplacedDate = true;
-                }
-            } else {
-                k.null = !b.present;
-                keys.texts.append(b.present ? decodeText(b.data, b.size) : QString());
+    // A part of the table's pages, scanned into its own rows and keys.
+    struct Part {
+        RowStore rows;
+        QList<RowId> ids;
+        SortKeys keys;
+        bool unplacedDate = false; // a stored date too far out for a plain key
+        Status status = Status::ok();
+    };
+    auto scanPart = [&](Part &part, const quint32 *from, const quint32 *to) {
+        part.rows = RowStore(int(out.columns.size()));
+        Matcher matcher(def, store);
+        QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
+        part.status = rows.scanStored(def, from, to, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
+            RowLayout layout;
+            if (Status s = layout.parse(def, bytes, length); !s)
+                return s;
+            // The conditions' own columns first; the whole row only for a hit.
+            Result<bool> hit = matcher.matches(tests, layout);
+            if (!hit || !*hit)
+                return hit ? Result<bool>(true) : hit;
+            if (Status s = splitRow(def, bytes, length, cols.data()); !s)
+                return s;
+            const int row = part.rows.appendRow();
+            for (int f = 0; f < out.columns.size(); ++f) {
+                const int i = out.columns.at(f);
+                if (Status st = storeValue(def.columns.at(i), cols[i], store, part.rows, row, f); !st)
+                    return st;
             }
-            keys.plain.append(k);
+            if (orderCol >= 0) {
+                const ColumnBytes &b = cols[orderCol];
+                SortKey k;
+                if (sortKind == SortKind::Generic) {
+                    Result<QVariant> v = decodeColumn(def.columns.at(orderCol), b, store);
+                    if (!v)
+                        return v.status();
+                    part.keys.values.append(v.take());
+                } else if (sortKind == SortKind::Number) {
+                    k.null = !b.present || !storedNumber(table.columns.at(orderCol).type, b, k.number);
+                } else if (sortKind == SortKind::Date) {
+                    k.null = !b.present || b.size < 8;
+                    if (!k.null) {
+                        OleDateParts parts;
+                        k.number = f64(b.data);
+                        if (!std::isfinite(k.number))
+                            return decodeColumn(def.columns.at(orderCol), b, store).status();
+                        if (oleDateParts(k.number, parts))
+                            k.key = parts.key();
+                        else
+                            part.unplacedDate = true;
+                    }
+                } else {
+                    k.null = !b.present;
+                    part.keys.texts.append(b.present ? decodeText(b.data, b.size) : QString());
+                }
+                part.keys.plain.append(k);
+            }
+            part.ids.append(id);
+            return true;
+        });
+    };
+
+    // A large table is scanned in two halves at once (its pages in two runs), the second
+    // half's rows then appended to the first's: the same rows in the same order as one pass,
+    // and the same failure, as a failure in the first half is the one a single pass meets.
+    Result<QList<quint32>> pages = rows.ownedPages(def);
+    if (!pages)
+        return pages.status();
+    const quint32 *first = pages->constData(), *last = first + pages->size();
+    Part whole;
+    constexpr qsizetype kPagesForTwoThreads = 64;
+    bool scanned = false;
+    if (pages->size() >= kPagesForTwoThreads && std::thread::hardware_concurrency() >= 2) {
+        const quint32 *middle = first + pages->size() / 2;
+        Part second;
+        std::thread other;
+        try {
+            other = std::thread([&] { scanPart(second, middle, last); });
+        } catch (const std::system_error &) { // no thread to be had: one pass
         }
-        out.ids.append(id);
-        return true;
-    });
-    if (!s)
-        return s;
+        if (other.joinable()) {
+            scanPart(whole, first, middle);
+            other.join();
+            if (whole.status && !second.status)
+                whole.status = second.status;
+            if (whole.status) {
+                whole.rows.append(second.rows);
+                whole.ids.append(second.ids);
+                whole.keys.plain.append(second.keys.plain);
+                whole.keys.texts.append(second.keys.texts);
+                whole.keys.values.append(second.keys.values);
+                whole.unplacedDate = whole.unplacedDate || second.unplacedDate;
+            }
+            scanned = true;
+        }
+    }
+    if (!scanned)
+        scanPart(whole, first, last);
+    if (!whole.status)
+        return whole.status;
+    out.rows = std::move(whole.rows);
+    out.ids = std::move(whole.ids);
+    SortKeys &keys = whole.keys;
+    const bool unplacedDate = whole.unplacedDate;
 
     if (orderCol >= 0) {
         if (unplacedDate) {
