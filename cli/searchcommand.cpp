@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <system_error>
 #include <thread>
 
@@ -16,6 +17,7 @@
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
 #include "platform/jet/database.h"
+#include "platform/jet/largeblock.h"
 #include "platform/jet/recordset.h"
 #include "platform/paths.h"
 #include "search/catalogqueries.h"
@@ -26,6 +28,35 @@ namespace tolvane::cli {
 
 namespace {
 
+// Bytes to be written: a kept half of a large result fills megabytes, which a LargeArray takes
+// on large pages, with a handful of page faults.
+class OutBuffer {
+public:
+    explicit OutBuffer(qsizetype capacity) { m_bytes.reserve(capacity); }
+    qsizetype size() const { return m_bytes.size(); }
+    char *data() { return m_bytes.data(); }
+    const char *constData() const { return m_bytes.constData(); }
+    void resize(qsizetype n) { m_bytes.resize(n); }
+    void clear() { m_bytes.resize(0); }
+    void append(char c)
+    {
+        m_bytes.resize(m_bytes.size() + 1);
+        m_bytes[m_bytes.size() - 1] = c;
+    }
+    void append(const char *bytes, qsizetype n)
+    {
+        if (n <= 0)
+            return;
+        const qsizetype at = m_bytes.size();
+        m_bytes.resize(at + n);
+        std::memcpy(m_bytes.data() + at, bytes, size_t(n));
+    }
+    void append(const QByteArray &bytes) { append(bytes.constData(), bytes.size()); }
+
+private:
+    jet::LargeArray<char> m_bytes;
+};
+
 // Result rows go out buffered, built as UTF-8 directly: a search may print a hundred thousand
 // of them. A writer without a stream keeps its text for the caller (one half of the rows,
 // encoded in a second thread).
@@ -33,8 +64,8 @@ class RowWriter {
 public:
     explicit RowWriter(std::FILE *stream)
         : m_stream(stream)
+        , m_out(stream ? 1 << 17 : 4 << 20)
     {
-        m_out.reserve(1 << 17);
     }
     ~RowWriter() { flush(); }
     // One row of stored fields; dates as yyyy-mm-dd, null as nothing, and no tab or line break
@@ -58,7 +89,7 @@ public:
     // The text of a writer without a stream, appended after this writer's.
     void append(const RowWriter &other)
     {
-        m_out.append(other.m_out);
+        m_out.append(other.m_out.constData(), other.m_out.size());
         flush();
     }
     // Whether the text so far ended inside a character (a high surrogate waiting for its
@@ -192,7 +223,7 @@ private:
     }
 
     std::FILE *m_stream = nullptr;
-    QByteArray m_out;
+    OutBuffer m_out;
     QStringEncoder m_utf8 { QStringEncoder::Utf8 };
     bool m_pendingHigh = false; // the encoder holds a high surrogate from the last text
     QHash<qint64, QByteArray> m_days;

@@ -335,8 +335,18 @@ Result<SelectedRows> selectRows(
         bool unplacedDate = false; // a stored date too far out for a plain key
         Status status = Status::ok();
     };
+    Result<QList<quint32>> pages = rows.ownedPages(def);
+    if (!pages)
+        return pages.status();
+    const quint32 *first = pages->constData(), *last = first + pages->size();
     auto scanPart = [&](Part &part, const quint32 *from, const quint32 *to) {
         part.rows = RowStore(int(out.columns.size()));
+        if (from != first || to != last) {
+            // A part's store starts on its own mapping: growing it then copies nothing, and its
+            // memory comes in large pages (the part of it never used costs nothing).
+            const int fields = std::max(1, int(out.columns.size()));
+            part.rows.reserve((2 << 20) / (fields * 16), 1 << 20);
+        }
         Matcher matcher(def, store);
         QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
         part.status = rows.scanStored(def, from, to, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
@@ -391,10 +401,6 @@ Result<SelectedRows> selectRows(
     // A large table is scanned in two halves at once (its pages in two runs), the second
     // half's rows then appended to the first's: the same rows in the same order as one pass,
     // and the same failure, as a failure in the first half is the one a single pass meets.
-    Result<QList<quint32>> pages = rows.ownedPages(def);
-    if (!pages)
-        return pages.status();
-    const quint32 *first = pages->constData(), *last = first + pages->size();
     Part whole;
     constexpr qsizetype kPagesForTwoThreads = 64;
     bool scanned = false;
