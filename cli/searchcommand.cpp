@@ -5,8 +5,6 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <system_error>
-#include <thread>
 
 #include <QDateTime>
 #include <QHash>
@@ -16,6 +14,7 @@
 #include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
+#include "platform/jet/besidethread.h"
 #include "platform/jet/database.h"
 #include "platform/jet/largeblock.h"
 #include "platform/jet/recordset.h"
@@ -369,16 +368,14 @@ int runSearch(const QStringList &args)
     };
     RowWriter out(stdout);
     constexpr qsizetype kRowsForTwoThreads = 4096;
-    if (rows.size() < kRowsForTwoThreads || std::thread::hardware_concurrency() < 2) {
+    if (rows.size() < kRowsForTwoThreads || !jet::BesideThread::worthwhile()) {
         write(out, 0, rows.size());
         return 0;
     }
     const qsizetype half = rows.size() / 2;
     RowWriter second(nullptr);
-    std::thread other;
-    try {
-        other = std::thread([&] { write(second, half, rows.size()); });
-    } catch (const std::system_error &) { // no thread to be had: one pass
+    jet::BesideThread other;
+    if (!other.start([&] { write(second, half, rows.size()); })) { // no thread to be had: one pass
         write(out, 0, rows.size());
         return 0;
     }

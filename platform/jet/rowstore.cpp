@@ -48,6 +48,45 @@ void RowStore::append(const RowStore &other)
     }
 }
 
+RowStore RowStore::merged(RowStore &&first, const RowStore &second, const QList<int> &order)
+{
+    Q_ASSERT(first.m_fields == second.m_fields && order.size() == first.rows() + second.rows());
+    RowStore out(first.m_fields);
+    out.m_rowsWithoutFields = first.m_rowsWithoutFields + second.m_rowsWithoutFields;
+    const qsizetype textAt = first.m_text.size(), othersAt = first.m_others.size();
+    out.m_text = std::move(first.m_text);
+    if (second.m_text.size()) {
+        out.m_text.resize(textAt + second.m_text.size());
+        std::memcpy(
+            out.m_text.data() + textAt, second.m_text.constData(), size_t(second.m_text.size()) * sizeof(char16_t));
+    }
+    out.m_others = std::move(first.m_others);
+    out.m_others.append(second.m_others);
+    const int fields = out.m_fields;
+    if (fields == 0)
+        return out;
+    const int firstRows = first.rows();
+    const size_t rowBytes = size_t(fields) * sizeof(Cell);
+    out.m_cells.resize(order.size() * fields);
+    Cell *to = out.m_cells.data();
+    for (const int from : order) {
+        if (from < firstRows) {
+            std::memcpy(static_cast<void *>(to), first.m_cells.constData() + qsizetype(from) * fields, rowBytes);
+        } else {
+            std::memcpy(
+                static_cast<void *>(to), second.m_cells.constData() + qsizetype(from - firstRows) * fields, rowBytes);
+            for (int f = 0; f < fields; ++f) {
+                if (to[f].kind == Kind::Text)
+                    to[f].i += textAt;
+                else if (to[f].kind == Kind::Other)
+                    to[f].i += othersAt;
+            }
+        }
+        to += fields;
+    }
+    return out;
+}
+
 void RowStore::setDate(int row, int field, double ole)
 {
     Cell &c = cell(row, field);

@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <system_error>
-#include <thread>
 
 #include <QDateTime>
 #include <QVarLengthArray>
 
+#include "platform/jet/besidethread.h"
 #include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/rowcodec.h"
 
@@ -259,11 +258,12 @@ SortKind sortKindOf(ColumnType type)
     return SortKind::Generic;
 }
 
-int compareKeys(SortKind kind, const SortKeys &keys, int x, int y)
+// Row x of keys against row y of keysY.
+int compareKeys(SortKind kind, const SortKeys &keys, int x, const SortKeys &keysY, int y)
 {
     if (kind == SortKind::Generic)
-        return compareValues(keys.values.at(x), keys.values.at(y));
-    const SortKey &a = keys.plain.at(x), &b = keys.plain.at(y);
+        return compareValues(keys.values.at(x), keysY.values.at(y));
+    const SortKey &a = keys.plain.at(x), &b = keysY.plain.at(y);
     if (a.null || b.null)
         return a.null == b.null ? 0 : (a.null ? -1 : 1);
     switch (kind) {
@@ -272,7 +272,7 @@ int compareKeys(SortKind kind, const SortKeys &keys, int x, int y)
     case SortKind::Date:
         return a.key < b.key ? -1 : (a.key > b.key ? 1 : 0);
     case SortKind::Text: {
-        const int c = keys.texts.at(x).compare(keys.texts.at(y), Qt::CaseInsensitive);
+        const int c = keys.texts.at(x).compare(keysY.texts.at(y), Qt::CaseInsensitive);
         return c < 0 ? -1 : (c > 0 ? 1 : 0);
     }
     case SortKind::Generic:
@@ -334,6 +334,8 @@ Result<SelectedRows> selectRows(
         SortKeys keys;
         bool unplacedDate = false; // a stored date too far out for a plain key
         Status status = Status::ok();
+        QList<int> order; // sorted by sortPart: the part's rows in their order
+        bool sorted = false;
     };
     Result<QList<quint32>> pages = rows.ownedPages(def);
     if (!pages)
@@ -398,25 +400,62 @@ Result<SelectedRows> selectRows(
         });
     };
 
+    const bool desc = query.descending;
+    // A part's rows in order, when its keys are plain or its values decoded (a part with a date
+    // too far out for a plain key is left for the whole to be sorted at once).
+    auto sortPart = [&](Part &part) {
+        if (orderCol < 0 || part.unplacedDate || !part.status)
+            return;
+        part.order.resize(part.ids.size());
+        for (int i = 0; i < part.order.size(); ++i)
+            part.order[i] = i;
+        std::stable_sort(part.order.begin(), part.order.end(), [&](int a, int b) {
+            const int c = compareKeys(sortKind, part.keys, a, part.keys, b);
+            return desc ? c > 0 : c < 0;
+        });
+        part.sorted = true;
+    };
+
     // A large table is scanned in two halves at once (its pages in two runs), the second
     // half's rows then appended to the first's: the same rows in the same order as one pass,
     // and the same failure, as a failure in the first half is the one a single pass meets.
     Part whole;
     constexpr qsizetype kPagesForTwoThreads = 64;
     bool scanned = false;
-    if (pages->size() >= kPagesForTwoThreads && std::thread::hardware_concurrency() >= 2) {
+    if (pages->size() >= kPagesForTwoThreads && BesideThread::worthwhile()) {
         const quint32 *middle = first + pages->size() / 2;
         Part second;
-        std::thread other;
-        try {
-            other = std::thread([&] { scanPart(second, middle, last); });
-        } catch (const std::system_error &) { // no thread to be had: one pass
-        }
-        if (other.joinable()) {
+        BesideThread other;
+        if (other.start([&] {
+                scanPart(second, middle, last);
+                sortPart(second);
+            })) { // else no thread to be had: one pass
             scanPart(whole, first, middle);
+            sortPart(whole);
             other.join();
             if (whole.status && !second.status)
                 whole.status = second.status;
+            if (whole.status && whole.sorted && second.sorted) {
+                // Two sorted halves merged, the first half's rows first among equals: the order a
+                // stable sort of the whole gives.
+                const int firstRows = int(whole.ids.size());
+                for (int &i : second.order)
+                    i += firstRows;
+                QList<int> order(whole.order.size() + second.order.size());
+                std::merge(whole.order.cbegin(), whole.order.cend(), second.order.cbegin(), second.order.cend(),
+                    order.begin(), [&](int a, int b) {
+                        const SortKeys &ka = a < firstRows ? whole.keys : second.keys;
+                        const SortKeys &kb = b < firstRows ? whole.keys : second.keys;
+                        const int c = compareKeys(
+                            sortKind, ka, a < firstRows ? a : a - firstRows, kb, b < firstRows ? b : b - firstRows);
+                        return desc ? c > 0 : c < 0;
+                    });
+                out.ids.reserve(order.size());
+                for (int i : order)
+                    out.ids.append(i < firstRows ? whole.ids.at(i) : second.ids.at(i - firstRows));
+                out.rows = RowStore::merged(std::move(whole.rows), second.rows, order);
+                return out;
+            }
             if (whole.status) {
                 whole.rows.append(second.rows);
                 whole.ids.append(second.ids);
@@ -447,9 +486,8 @@ Result<SelectedRows> selectRows(
         QList<int> order(out.ids.size());
         for (int i = 0; i < order.size(); ++i)
             order[i] = i;
-        const bool desc = query.descending;
         std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
-            const int c = compareKeys(sortKind, keys, a, b);
+            const int c = compareKeys(sortKind, keys, a, keys, b);
             return desc ? c > 0 : c < 0;
         });
         QList<RowId> ids;
