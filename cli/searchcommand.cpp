@@ -31,29 +31,43 @@ namespace {
 // on large pages, with a handful of page faults.
 class OutBuffer {
 public:
-    explicit OutBuffer(qsizetype capacity) { m_bytes.reserve(capacity); }
-    qsizetype size() const { return m_bytes.size(); }
+    explicit OutBuffer(qsizetype capacity)
+    {
+        m_bytes.reserve(capacity);
+        m_bytes.resize(std::min<qsizetype>(capacity, 1 << 17));
+    }
+    qsizetype size() const { return m_size; }
     char *data() { return m_bytes.data(); }
     const char *constData() const { return m_bytes.constData(); }
-    void resize(qsizetype n) { m_bytes.resize(n); }
-    void clear() { m_bytes.resize(0); }
+    // Grown bytes are left as they were: the caller writes them.
+    void resize(qsizetype n)
+    {
+        if (n > m_bytes.size())
+            m_bytes.resize(std::max(n, 2 * m_bytes.size()));
+        m_size = n;
+    }
+    void clear() { m_size = 0; }
     void append(char c)
     {
-        m_bytes.resize(m_bytes.size() + 1);
-        m_bytes[m_bytes.size() - 1] = c;
+        if (m_size == m_bytes.size())
+            resize(m_size + 1);
+        else
+            ++m_size;
+        m_bytes[m_size - 1] = c;
     }
     void append(const char *bytes, qsizetype n)
     {
         if (n <= 0)
             return;
-        const qsizetype at = m_bytes.size();
-        m_bytes.resize(at + n);
+        const qsizetype at = m_size;
+        resize(at + n);
         std::memcpy(m_bytes.data() + at, bytes, size_t(n));
     }
     void append(const QByteArray &bytes) { append(bytes.constData(), bytes.size()); }
 
 private:
-    jet::LargeArray<char> m_bytes;
+    jet::LargeArray<char> m_bytes; // its size is the room; m_size the bytes in use
+    qsizetype m_size = 0;
 };
 
 // Result rows go out buffered, built as UTF-8 directly: a search may print a hundred thousand
