@@ -5,6 +5,7 @@
 
 #include <QVarLengthArray>
 
+#include "platform/jet/besidethread.h"
 #include "platform/jet/types.h"
 
 namespace tolvane::jet {
@@ -55,34 +56,48 @@ RowStore RowStore::merged(RowStore &&first, const RowStore &second, const QList<
     out.m_rowsWithoutFields = first.m_rowsWithoutFields + second.m_rowsWithoutFields;
     const qsizetype textAt = first.m_text.size(), othersAt = first.m_others.size();
     out.m_text = std::move(first.m_text);
-    if (second.m_text.size()) {
-        out.m_text.resize(textAt + second.m_text.size());
-        std::memcpy(
-            out.m_text.data() + textAt, second.m_text.constData(), size_t(second.m_text.size()) * sizeof(char16_t));
-    }
+    out.m_text.resize(textAt + second.m_text.size());
     out.m_others = std::move(first.m_others);
     out.m_others.append(second.m_others);
     const int fields = out.m_fields;
-    if (fields == 0)
-        return out;
+    if (fields > 0)
+        out.m_cells.resize(order.size() * fields);
     const int firstRows = first.rows();
     const size_t rowBytes = size_t(fields) * sizeof(Cell);
-    out.m_cells.resize(order.size() * fields);
-    Cell *to = out.m_cells.data();
-    for (const int from : order) {
-        if (from < firstRows) {
-            std::memcpy(static_cast<void *>(to), first.m_cells.constData() + qsizetype(from) * fields, rowBytes);
-        } else {
+    // Rows [from, to) of the result; the second half of a large store is gathered in a second
+    // thread, which also copies the second store's texts (the two write disjoint bytes).
+    auto gather = [&](qsizetype from, qsizetype to, bool copyTexts) {
+        if (copyTexts && second.m_text.size())
             std::memcpy(
-                static_cast<void *>(to), second.m_cells.constData() + qsizetype(from - firstRows) * fields, rowBytes);
+                out.m_text.data() + textAt, second.m_text.constData(), size_t(second.m_text.size()) * sizeof(char16_t));
+        if (fields == 0)
+            return;
+        Cell *at = out.m_cells.data() + from * fields;
+        for (qsizetype i = from; i < to; ++i, at += fields) {
+            const int row = order.at(i);
+            if (row < firstRows) {
+                std::memcpy(static_cast<void *>(at), first.m_cells.constData() + qsizetype(row) * fields, rowBytes);
+                continue;
+            }
+            std::memcpy(
+                static_cast<void *>(at), second.m_cells.constData() + qsizetype(row - firstRows) * fields, rowBytes);
             for (int f = 0; f < fields; ++f) {
-                if (to[f].kind == Kind::Text)
-                    to[f].i += textAt;
-                else if (to[f].kind == Kind::Other)
-                    to[f].i += othersAt;
+                if (at[f].kind == Kind::Text)
+                    at[f].i += textAt;
+                else if (at[f].kind == Kind::Other)
+                    at[f].i += othersAt;
             }
         }
-        to += fields;
+    };
+    constexpr qsizetype kRowsForTwoThreads = 8192;
+    const qsizetype half = order.size() / 2;
+    BesideThread other;
+    if (order.size() >= kRowsForTwoThreads && BesideThread::worthwhile()
+        && other.start([&] { gather(half, order.size(), true); })) {
+        gather(0, half, false);
+        other.join();
+    } else {
+        gather(0, order.size(), true);
     }
     return out;
 }
