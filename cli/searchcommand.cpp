@@ -374,29 +374,31 @@ int runSearch(const QStringList &args)
     // Many rows are encoded in two halves at once, the second into memory, and written in
     // order: the same bytes as one pass, unless the first half ends inside a character, when the
     // second is encoded again after it.
-    const QList<int> rows = run.result->visibleRows();
+    const bool all = run.result->allRowsVisible();
+    const QList<int> rows = all ? QList<int>() : run.result->visibleRows();
     const jet::RowStore &store = run.result->rows();
+    const qsizetype count = all ? store.rows() : rows.size();
     auto write = [&](RowWriter &w, qsizetype from, qsizetype to) {
         for (qsizetype r = from; r < to; ++r)
-            w.row(store, rows.at(r));
+            w.row(store, all ? int(r) : rows.at(r));
     };
     RowWriter out(stdout);
     constexpr qsizetype kRowsForTwoThreads = 4096;
-    if (rows.size() < kRowsForTwoThreads || !jet::BesideThread::worthwhile()) {
-        write(out, 0, rows.size());
+    if (count < kRowsForTwoThreads || !jet::BesideThread::worthwhile()) {
+        write(out, 0, count);
         return 0;
     }
-    const qsizetype half = rows.size() / 2;
+    const qsizetype half = count / 2;
     RowWriter second(nullptr);
     jet::BesideThread other;
-    if (!other.start([&] { write(second, half, rows.size()); })) { // no thread to be had: one pass
-        write(out, 0, rows.size());
+    if (!other.start([&] { write(second, half, count); })) { // no thread to be had: one pass
+        write(out, 0, count);
         return 0;
     }
     write(out, 0, half);
     other.join();
     if (out.pendingSurrogate())
-        write(out, half, rows.size());
+        write(out, half, count);
     else
         out.append(second);
     return 0;

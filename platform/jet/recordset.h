@@ -57,6 +57,9 @@ public:
     // order, and the store itself (not an edit in progress). The const store may be read from
     // several threads at once except for value() of dates; for showing many rows in parallel.
     QList<int> visibleRows() const;
+    // Whether every stored row is visible (nothing filtered out or deleted): the visible rows
+    // are then rows 0 to rows().rows() - 1.
+    bool allRowsVisible() const { return m_visibleCount == m_rows.rows(); }
     const RowStore &rows() const { return m_rows; }
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after
