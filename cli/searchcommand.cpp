@@ -99,11 +99,14 @@ public:
         m_out.clear();
         std::fflush(m_stream);
     }
-    // The text of a writer without a stream, appended after this writer's.
+    // The text of a writer without a stream, written after this writer's.
     void append(const RowWriter &other)
     {
-        m_out.append(other.m_out.constData(), other.m_out.size());
         flush();
+        if (m_stream) {
+            std::fwrite(other.m_out.constData(), 1, size_t(other.m_out.size()), m_stream);
+            std::fflush(m_stream);
+        }
     }
     // Whether the text so far ended inside a character (a high surrogate waiting for its
     // pair): what follows must then be encoded by this writer.
