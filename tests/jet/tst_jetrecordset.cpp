@@ -301,6 +301,8 @@ void TstJetRecordset::largeTableAgreesWithDecodingEveryRow()
                 i % 50 == 0 ? QVariant() : QVariant(local(2024, 1, 1 + (i * 7) % 28, i % 2)), u"語 %1"_s.arg(i % 9),
                 i % 10, i, u"&HC0FFFF"_s }));
     QVERIFY(m_db->commit());
+    const test::OracleResult check = test::jetCheck(m_path, true);
+    QVERIFY2(check.ok, qPrintable(check.output));
     Result<TableInfo> info = m_db->tableInfo(u"FILE_ATR"_s);
     QVERIFY(info);
 
