@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 #include <QDateTime>
 #include <QHash>
@@ -13,7 +14,9 @@
 #include "catalog/records.h"
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
+#include "platform/jet/besidethread.h"
 #include "platform/jet/database.h"
+#include "platform/jet/largeblock.h"
 #include "platform/jet/recordset.h"
 #include "platform/paths.h"
 #include "search/catalogqueries.h"
@@ -24,20 +27,98 @@ namespace tolvane::cli {
 
 namespace {
 
+// Bytes to be written: a kept half of a large result fills megabytes, which a LargeArray takes
+// on large pages, with a handful of page faults.
+class OutBuffer {
+public:
+    explicit OutBuffer(qsizetype capacity)
+    {
+        m_bytes.reserve(capacity);
+        m_bytes.resize(std::min<qsizetype>(capacity, 1 << 17));
+    }
+    qsizetype size() const { return m_size; }
+    char *data() { return m_bytes.data(); }
+    const char *constData() const { return m_bytes.constData(); }
+    // Grown bytes are left as they were: the caller writes them.
+    void resize(qsizetype n)
+    {
+        if (n > m_bytes.size())
+            m_bytes.resize(std::max(n, 2 * m_bytes.size()));
+        m_size = n;
+    }
+    void clear() { m_size = 0; }
+    void append(char c)
+    {
+        if (m_size == m_bytes.size())
+            resize(m_size + 1);
+        else
+            ++m_size;
+        m_bytes[m_size - 1] = c;
+    }
+    void append(const char *bytes, qsizetype n)
+    {
+        if (n <= 0)
+            return;
+        const qsizetype at = m_size;
+        resize(at + n);
+        std::memcpy(m_bytes.data() + at, bytes, size_t(n));
+    }
+    void append(const QByteArray &bytes) { append(bytes.constData(), bytes.size()); }
+
+private:
+    jet::LargeArray<char> m_bytes; // its size is the room; m_size the bytes in use
+    qsizetype m_size = 0;
+};
+
 // Result rows go out buffered, built as UTF-8 directly: a search may print a hundred thousand
-// of them.
+// of them. A writer without a stream keeps its text for the caller (one half of the rows,
+// encoded in a second thread).
 class RowWriter {
 public:
-    RowWriter() { m_out.reserve(1 << 17); }
+    explicit RowWriter(std::FILE *stream)
+        : m_stream(stream)
+        , m_out(stream ? 1 << 17 : 4 << 20)
+    {
+    }
     ~RowWriter() { flush(); }
-    // One field as printed: dates as yyyy-mm-dd, null as nothing, and no tab or line break
+    // One row of stored fields; dates as yyyy-mm-dd, null as nothing, and no tab or line break
     // inside a field, so that each row stays one line of seven columns.
-    void field(const jet::Recordset &rs, int i)
+    void row(const jet::RowStore &rows, int r)
+    {
+        for (int i = 0; i < rows.fields(); ++i)
+            field(rows, r, i);
+        m_out.append('\n');
+        if (m_stream && m_out.size() > (1 << 16))
+            flush();
+    }
+    void flush()
+    {
+        if (!m_stream)
+            return;
+        std::fwrite(m_out.constData(), 1, size_t(m_out.size()), m_stream);
+        m_out.clear();
+        std::fflush(m_stream);
+    }
+    // The text of a writer without a stream, written after this writer's.
+    void append(const RowWriter &other)
+    {
+        flush();
+        if (m_stream) {
+            std::fwrite(other.m_out.constData(), 1, size_t(other.m_out.size()), m_stream);
+            std::fflush(m_stream);
+        }
+    }
+    // Whether the text so far ended inside a character (a high surrogate waiting for its
+    // pair): what follows must then be encoded by this writer.
+    bool pendingSurrogate() const { return m_pendingHigh; }
+
+private:
+    void field(const jet::RowStore &rows, int r, int i)
     {
         if (i > 0)
             m_out.append('\t');
-        // The common kinds with one look at the stored cell; the rest as the recordset gives it.
-        const jet::RowStore::Stored stored = rs.storedField(i);
+        // The common kinds with one look at the stored cell; the rest as the store gives it.
+        const jet::RowStore::Stored stored = rows.stored(r, i);
         switch (stored.kind) {
         case jet::RowStore::Stored::Kind::Null:
             return;
@@ -53,16 +134,12 @@ public:
         case jet::RowStore::Stored::Kind::Other:
             break;
         }
-        if (const std::optional<double> ole = rs.oleDate(i)) {
+        if (const std::optional<double> ole = rows.date(r, i)) {
             date(*ole);
             return;
         }
-        if (const std::optional<QStringView> t = rs.textField(i)) {
-            text(*t);
-            return;
-        }
         const qsizetype start = m_out.size();
-        const QVariant value = rs.field(i);
+        const QVariant value = rows.value(r, i); // never a stored date here
         if (!value.isValid() || value.isNull())
             return;
         if (value.typeId() == QMetaType::QDateTime) { // an invalid stored date
@@ -74,18 +151,6 @@ public:
         else
             m_out.append(value.toString().toUtf8());
         blankBreaks(start);
-    }
-    void endRow()
-    {
-        m_out.append('\n');
-        if (m_out.size() > (1 << 16))
-            flush();
-    }
-    void flush()
-    {
-        std::fwrite(m_out.constData(), 1, size_t(m_out.size()), stdout);
-        m_out.clear();
-        std::fflush(stdout);
     }
 
 private:
@@ -173,7 +238,8 @@ private:
         return QByteArray(text, sizeof text);
     }
 
-    QByteArray m_out;
+    std::FILE *m_stream = nullptr;
+    OutBuffer m_out;
     QStringEncoder m_utf8 { QStringEncoder::Utf8 };
     bool m_pendingHigh = false; // the encoder holds a high surrogate from the last text
     QHash<qint64, QByteArray> m_days;
@@ -308,13 +374,36 @@ int runSearch(const QStringList &args)
     CatalogueSearch run = searchCatalogue(db, args);
     if (!run.result)
         return run.exitCode;
-    search::RecordsetSlot &result = run.result;
-    RowWriter out;
-    for (result->moveFirst(); !result->eof(); result->moveNext()) {
-        for (int i = 0; i < result->fieldCount(); ++i)
-            out.field(*result, i);
-        out.endRow();
+    // Many rows are encoded in two halves at once, the second into memory, and written in
+    // order: the same bytes as one pass, unless the first half ends inside a character, when the
+    // second is encoded again after it.
+    const bool all = run.result->allRowsVisible();
+    const QList<int> rows = all ? QList<int>() : run.result->visibleRows();
+    const jet::RowStore &store = run.result->rows();
+    const qsizetype count = all ? store.rows() : rows.size();
+    auto write = [&](RowWriter &w, qsizetype from, qsizetype to) {
+        for (qsizetype r = from; r < to; ++r)
+            w.row(store, all ? int(r) : rows.at(r));
+    };
+    RowWriter out(stdout);
+    constexpr qsizetype kRowsForTwoThreads = 4096;
+    if (count < kRowsForTwoThreads || !jet::BesideThread::worthwhile()) {
+        write(out, 0, count);
+        return 0;
     }
+    const qsizetype half = count / 2;
+    RowWriter second(nullptr);
+    jet::BesideThread other;
+    if (!other.start([&] { write(second, half, count); })) { // no thread to be had: one pass
+        write(out, 0, count);
+        return 0;
+    }
+    write(out, 0, half);
+    other.join();
+    if (out.pendingSurrogate())
+        write(out, half, count);
+    else
+        out.append(second);
     return 0;
 }
 

@@ -60,14 +60,18 @@ public:
     {
         if (qint64(n) * qint64(sizeof(T)) > m_block.capacity())
             reserve(std::max<qsizetype>(n, 2 * (m_block.capacity() / qint64(sizeof(T)))));
-        if (n > m_size)
-            std::memset(static_cast<void *>(data() + m_size), 0, size_t(n - m_size) * sizeof(T));
+        // Only elements held before need clearing: the block's bytes past them are zero.
+        const qsizetype held = std::min(n, m_held);
+        if (held > m_size)
+            std::memset(static_cast<void *>(data() + m_size), 0, size_t(held - m_size) * sizeof(T));
         m_size = n;
+        m_held = std::max(m_held, n);
     }
 
 private:
     LargeBlock m_block;
     qsizetype m_size = 0;
+    qsizetype m_held = 0; // the largest size so far: elements from it on were never written
 };
 
 } // namespace tolvane::jet

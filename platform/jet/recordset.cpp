@@ -169,6 +169,15 @@ RowStore::Stored Recordset::storedField(int index) const
     return m_rows.stored(m_cur, index);
 }
 
+QList<int> Recordset::visibleRows() const
+{
+    QList<int> rows;
+    rows.reserve(m_visibleCount);
+    for (int i = firstVisibleFrom(0, 1); i < m_rows.rows(); i = firstVisibleFrom(i + 1, 1))
+        rows.append(i);
+    return rows;
+}
+
 QVariant Recordset::field(const QString &name) const
 {
     return field(fieldIndex(name));

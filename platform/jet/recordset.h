@@ -53,6 +53,14 @@ public:
     // look: for showing many rows. Other while the row is being edited.
     RowStore::Stored storedField(int index) const;
     RowId currentId() const;
+    // The rows as stored, without the cursor: the indexes into rows() of the visible rows, in
+    // order, and the store itself (not an edit in progress). The const store may be read from
+    // several threads at once except for value() of dates; for showing many rows in parallel.
+    QList<int> visibleRows() const;
+    // Whether every stored row is visible (nothing filtered out or deleted): the visible rows
+    // are then rows 0 to rows().rows() - 1.
+    bool allRowsVisible() const { return m_visibleCount == m_rows.rows(); }
+    const RowStore &rows() const { return m_rows; }
 
     // Editing. setField changes the edit buffer of the current row (or of the new row after
     // addNew); update() writes it. InvalidArgument for bad values or no current row.

@@ -5,6 +5,7 @@
 
 #include <QVarLengthArray>
 
+#include "platform/jet/besidethread.h"
 #include "platform/jet/types.h"
 
 namespace tolvane::jet {
@@ -22,6 +23,83 @@ int RowStore::appendRow()
     const int row = rows();
     m_cells.resize(m_cells.size() + m_fields);
     return row;
+}
+
+void RowStore::append(const RowStore &other)
+{
+    Q_ASSERT(other.m_fields == m_fields);
+    m_rowsWithoutFields += other.m_rowsWithoutFields;
+    const qsizetype cellsAt = m_cells.size(), textAt = m_text.size(), othersAt = m_others.size();
+    if (!other.m_cells.size())
+        return;
+    m_cells.resize(cellsAt + other.m_cells.size());
+    std::memcpy(static_cast<void *>(m_cells.data() + cellsAt), other.m_cells.constData(),
+        size_t(other.m_cells.size()) * sizeof(Cell));
+    if (other.m_text.size()) {
+        m_text.resize(textAt + other.m_text.size());
+        std::memcpy(m_text.data() + textAt, other.m_text.constData(), size_t(other.m_text.size()) * sizeof(char16_t));
+    }
+    m_others.append(other.m_others);
+    for (qsizetype i = cellsAt; i < m_cells.size(); ++i) {
+        Cell &c = m_cells[i];
+        if (c.kind == Kind::Text)
+            c.i += textAt;
+        else if (c.kind == Kind::Other)
+            c.i += othersAt;
+    }
+}
+
+RowStore RowStore::merged(RowStore &&first, const RowStore &second, const QList<int> &order)
+{
+    Q_ASSERT(first.m_fields == second.m_fields && order.size() == first.rows() + second.rows());
+    RowStore out(first.m_fields);
+    out.m_rowsWithoutFields = first.m_rowsWithoutFields + second.m_rowsWithoutFields;
+    const qsizetype textAt = first.m_text.size(), othersAt = first.m_others.size();
+    out.m_text = std::move(first.m_text);
+    out.m_text.resize(textAt + second.m_text.size());
+    out.m_others = std::move(first.m_others);
+    out.m_others.append(second.m_others);
+    const int fields = out.m_fields;
+    if (fields > 0)
+        out.m_cells.resize(order.size() * fields);
+    const int firstRows = first.rows();
+    const size_t rowBytes = size_t(fields) * sizeof(Cell);
+    // Rows [from, to) of the result; the second half of a large store is gathered in a second
+    // thread, which also copies the second store's texts (the two write disjoint bytes).
+    auto gather = [&](qsizetype from, qsizetype to, bool copyTexts) {
+        if (copyTexts && second.m_text.size())
+            std::memcpy(
+                out.m_text.data() + textAt, second.m_text.constData(), size_t(second.m_text.size()) * sizeof(char16_t));
+        if (fields == 0)
+            return;
+        Cell *at = out.m_cells.data() + from * fields;
+        for (qsizetype i = from; i < to; ++i, at += fields) {
+            const int row = order.at(i);
+            if (row < firstRows) {
+                std::memcpy(static_cast<void *>(at), first.m_cells.constData() + qsizetype(row) * fields, rowBytes);
+                continue;
+            }
+            std::memcpy(
+                static_cast<void *>(at), second.m_cells.constData() + qsizetype(row - firstRows) * fields, rowBytes);
+            for (int f = 0; f < fields; ++f) {
+                if (at[f].kind == Kind::Text)
+                    at[f].i += textAt;
+                else if (at[f].kind == Kind::Other)
+                    at[f].i += othersAt;
+            }
+        }
+    };
+    constexpr qsizetype kRowsForTwoThreads = 8192;
+    const qsizetype half = order.size() / 2;
+    BesideThread other;
+    if (order.size() >= kRowsForTwoThreads && BesideThread::worthwhile()
+        && other.start([&] { gather(half, order.size(), true); })) {
+        gather(0, half, false);
+        other.join();
+    } else {
+        gather(0, order.size(), true);
+    }
+    return out;
 }
 
 void RowStore::setDate(int row, int field, double ole)

@@ -61,6 +61,11 @@ public:
     };
     Stored stored(int row, int field) const;
 
+    // Appends the rows of another store with the same fields.
+    void append(const RowStore &other);
+    // The rows of first followed by those of second (same fields), in the order given: row i of
+    // the result is row order[i] of that sequence. Each row is copied once.
+    static RowStore merged(RowStore &&first, const RowStore &second, const QList<int> &order);
     // Reorders the rows: row i of the result is row order[i] of the present rows.
     void permute(QList<int> order);
 

@@ -59,6 +59,7 @@ private slots:
     void orderingAndGrouping();
     void queriesAgreeWithDecodingEveryRow_data();
     void queriesAgreeWithDecodingEveryRow();
+    void largeTableAgreesWithDecodingEveryRow();
     void navigation();
     void filterAndDeleteThenMove();
     void addAndProjectedUpdate();
@@ -284,6 +285,72 @@ void TstJetRecordset::queriesAgreeWithDecodingEveryRow()
                 QCOMPARE(text->toString(), r.field(f).toString());
             else
                 QVERIFY(!r.field(f).isValid() || r.field(f).typeId() == QMetaType::Int);
+        }
+    }
+}
+
+// A table large enough to be searched in two halves at once: the same rows in the same order
+// as decoding every row in one pass, equal keys across the halves kept in storage order.
+void TstJetRecordset::largeTableAgreesWithDecodingEveryRow()
+{
+    const QStringList classes { u"図面"_s, u"写真"_s, u"文書"_s };
+    QVERIFY(m_db->beginTransaction());
+    for (int i = 0; i < 9000; ++i)
+        QVERIFY(m_db->insertRow(u"FILE_ATR"_s,
+            Row { i % 17 == 0 ? QVariant() : QVariant(classes.at(i % 3)), u"f%1.pdf"_s.arg(i),
+                i % 50 == 0 ? QVariant() : QVariant(local(2024, 1, 1 + (i * 7) % 28, i % 2)), u"語 %1"_s.arg(i % 9),
+                i % 10, i, u"&HC0FFFF"_s }));
+    QVERIFY(m_db->commit());
+    const test::OracleResult check = test::jetCheck(m_path, true);
+    QVERIFY2(check.ok, qPrintable(check.output));
+    Result<TableInfo> info = m_db->tableInfo(u"FILE_ATR"_s);
+    QVERIFY(info);
+
+    struct Case {
+        QList<Condition> where;
+        QString orderBy;
+        bool descending = false;
+    };
+    const QList<Case> cases {
+        { {}, {}, false },
+        { { Condition::equal(u"Class"_s, u"写真"_s) }, u"fDate"_s, false },
+        { { Condition::like(u"fName"_s, u"%1%"_s) }, u"fDate"_s, true },
+        { {}, u"Class"_s, false },
+        { { Condition::between(u"pnID"_s, 2, 5) }, u"hsID"_s, true },
+    };
+    for (const Case &c : cases) {
+        QList<RowId> ids;
+        QList<Row> rows;
+        m_db->scan(u"FILE_ATR"_s, [&](RowId id, const Row &row) {
+            for (const Condition &w : c.where)
+                if (!w.matches(row.at(info->columnIndex(w.column))))
+                    return true;
+            ids.append(id);
+            rows.append(row);
+            return true;
+        });
+        QList<int> order(rows.size());
+        std::iota(order.begin(), order.end(), 0);
+        if (!c.orderBy.isEmpty()) {
+            const int col = info->columnIndex(c.orderBy);
+            std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+                const int cmp = compareValues(rows.at(a).at(col), rows.at(b).at(col));
+                return c.descending ? cmp > 0 : cmp < 0;
+            });
+        }
+        Query q(u"FILE_ATR"_s);
+        q.conditions = c.where;
+        if (!c.orderBy.isEmpty())
+            q.order(c.orderBy, c.descending);
+        auto rs = m_db->select(q);
+        QVERIFY2(rs, qPrintable(rs.status().toString()));
+        Recordset &r = **rs;
+        QCOMPARE(r.recordCount(), rows.size());
+        int i = 0;
+        for (r.moveFirst(); !r.eof(); r.moveNext(), ++i) {
+            QCOMPARE(r.currentId(), ids.at(order.at(i)));
+            for (int f = 0; f < r.fieldCount(); ++f)
+                QCOMPARE(r.field(f), rows.at(order.at(i)).at(f));
         }
     }
 }

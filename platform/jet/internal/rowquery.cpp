@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QVarLengthArray>
 
+#include "platform/jet/besidethread.h"
 #include "platform/jet/internal/bytes.h"
 #include "platform/jet/internal/rowcodec.h"
 
@@ -257,11 +258,12 @@ SortKind sortKindOf(ColumnType type)
     return SortKind::Generic;
 }
 
-int compareKeys(SortKind kind, const SortKeys &keys, int x, int y)
+// Row x of keys against row y of keysY.
+int compareKeys(SortKind kind, const SortKeys &keys, int x, const SortKeys &keysY, int y)
 {
     if (kind == SortKind::Generic)
-        return compareValues(keys.values.at(x), keys.values.at(y));
-    const SortKey &a = keys.plain.at(x), &b = keys.plain.at(y);
+        return compareValues(keys.values.at(x), keysY.values.at(y));
+    const SortKey &a = keys.plain.at(x), &b = keysY.plain.at(y);
     if (a.null || b.null)
         return a.null == b.null ? 0 : (a.null ? -1 : 1);
     switch (kind) {
@@ -270,7 +272,7 @@ int compareKeys(SortKind kind, const SortKeys &keys, int x, int y)
     case SortKind::Date:
         return a.key < b.key ? -1 : (a.key > b.key ? 1 : 0);
     case SortKind::Text: {
-        const int c = keys.texts.at(x).compare(keys.texts.at(y), Qt::CaseInsensitive);
+        const int c = keys.texts.at(x).compare(keysY.texts.at(y), Qt::CaseInsensitive);
         return c < 0 ? -1 : (c > 0 ? 1 : 0);
     }
     case SortKind::Generic:
@@ -324,60 +326,155 @@ Result<SelectedRows> selectRows(
             return noColumn(query.orderBy);
     }
     SortKind sortKind = orderCol >= 0 ? sortKindOf(table.columns.at(orderCol).type) : SortKind::Generic;
-    bool unplacedDate = false; // a stored date too far out for a plain key
 
-    SortKeys keys;
-    Matcher matcher(def, store);
-    QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
-    const Status s = rows.scanStored(def, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
-        RowLayout layout;
-        if (Status s = layout.parse(def, bytes, length); !s)
-            return s;
-        // The conditions' own columns first; the whole row only for a hit.
-        Result<bool> hit = matcher.matches(tests, layout);
-        if (!hit || !*hit)
-            return hit ? Result<bool>(true) : hit;
-        if (Status s = splitRow(def, bytes, length, cols.data()); !s)
-            return s;
-        const int row = out.rows.appendRow();
-        for (int f = 0; f < out.columns.size(); ++f) {
-            const int i = out.columns.at(f);
-            if (Status st = storeValue(def.columns.at(i), cols[i], store, out.rows, row, f); !st)
-                return st;
+    // A part of the table's pages, scanned into its own rows and keys.
+    struct Part {
+        RowStore rows;
+        QList<RowId> ids;
+        SortKeys keys;
+        bool unplacedDate = false; // a stored date too far out for a plain key
+        Status status = Status::ok();
+        QList<int> order; // sorted by sortPart: the part's rows in their order
+        bool sorted = false;
+    };
+    Result<QList<quint32>> pages = rows.ownedPages(def);
+    if (!pages)
+        return pages.status();
+    const quint32 *first = pages->constData(), *last = first + pages->size();
+    auto scanPart = [&](Part &part, const quint32 *from, const quint32 *to) {
+        part.rows = RowStore(int(out.columns.size()));
+        if (from != first || to != last) {
+            // A part's store starts on its own mapping: growing it then copies nothing, and its
+            // memory comes in large pages (the part of it never used costs nothing).
+            const int fields = std::max(1, int(out.columns.size()));
+            part.rows.reserve((2 << 20) / (fields * 16), 1 << 20);
         }
-        if (orderCol >= 0) {
-            const ColumnBytes &b = cols[orderCol];
-            SortKey k;
-            if (sortKind == SortKind::Generic) {
-                Result<QVariant> v = decodeColumn(def.columns.at(orderCol), b, store);
-                if (!v)
-                    return v.status();
-                keys.values.append(v.take());
-            } else if (sortKind == SortKind::Number) {
-                k.null = !b.present || !storedNumber(table.columns.at(orderCol).type, b, k.number);
-            } else if (sortKind == SortKind::Date) {
-                k.null = !b.present || b.size < 8;
-                if (!k.null) {
-                    OleDateParts parts;
-                    k.number = f64(b.data);
-                    if (!std::isfinite(k.number))
-                        return decodeColumn(def.columns.at(orderCol), b, store).status();
-                    if (oleDateParts(k.number, parts))
-                        k.key = parts.key();
-                    else
-                        unplacedDate = true;
-                }
-            } else {
-                k.null = !b.present;
-                keys.texts.append(b.present ? decodeText(b.data, b.size) : QString());
+        Matcher matcher(def, store);
+        QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
+        part.status = rows.scanStored(def, from, to, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
+            RowLayout layout;
+            if (Status s = layout.parse(def, bytes, length); !s)
+                return s;
+            // The conditions' own columns first; the whole row only for a hit.
+            Result<bool> hit = matcher.matches(tests, layout);
+            if (!hit || !*hit)
+                return hit ? Result<bool>(true) : hit;
+            if (Status s = splitRow(def, bytes, length, cols.data()); !s)
+                return s;
+            const int row = part.rows.appendRow();
+            for (int f = 0; f < out.columns.size(); ++f) {
+                const int i = out.columns.at(f);
+                if (Status st = storeValue(def.columns.at(i), cols[i], store, part.rows, row, f); !st)
+                    return st;
             }
-            keys.plain.append(k);
+            if (orderCol >= 0) {
+                const ColumnBytes &b = cols[orderCol];
+                SortKey k;
+                if (sortKind == SortKind::Generic) {
+                    Result<QVariant> v = decodeColumn(def.columns.at(orderCol), b, store);
+                    if (!v)
+                        return v.status();
+                    part.keys.values.append(v.take());
+                } else if (sortKind == SortKind::Number) {
+                    k.null = !b.present || !storedNumber(table.columns.at(orderCol).type, b, k.number);
+                } else if (sortKind == SortKind::Date) {
+                    k.null = !b.present || b.size < 8;
+                    if (!k.null) {
+                        OleDateParts parts;
+                        k.number = f64(b.data);
+                        if (!std::isfinite(k.number))
+                            return decodeColumn(def.columns.at(orderCol), b, store).status();
+                        if (oleDateParts(k.number, parts))
+                            k.key = parts.key();
+                        else
+                            part.unplacedDate = true;
+                    }
+                } else {
+                    k.null = !b.present;
+                    part.keys.texts.append(b.present ? decodeText(b.data, b.size) : QString());
+                }
+                part.keys.plain.append(k);
+            }
+            part.ids.append(id);
+            return true;
+        });
+    };
+
+    const bool desc = query.descending;
+    // A part's rows in order, when its keys are plain or its values decoded (a part with a date
+    // too far out for a plain key is left for the whole to be sorted at once).
+    auto sortPart = [&](Part &part) {
+        if (orderCol < 0 || part.unplacedDate || !part.status)
+            return;
+        part.order.resize(part.ids.size());
+        for (int i = 0; i < part.order.size(); ++i)
+            part.order[i] = i;
+        std::stable_sort(part.order.begin(), part.order.end(), [&](int a, int b) {
+            const int c = compareKeys(sortKind, part.keys, a, part.keys, b);
+            return desc ? c > 0 : c < 0;
+        });
+        part.sorted = true;
+    };
+
+    // A large table is scanned in two halves at once (its pages in two runs), the second
+    // half's rows then appended to the first's: the same rows in the same order as one pass,
+    // and the same failure, as a failure in the first half is the one a single pass meets.
+    Part whole;
+    constexpr qsizetype kPagesForTwoThreads = 64;
+    bool scanned = false;
+    if (pages->size() >= kPagesForTwoThreads && BesideThread::worthwhile()) {
+        const quint32 *middle = first + pages->size() / 2;
+        Part second;
+        BesideThread other;
+        if (other.start([&] {
+                scanPart(second, middle, last);
+                sortPart(second);
+            })) { // else no thread to be had: one pass
+            scanPart(whole, first, middle);
+            sortPart(whole);
+            other.join();
+            if (whole.status && !second.status)
+                whole.status = second.status;
+            if (whole.status && whole.sorted && second.sorted) {
+                // Two sorted halves merged, the first half's rows first among equals: the order a
+                // stable sort of the whole gives.
+                const int firstRows = int(whole.ids.size());
+                for (int &i : second.order)
+                    i += firstRows;
+                QList<int> order(whole.order.size() + second.order.size());
+                std::merge(whole.order.cbegin(), whole.order.cend(), second.order.cbegin(), second.order.cend(),
+                    order.begin(), [&](int a, int b) {
+                        const SortKeys &ka = a < firstRows ? whole.keys : second.keys;
+                        const SortKeys &kb = b < firstRows ? whole.keys : second.keys;
+                        const int c = compareKeys(
+                            sortKind, ka, a < firstRows ? a : a - firstRows, kb, b < firstRows ? b : b - firstRows);
+                        return desc ? c > 0 : c < 0;
+                    });
+                out.ids.reserve(order.size());
+                for (int i : order)
+                    out.ids.append(i < firstRows ? whole.ids.at(i) : second.ids.at(i - firstRows));
+                out.rows = RowStore::merged(std::move(whole.rows), second.rows, order);
+                return out;
+            }
+            if (whole.status) {
+                whole.rows.append(second.rows);
+                whole.ids.append(second.ids);
+                whole.keys.plain.append(second.keys.plain);
+                whole.keys.texts.append(second.keys.texts);
+                whole.keys.values.append(second.keys.values);
+                whole.unplacedDate = whole.unplacedDate || second.unplacedDate;
+            }
+            scanned = true;
         }
-        out.ids.append(id);
-        return true;
-    });
-    if (!s)
-        return s;
+    }
+    if (!scanned)
+        scanPart(whole, first, last);
+    if (!whole.status)
+        return whole.status;
+    out.rows = std::move(whole.rows);
+    out.ids = std::move(whole.ids);
+    SortKeys &keys = whole.keys;
+    const bool unplacedDate = whole.unplacedDate;
 
     if (orderCol >= 0) {
         if (unplacedDate) {
@@ -389,9 +486,8 @@ Result<SelectedRows> selectRows(
         QList<int> order(out.ids.size());
         for (int i = 0; i < order.size(); ++i)
             order[i] = i;
-        const bool desc = query.descending;
         std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
-            const int c = compareKeys(sortKind, keys, a, b);
+            const int c = compareKeys(sortKind, keys, a, keys, b);
             return desc ? c > 0 : c < 0;
         });
         QList<RowId> ids;

@@ -85,10 +85,21 @@ Result<TableRows::Located> TableRows::locate(const TableDef &t, RowId id) const
 
 Status TableRows::scanStored(const TableDef &t, const StoredVisit &visit) const
 {
-    Result<QList<quint32>> pages = m_maps.pages(t.ownedMap);
+    Result<QList<quint32>> pages = ownedPages(t);
     if (!pages)
         return pages.status();
-    for (quint32 p : *pages) {
+    return scanStored(t, pages->constData(), pages->constData() + pages->size(), visit);
+}
+
+Result<QList<quint32>> TableRows::ownedPages(const TableDef &t) const
+{
+    return m_maps.pages(t.ownedMap);
+}
+
+Status TableRows::scanStored(const TableDef &t, const quint32 *from, const quint32 *to, const StoredVisit &visit) const
+{
+    for (const quint32 *page = from; page != to; ++page) {
+        const quint32 p = *page;
         if (!ownsPage(t, p))
             continue;
         const int rows = u16(m_store.page(p) + kDataRowCount);

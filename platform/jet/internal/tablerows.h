@@ -41,6 +41,11 @@ public:
     // naming the row.
     using StoredVisit = std::function<Result<bool>(RowId, const uchar *bytes, int length)>;
     Status scanStored(const TableDef &t, const StoredVisit &visit) const;
+    // The same over a part of the table: ownedPages lists its pages in scan order, and
+    // scanStored(t, from, to, visit) visits those with indexes [from, to) of that list. Parts
+    // read nothing but the page image, so several may be scanned at once.
+    Result<QList<quint32>> ownedPages(const TableDef &t) const;
+    Status scanStored(const TableDef &t, const quint32 *from, const quint32 *to, const StoredVisit &visit) const;
     // NotFound when no live row of t has its slot at id; Corruption as scan().
     Result<Row> read(const TableDef &t, RowId id) const;
 
