@@ -6,7 +6,7 @@ set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Test Pdf)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Test)
 
 if(NOT TARGET tolvane_common)
   add_library(tolvane_common INTERFACE)

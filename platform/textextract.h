@@ -65,11 +65,8 @@ public:
     virtual Result<QString> extract(const QString &path, const Progress &progress = {}) = 0;
 };
 
-// The extractor available on every platform: PDF through QtPdf, plain and rich text files
-// through the decoders above. Other formats give an empty text.
-class BuiltinTextExtractor : public TextExtractor {
-public:
-    Result<QString> extract(const QString &path, const Progress &progress = {}) override;
-};
+// The text of a plain or rich text file, told apart by its first bytes and decoded by the
+// readers above. IOError when the file cannot be read.
+Result<QString> readPlainOrRichText(const QString &path);
 
 } // namespace tolvane

@@ -2,7 +2,7 @@
 # Installs every Debian package needed to build, run and test Almaren Tolvane (Debian 12).
 set -euo pipefail
 PKGS=(build-essential cmake ninja-build pkg-config
-      qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-image-formats-plugins libqt6svg6 qt6-translations-l10n
+      qt6-base-dev qt6-base-dev-tools qt6-image-formats-plugins libqt6svg6 qt6-translations-l10n
       qt6-svg-dev libtiff-dev libemf2svg-dev libxlsxwriter-dev
       libgl-dev libdxflib-dev libzip-dev libuchardet-dev fonts-noto-cjk xvfb xauth
       libxml2-dev libgmime-3.0-dev libpoppler-cpp-dev libwps-dev librevenge-dev libsqlite3-dev wv

@@ -10,12 +10,11 @@ extern "C" {
 #include <emf2svg.h>
 }
 
+#include "viewer/metafilesize.h"
+
 namespace tolvane::viewer {
 
 namespace {
-
-constexpr int kMinSide = 64;
-constexpr int kMaxSide = 4096;
 
 qint32 le32(const QByteArray &b, qsizetype at)
 {
@@ -46,15 +45,10 @@ Result<QImage> renderEmf(const QByteArray &bytes)
         const qint32 bl = le32(bytes, 8), bt = le32(bytes, 12), br = le32(bytes, 16), bb = le32(bytes, 20);
         pixels = QSizeF(std::abs(qint64(br) - bl) + 1, std::abs(qint64(bb) - bt) + 1);
     }
-    const qreal longSide = std::max(pixels.width(), pixels.height());
-    if (longSide <= 0)
+    const std::optional<QSize> fitted = metafileImageSize(pixels);
+    if (!fitted)
         return Status::corruption(QStringLiteral("enhanced metafile without a size"));
-    qreal factor = 1;
-    if (longSide > kMaxSide)
-        factor = kMaxSide / longSide;
-    else if (longSide < kMinSide)
-        factor = kMinSide / longSide;
-    const QSize size(std::max(1, qRound(pixels.width() * factor)), std::max(1, qRound(pixels.height() * factor)));
+    const QSize size = *fitted;
 
     generatorOptions options {};
     char svgNamespace[] = "svg";

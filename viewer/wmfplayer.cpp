@@ -9,13 +9,13 @@
 #include <QPainterPath>
 #include <QStringDecoder>
 
+#include "viewer/metafilesize.h"
+
 namespace tolvane::viewer {
 
 namespace {
 
 constexpr quint32 kPlaceableKey = 0x9AC6CDD7;
-constexpr int kMinSide = 64;
-constexpr int kMaxSide = 4096;
 constexpr int kMaxObjects = 65535;
 
 // Record functions (the low byte of each is the record's own number; the high byte counts
@@ -763,15 +763,10 @@ Result<QImage> renderWmf(const QByteArray &bytes)
             return Status::corruption(QStringLiteral("metafile without a size"));
         pixels = QSizeF(std::abs(window.width()), std::abs(window.height()));
     }
-    const qreal longSide = std::max(pixels.width(), pixels.height());
-    if (longSide <= 0)
+    const std::optional<QSize> fitted = metafileImageSize(pixels);
+    if (!fitted)
         return Status::corruption(QStringLiteral("metafile without a size"));
-    qreal factor = 1;
-    if (longSide > kMaxSide)
-        factor = kMaxSide / longSide;
-    else if (longSide < kMinSide)
-        factor = kMinSide / longSide;
-    const QSize size(std::max(1, qRound(pixels.width() * factor)), std::max(1, qRound(pixels.height() * factor)));
+    const QSize size = *fitted;
 
     QImage image(size, QImage::Format_RGB32);
     image.fill(Qt::white);

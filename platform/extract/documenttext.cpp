@@ -22,17 +22,6 @@ bool oneOf(const QString &suffix, std::initializer_list<const char *> names)
     return false;
 }
 
-Result<QString> plainOrRichText(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return Status::ioError(file.errorString());
-    const QByteArray bytes = file.readAll();
-    if (looksLikeRtf(bytes))
-        return rtfToPlainText(bytes);
-    return decodeText(bytes).text;
-}
-
 Result<QString> htmlFile(const QString &path)
 {
     QFile file(path);
@@ -133,7 +122,7 @@ Result<QString> DocumentTextExtractor::extract(const QString &path, const Progre
     if (suffix == QLatin1String("pdf"))
         return pdfText(path, progress);
     if (oneOf(suffix, { "txt", "rtf" }))
-        return plainOrRichText(path);
+        return readPlainOrRichText(path);
     if (oneOf(suffix, { "docx", "xlsx", "pptx", "odt", "ods", "odp", "odg", "sxw", "sxc", "sxi", "sxd" }))
         return officeXmlText(path, suffix);
     if (suffix == QLatin1String("html") || suffix == QLatin1String("htm"))

@@ -1,8 +1,6 @@
 // Text of the user's files: encodings of plain text files written by the test, rich text with
-// formatting and Japanese, malformed rich text, and PDF text.
+// formatting and Japanese, and malformed rich text.
 #include <QFile>
-#include <QPainter>
-#include <QPdfWriter>
 #include <QRandomGenerator>
 #include <QStringEncoder>
 #include <QTemporaryDir>
@@ -228,47 +226,12 @@ private slots:
         }
     }
 
-    void pdfText()
+    void textFiles()
     {
-        const QString path = m_tmp.filePath(QStringLiteral("report.pdf"));
-        {
-            QPdfWriter pdf(path);
-            QPainter p(&pdf);
-            QFont font(QStringLiteral("DejaVu Sans"));
-            font.setPointSize(14);
-            p.setFont(font);
-            p.drawText(QPointF(200, 400), QStringLiteral("Tolvane first page"));
-            pdf.newPage();
-            p.drawText(QPointF(200, 400), QStringLiteral("Second page text"));
-        }
-        BuiltinTextExtractor extractor;
-        Result<QString> text = extractor.extract(path);
-        QVERIFY2(text, qPrintable(text.status().toString()));
-        QVERIFY2(text->contains(QStringLiteral("Tolvane first page")), qPrintable(*text));
-        QVERIFY2(text->contains(QStringLiteral("Second page text")), qPrintable(*text));
-        QVERIFY(text->indexOf(QStringLiteral("Tolvane")) < text->indexOf(QStringLiteral("Second")));
-
-        // Progress counts the pages; a stop request ends the extraction without a text.
-        QList<QPair<int, int>> reports;
-        text = extractor.extract(path, [&reports](int done, int total) {
-            reports.append({ done, total });
-            return done < 1;
-        });
-        QCOMPARE(text.status().code(), Status::Code::Cancelled);
-        QCOMPARE(reports, (QList<QPair<int, int>> { { 0, 2 }, { 1, 2 } }));
-    }
-
-    void otherFormats()
-    {
-        BuiltinTextExtractor extractor;
-        const QString damaged = write(QStringLiteral("damaged.pdf"), "%PDF-1.4 not really");
-        QVERIFY(!extractor.extract(damaged));
-        const QString docx = write(QStringLiteral("letter.docx"), "PK\x03\x04 zipped");
-        Result<QString> none = extractor.extract(docx);
-        QVERIFY(none);
-        QVERIFY(none->isEmpty());
         const QString sjis = write(QStringLiteral("memo.txt"), encode("windows-31j", kJapanese));
-        QCOMPARE(*extractor.extract(sjis), kJapanese);
+        QCOMPARE(*readPlainOrRichText(sjis), kJapanese);
+        QCOMPARE(
+            readPlainOrRichText(m_tmp.filePath(QStringLiteral("gone.txt"))).status().code(), Status::Code::IOError);
         Result<DecodedText> missing = readTextFile(m_tmp.filePath(QStringLiteral("nothing-here.txt")));
         QCOMPARE(missing.status().code(), Status::Code::IOError);
     }
