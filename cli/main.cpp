@@ -1,5 +1,6 @@
 // tolvane-cli: scripted use of catalogues (create, register, dump, search, classes, compact, repair,
 // binders, index, fulltext) and drawing previews (render).
+#include <cstdio>
 #include <cstdlib> // defines __GLIBC__ with the C library's own headers
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -12,6 +13,7 @@
 
 #include "cli/commands.h"
 #include "cli/consoleprompter.h"
+#include "platform/jet/besidethread.h"
 
 namespace {
 int usage()
@@ -84,6 +86,8 @@ int main(int argc, char *argv[])
 #endif
     if (argc > 1 && isHeavyCommand(argc, argv))
         return runHeavy(argc, argv);
+    // A search splits its work in two: the second thread starts while the application does.
+    tolvane::jet::BesideThread::prepare();
     const QCoreApplication app(argc, argv);
     QStringList args = QCoreApplication::arguments().mid(1);
     if (args.isEmpty())
@@ -95,8 +99,17 @@ int main(int argc, char *argv[])
         return tolvane::cli::runRegister(args);
     if (command == QLatin1String("dump"))
         return tolvane::cli::runDump(args);
-    if (command == QLatin1String("search"))
-        return tolvane::cli::runSearch(args);
+    if (command == QLatin1String("search")) {
+        // A search leaves nothing to put away (its catalogue is only read): once its output is
+        // out, the process ends without freeing one by one what the system takes back at once.
+        int code = tolvane::cli::runSearch(args);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+            tolvane::cli::writeErr(QStringLiteral("tolvane-cli: cannot write the results"));
+            code = 1;
+        }
+        std::fflush(stderr);
+        std::_Exit(code);
+    }
     if (command == QLatin1String("classes"))
         return tolvane::cli::runClasses(args);
     if (command == QLatin1String("compact"))

@@ -7,8 +7,8 @@
 #include <cstring>
 
 #include <QDateTime>
-#include <QHash>
 #include <QStringEncoder>
+#include <QVarLengthArray>
 
 #include "catalog/lifecycle.h"
 #include "catalog/records.h"
@@ -85,8 +85,10 @@ public:
     // inside a field, so that each row stays one line of seven columns.
     void row(const jet::RowStore &rows, int r)
     {
+        m_stored.resize(rows.fields());
+        rows.storedRow(r, m_stored.data());
         for (int i = 0; i < rows.fields(); ++i)
-            field(rows, r, i);
+            field(rows, r, i, m_stored[i]);
         m_out.append('\n');
         if (m_stream && m_out.size() > (1 << 16))
             flush();
@@ -113,12 +115,11 @@ public:
     bool pendingSurrogate() const { return m_pendingHigh; }
 
 private:
-    void field(const jet::RowStore &rows, int r, int i)
+    void field(const jet::RowStore &rows, int r, int i, const jet::RowStore::Stored &stored)
     {
         if (i > 0)
             m_out.append('\t');
         // The common kinds with one look at the stored cell; the rest as the store gives it.
-        const jet::RowStore::Stored stored = rows.stored(r, i);
         switch (stored.kind) {
         case jet::RowStore::Stored::Kind::Null:
             return;
@@ -161,36 +162,61 @@ private:
                 *c = ' ';
     }
 
-    // Texts without surrogates (nearly all) are encoded here in one pass; any other goes through
-    // the encoder, which keeps a lone high surrogate at a text's end for the next text.
+    // Texts without surrogates (nearly all) are encoded here in one pass, four ASCII characters
+    // at a time where they come so; any other goes through the encoder, which keeps a lone high
+    // surrogate at a text's end for the next text.
     void text(QStringView t)
     {
         const qsizetype start = m_out.size();
-        const bool plain = !m_pendingHigh && std::none_of(t.begin(), t.end(), [](QChar c) { return c.isSurrogate(); });
-        if (!plain) {
-            m_out.resize(start + m_utf8.requiredSpace(t.size()));
-            m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, t) - m_out.constData());
-            blankBreaks(start);
-            if (!t.isEmpty())
-                m_pendingHigh = t.back().isHighSurrogate();
+        if (!m_pendingHigh && plainText(t, start))
             return;
-        }
+        m_out.resize(start + m_utf8.requiredSpace(t.size()));
+        m_out.resize(m_utf8.appendToBuffer(m_out.data() + start, t) - m_out.constData());
+        blankBreaks(start);
+        if (!t.isEmpty())
+            m_pendingHigh = t.back().isHighSurrogate();
+    }
+
+    // False, with nothing written, at the first surrogate.
+    bool plainText(QStringView t, qsizetype start)
+    {
         m_out.resize(start + 3 * t.size());
         char *o = m_out.data() + start;
-        for (const QChar ch : t) {
-            const char16_t c = ch.unicode();
-            if (c < 0x80) {
-                *o++ = c == u'\t' || c == u'\n' || c == u'\r' ? ' ' : char(c);
-            } else if (c < 0x800) {
-                *o++ = char(0xC0 | (c >> 6));
-                *o++ = char(0x80 | (c & 0x3F));
+        const char16_t *c = t.utf16(), *end = c + t.size();
+        while (c != end) {
+#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+            if (end - c >= 4) {
+                quint64 four;
+                std::memcpy(&four, c, sizeof four);
+                // All below 0x80, and none below 0x20 (a tab or a line break among them).
+                constexpr quint64 kAscii = 0xFF80FF80FF80FF80ULL, kHigh = 0x0080008000800080ULL;
+                if ((four & kAscii) == 0 && ((four + 0x0060006000600060ULL) & kHigh) == kHigh) {
+                    const quint32 bytes = quint32((four & 0xFF) | ((four >> 8) & 0xFF00) | ((four >> 16) & 0xFF0000)
+                        | ((four >> 24) & 0xFF000000));
+                    std::memcpy(o, &bytes, sizeof bytes);
+                    o += 4;
+                    c += 4;
+                    continue;
+                }
+            }
+#endif
+            const char16_t u = *c++;
+            if (u < 0x80) {
+                *o++ = u == u'\t' || u == u'\n' || u == u'\r' ? ' ' : char(u);
+            } else if (u < 0x800) {
+                *o++ = char(0xC0 | (u >> 6));
+                *o++ = char(0x80 | (u & 0x3F));
+            } else if (QChar::isSurrogate(u)) {
+                m_out.resize(start);
+                return false;
             } else {
-                *o++ = char(0xE0 | (c >> 12));
-                *o++ = char(0x80 | ((c >> 6) & 0x3F));
-                *o++ = char(0x80 | (c & 0x3F));
+                *o++ = char(0xE0 | (u >> 12));
+                *o++ = char(0x80 | ((u >> 6) & 0x3F));
+                *o++ = char(0x80 | (u & 0x3F));
             }
         }
         m_out.resize(o - m_out.constData());
+        return true;
     }
 
     void number(qint64 value)
@@ -200,20 +226,21 @@ private:
         m_out.append(digits, end - digits);
     }
 
-    // The date part of a stored date as yyyy-MM-dd, formatted once per distinct day.
+    // The date part of a stored date as yyyy-MM-dd; a run of rows on one day (a sorted result)
+    // formats it once.
     void date(double ole)
     {
-        jet::OleDateParts parts;
-        if (!jet::oleDateParts(ole, parts)) {
-            m_out.append(jet::fromOleDate(ole).toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
-            return;
-        }
-        if (parts.day != m_lastDay || m_lastDayText.isEmpty()) {
-            auto it = m_days.constFind(parts.day);
-            if (it == m_days.constEnd())
-                it = m_days.insert(parts.day, dayText(parts.date()));
-            m_lastDay = parts.day;
-            m_lastDayText = *it;
+        if (ole != m_lastOle || m_lastDayText.isEmpty()) {
+            jet::OleDateParts parts;
+            if (!jet::oleDateParts(ole, parts)) {
+                m_out.append(jet::fromOleDate(ole).toString(QStringLiteral("yyyy-MM-dd")).toUtf8());
+                return;
+            }
+            if (parts.day != m_lastDay || m_lastDayText.isEmpty()) {
+                m_lastDay = parts.day;
+                m_lastDayText = dayText(parts.date());
+            }
+            m_lastOle = ole;
         }
         m_out.append(m_lastDayText);
     }
@@ -242,8 +269,9 @@ private:
     OutBuffer m_out;
     QStringEncoder m_utf8 { QStringEncoder::Utf8 };
     bool m_pendingHigh = false; // the encoder holds a high surrogate from the last text
-    QHash<qint64, QByteArray> m_days;
+    QVarLengthArray<jet::RowStore::Stored, 16> m_stored; // the row being written
     qint64 m_lastDay = 0;
+    double m_lastOle = 0; // the stored date m_lastDayText was last given for
     QByteArray m_lastDayText;
 };
 

@@ -19,6 +19,9 @@ public:
     // Whether the machine has a second processor for this process; when not, splitting work
     // gains nothing.
     static bool worthwhile();
+    // Makes the thread ready ahead of the first split (a process about to split its work soon
+    // calls this while it does something else).
+    static void prepare();
     // Starts fn on the thread. False when no thread could be had: fn has then not run.
     bool start(std::function<void()> fn);
     // Waits for the function to return.

@@ -1,105 +1,48 @@
 #include "platform/jet/rowstore.h"
 
-#include <algorithm>
 #include <cstring>
+#include <utility>
 
-#include <QVarLengthArray>
-
-#include "platform/jet/besidethread.h"
 #include "platform/jet/types.h"
 
 namespace tolvane::jet {
 
 void RowStore::reserve(int rows, qsizetype textChars)
 {
-    m_cells.reserve(qsizetype(rows) * m_fields);
-    m_text.reserve(textChars);
+    m_segments[0].cells.reserve(qsizetype(rows) * m_fields);
+    m_segments[0].text.reserve(textChars);
 }
 
 int RowStore::appendRow()
 {
-    if (m_fields == 0)
-        return m_rowsWithoutFields++;
     const int row = rows();
-    m_cells.resize(m_cells.size() + m_fields);
+    // Rows go to the end of the last segment holding any, so that no row changes its place.
+    Segment &s = segmentRows(m_segments[1]) > 0 ? m_segments[1] : m_segments[0];
+    if (!m_order.isEmpty())
+        m_order.append(physicalRows());
+    if (m_fields == 0)
+        ++s.rowsWithoutFields;
+    else
+        s.cells.resize(s.cells.size() + m_fields);
     return row;
 }
 
-void RowStore::append(const RowStore &other)
+RowStore RowStore::joined(RowStore &&first, RowStore &&second, QList<int> order)
 {
-    Q_ASSERT(other.m_fields == m_fields);
-    m_rowsWithoutFields += other.m_rowsWithoutFields;
-    const qsizetype cellsAt = m_cells.size(), textAt = m_text.size(), othersAt = m_others.size();
-    if (!other.m_cells.size())
-        return;
-    m_cells.resize(cellsAt + other.m_cells.size());
-    std::memcpy(static_cast<void *>(m_cells.data() + cellsAt), other.m_cells.constData(),
-        size_t(other.m_cells.size()) * sizeof(Cell));
-    if (other.m_text.size()) {
-        m_text.resize(textAt + other.m_text.size());
-        std::memcpy(m_text.data() + textAt, other.m_text.constData(), size_t(other.m_text.size()) * sizeof(char16_t));
-    }
-    m_others.append(other.m_others);
-    for (qsizetype i = cellsAt; i < m_cells.size(); ++i) {
-        Cell &c = m_cells[i];
-        if (c.kind == Kind::Text)
-            c.i += textAt;
-        else if (c.kind == Kind::Other)
-            c.i += othersAt;
-    }
+    Q_ASSERT(first.m_fields == second.m_fields && first.m_order.isEmpty() && second.m_order.isEmpty());
+    Q_ASSERT(first.segmentRows(first.m_segments[1]) == 0 && second.segmentRows(second.m_segments[1]) == 0);
+    Q_ASSERT(order.isEmpty() || order.size() == first.rows() + second.rows());
+    RowStore out(first.m_fields);
+    out.m_segments[0] = std::move(first.m_segments[0]);
+    out.m_segments[1] = std::move(second.m_segments[0]);
+    out.m_order = std::move(order);
+    return out;
 }
 
-RowStore RowStore::merged(RowStore &&first, const RowStore &second, const QList<int> &order)
+void RowStore::setOrder(QList<int> order)
 {
-    Q_ASSERT(first.m_fields == second.m_fields && order.size() == first.rows() + second.rows());
-    RowStore out(first.m_fields);
-    out.m_rowsWithoutFields = first.m_rowsWithoutFields + second.m_rowsWithoutFields;
-    const qsizetype textAt = first.m_text.size(), othersAt = first.m_others.size();
-    out.m_text = std::move(first.m_text);
-    out.m_text.resize(textAt + second.m_text.size());
-    out.m_others = std::move(first.m_others);
-    out.m_others.append(second.m_others);
-    const int fields = out.m_fields;
-    if (fields > 0)
-        out.m_cells.resize(order.size() * fields);
-    const int firstRows = first.rows();
-    const size_t rowBytes = size_t(fields) * sizeof(Cell);
-    // Rows [from, to) of the result; the second half of a large store is gathered in a second
-    // thread, which also copies the second store's texts (the two write disjoint bytes).
-    auto gather = [&](qsizetype from, qsizetype to, bool copyTexts) {
-        if (copyTexts && second.m_text.size())
-            std::memcpy(
-                out.m_text.data() + textAt, second.m_text.constData(), size_t(second.m_text.size()) * sizeof(char16_t));
-        if (fields == 0)
-            return;
-        Cell *at = out.m_cells.data() + from * fields;
-        for (qsizetype i = from; i < to; ++i, at += fields) {
-            const int row = order.at(i);
-            if (row < firstRows) {
-                std::memcpy(static_cast<void *>(at), first.m_cells.constData() + qsizetype(row) * fields, rowBytes);
-                continue;
-            }
-            std::memcpy(
-                static_cast<void *>(at), second.m_cells.constData() + qsizetype(row - firstRows) * fields, rowBytes);
-            for (int f = 0; f < fields; ++f) {
-                if (at[f].kind == Kind::Text)
-                    at[f].i += textAt;
-                else if (at[f].kind == Kind::Other)
-                    at[f].i += othersAt;
-            }
-        }
-    };
-    constexpr qsizetype kRowsForTwoThreads = 8192;
-    const qsizetype half = order.size() / 2;
-    BesideThread other;
-    if (order.size() >= kRowsForTwoThreads && BesideThread::worthwhile()
-        && other.start([&] { gather(half, order.size(), true); })) {
-        gather(0, half, false);
-        other.join();
-    } else {
-        gather(0, order.size(), true);
-    }
-    return out;
+    Q_ASSERT(m_order.isEmpty() && order.size() == rows());
+    m_order = std::move(order);
 }
 
 void RowStore::setDate(int row, int field, double ole)
@@ -118,42 +61,64 @@ void RowStore::setInt(int row, int field, qint64 value)
     c.i = value;
 }
 
-RowStore::Stored RowStore::stored(int row, int field) const
+namespace {
+
+template <class Cell, class Kind> RowStore::Stored storedCell(const Cell &c, const char16_t *text)
 {
-    const Cell &c = cell(row, field);
-    Stored s;
+    RowStore::Stored s;
     switch (c.kind) {
     case Kind::Null:
         break;
     case Kind::Text:
-        s.kind = Stored::Kind::Text;
-        s.text = QStringView(m_text.constData() + c.i, c.length);
+        s.kind = RowStore::Stored::Kind::Text;
+        s.text = QStringView(text + c.i, c.length);
         break;
     case Kind::Date:
-        s.kind = Stored::Kind::Date;
+        s.kind = RowStore::Stored::Kind::Date;
         s.date = c.d;
         break;
     case Kind::Int:
-        s.kind = Stored::Kind::Int;
+        s.kind = RowStore::Stored::Kind::Int;
         s.integer = c.i;
         break;
     default:
-        s.kind = Stored::Kind::Other;
+        s.kind = RowStore::Stored::Kind::Other;
         break;
     }
     return s;
 }
 
+} // namespace
+
+RowStore::Stored RowStore::stored(int row, int field) const
+{
+    const Place p = place(row);
+    const Segment &seg = m_segments[p.segment];
+    return storedCell<Cell, Kind>(seg.cells.at(p.row * m_fields + field), seg.text.constData());
+}
+
+void RowStore::storedRow(int row, Stored *out) const
+{
+    if (m_fields == 0)
+        return;
+    const Place p = place(row);
+    const Segment &seg = m_segments[p.segment];
+    const Cell *cells = seg.cells.constData() + p.row * m_fields;
+    for (int f = 0; f < m_fields; ++f)
+        out[f] = storedCell<Cell, Kind>(cells[f], seg.text.constData());
+}
+
 char16_t *RowStore::reserveText(qsizetype n)
 {
-    m_reserved = m_text.size();
-    m_text.resize(m_reserved + n);
-    return m_text.data() + m_reserved;
+    LargeArray<char16_t> &text = m_segments[0].text;
+    m_reserved = text.size();
+    text.resize(m_reserved + n);
+    return text.data() + m_reserved;
 }
 
 void RowStore::setText(int row, int field, qsizetype length)
 {
-    m_text.resize(m_reserved + length);
+    m_segments[0].text.resize(m_reserved + length);
     Cell &c = cell(row, field);
     c = Cell {};
     c.kind = Kind::Text;
@@ -163,14 +128,17 @@ void RowStore::setText(int row, int field, qsizetype length)
 
 void RowStore::setValue(int row, int field, const QVariant &value)
 {
+    Segment &seg = m_segments[place(row).segment];
     Cell c;
     if (!value.isValid() || value.isNull()) {
         // null
     } else if (value.typeId() == QMetaType::QString) {
         const QString s = value.toString();
-        std::memcpy(reserveText(s.size()), s.utf16(), size_t(s.size()) * sizeof(char16_t));
-        setText(row, field, s.size());
-        return;
+        c.kind = Kind::Text;
+        c.i = seg.text.size();
+        c.length = quint32(s.size());
+        seg.text.resize(seg.text.size() + s.size());
+        std::memcpy(seg.text.data() + c.i, s.utf16(), size_t(s.size()) * sizeof(char16_t));
     } else if (value.typeId() == QMetaType::Int) {
         c.kind = Kind::Int;
         c.i = value.toInt();
@@ -182,8 +150,8 @@ void RowStore::setValue(int row, int field, const QVariant &value)
         c.d = value.toDouble();
     } else {
         c.kind = Kind::Other;
-        c.i = m_others.size();
-        m_others.append(value);
+        c.i = seg.others.size();
+        seg.others.append(value);
     }
     cell(row, field) = c;
 }
@@ -210,9 +178,9 @@ QVariant RowStore::value(int row, int field) const
         return QVariant(*it);
     }
     case Kind::Text:
-        return QVariant(QString(reinterpret_cast<const QChar *>(m_text.constData() + c.i), c.length));
+        return QVariant(textOf(row, c).toString());
     case Kind::Other:
-        return m_others.at(c.i);
+        return m_segments[place(row).segment].others.at(c.i);
     }
     return {};
 }
@@ -222,7 +190,7 @@ std::optional<QStringView> RowStore::text(int row, int field) const
     const Cell &c = cell(row, field);
     if (c.kind != Kind::Text)
         return std::nullopt;
-    return QStringView(m_text.constData() + c.i, c.length);
+    return textOf(row, c);
 }
 
 std::optional<double> RowStore::date(int row, int field) const
@@ -230,37 +198,12 @@ std::optional<double> RowStore::date(int row, int field) const
     const Cell &c = cell(row, field);
     if (c.kind == Kind::Date)
         return c.d;
-    if (c.kind == Kind::Other && m_others.at(c.i).typeId() == QMetaType::QDateTime) {
-        const QDateTime dt = m_others.at(c.i).toDateTime();
-        if (dt.isValid())
-            return toOleDate(dt);
+    if (c.kind == Kind::Other) {
+        const QVariant &v = m_segments[place(row).segment].others.at(c.i);
+        if (v.typeId() == QMetaType::QDateTime && v.toDateTime().isValid())
+            return toOleDate(v.toDateTime());
     }
     return std::nullopt;
-}
-
-void RowStore::permute(QList<int> order)
-{
-    if (m_fields == 0)
-        return;
-    // In place, following each cycle of the permutation: rows are then read in their new order
-    // one after another, and no second array is needed.
-    QVarLengthArray<Cell, 16> held(m_fields);
-    Cell *cells = m_cells.data();
-    const size_t rowBytes = size_t(m_fields) * sizeof(Cell);
-    for (int i = 0; i < order.size(); ++i) {
-        if (order.at(i) < 0 || order.at(i) == i)
-            continue;
-        std::memcpy(held.data(), cells + qsizetype(i) * m_fields, rowBytes);
-        int at = i;
-        while (order.at(at) != i) {
-            const int from = order.at(at);
-            std::memcpy(cells + qsizetype(at) * m_fields, cells + qsizetype(from) * m_fields, rowBytes);
-            order[at] = -1;
-            at = from;
-        }
-        std::memcpy(cells + qsizetype(at) * m_fields, held.data(), rowBytes);
-        order[at] = -1;
-    }
 }
 
 } // namespace tolvane::jet

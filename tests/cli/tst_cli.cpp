@@ -356,6 +356,17 @@ private slots:
             QStringLiteral("次の1件のファイルは登録できませんでした。\n　") + longName
                 + QStringLiteral("（ファイル名が長すぎます（120文字まで））\n"));
 
+#ifdef Q_OS_LINUX
+        // Results that cannot be written (a full disk) fail the search, with a word.
+        QProcess full;
+        full.setStandardOutputFile(QStringLiteral("/dev/full"));
+        full.start(QStringLiteral(TOLVANE_CLI_PATH),
+            { QStringLiteral("search"), mdb, QStringLiteral("--name"), QStringLiteral("%") });
+        QVERIFY(full.waitForFinished(60000));
+        QCOMPARE(full.exitCode(), 1);
+        QCOMPARE(full.readAllStandardError(), QByteArray("tolvane-cli: cannot write the results\n"));
+#endif
+
         r = cli({ QStringLiteral("dump"), mdb, QStringLiteral("NoSuchTable") });
         QCOMPARE(r.code, 1);
         QVERIFY(!r.err.isEmpty());

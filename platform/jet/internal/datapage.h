@@ -19,6 +19,12 @@ struct RowExtent {
     int length() const { return end - start; }
 };
 
+// The slot of row `row` on a data page: its offset and flags.
+inline quint16 slotAt(const uchar *page, int row)
+{
+    return u16(page + kDataRowTable + 2 * row);
+}
+
 // Extent of row slot `row` on a data page. Row i ends where row i-1 starts; row 0 ends at the
 // page end. Nothing when the slot or its offsets do not fit the page.
 inline std::optional<RowExtent> rowExtent(const uchar *page, int row)

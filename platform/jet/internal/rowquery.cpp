@@ -72,6 +72,7 @@ struct Test {
     int column = 0;
     const Condition *condition = nullptr;
     QString text;
+    QByteArray stored; // TextEqual: the text as this engine stores it, equal bytes being equal text
     double lo = 0, hi = 0;
     qint64 klo = 0, khi = 0;
 };
@@ -90,6 +91,7 @@ Test prepare(const Condition &c, const ColumnDef &def, int column)
         } else if (type == ColumnType::Text && c.value.typeId() == QMetaType::QString) {
             t.kind = Test::Kind::TextEqual;
             t.text = c.value.toString();
+            t.stored = encodeText(t.text, def.compressible());
         } else if (isWholeNumberColumn(type) && isNumericValue(c.value) && !std::isnan(c.value.toDouble())) {
             t.kind = Test::Kind::Number;
             t.lo = t.hi = c.value.toDouble();
@@ -174,6 +176,9 @@ private:
         case Test::Kind::Never:
             return false;
         case Test::Kind::TextEqual:
+            if (b.present && b.size == t.stored.size()
+                && std::memcmp(b.data, t.stored.constData(), size_t(b.size)) == 0)
+                return true;
             return b.present && sameLength(b, t.text.size()) && text(b).compare(t.text, Qt::CaseInsensitive) == 0;
         case Test::Kind::TextLike:
             return b.present && likeMatch(text(b), t.text);
@@ -351,6 +356,14 @@ Result<SelectedRows> selectRows(
         }
         Matcher matcher(def, store);
         QVarLengthArray<ColumnBytes, 32> cols(def.columns.size());
+        // Per selected column, the stored bytes of the last text kept and its row: a text
+        // stored alike (a class, a colour) is kept once and shared by the rows that repeat it.
+        struct LastText {
+            const uchar *data = nullptr;
+            int size = -1;
+            int row = -1;
+        };
+        QVarLengthArray<LastText, 16> lastTexts(out.columns.size());
         part.status = rows.scanStored(def, from, to, [&](RowId id, const uchar *bytes, int length) -> Result<bool> {
             RowLayout layout;
             if (Status s = layout.parse(def, bytes, length); !s)
@@ -364,8 +377,17 @@ Result<SelectedRows> selectRows(
             const int row = part.rows.appendRow();
             for (int f = 0; f < out.columns.size(); ++f) {
                 const int i = out.columns.at(f);
-                if (Status st = storeValue(def.columns.at(i), cols[i], store, part.rows, row, f); !st)
+                const ColumnBytes &b = cols[i];
+                const bool text = b.present && b.data && def.columns.at(i).columnType() == ColumnType::Text;
+                LastText &last = lastTexts[f];
+                if (text && b.size == last.size && std::memcmp(b.data, last.data, size_t(b.size)) == 0) {
+                    part.rows.repeat(row, f, last.row);
+                    continue;
+                }
+                if (Status st = storeValue(def.columns.at(i), b, store, part.rows, row, f); !st)
                     return st;
+                if (text)
+                    last = { b.data, b.size, row };
             }
             if (orderCol >= 0) {
                 const ColumnBytes &b = cols[orderCol];
@@ -453,11 +475,11 @@ Result<SelectedRows> selectRows(
                 out.ids.reserve(order.size());
                 for (int i : order)
                     out.ids.append(i < firstRows ? whole.ids.at(i) : second.ids.at(i - firstRows));
-                out.rows = RowStore::merged(std::move(whole.rows), second.rows, order);
+                out.rows = RowStore::joined(std::move(whole.rows), std::move(second.rows), std::move(order));
                 return out;
             }
             if (whole.status) {
-                whole.rows.append(second.rows);
+                whole.rows = RowStore::joined(std::move(whole.rows), std::move(second.rows));
                 whole.ids.append(second.ids);
                 whole.keys.plain.append(second.keys.plain);
                 whole.keys.texts.append(second.keys.texts);
@@ -495,7 +517,7 @@ Result<SelectedRows> selectRows(
         for (int i : order)
             ids.append(out.ids.at(i));
         out.ids = std::move(ids);
-        out.rows.permute(order);
+        out.rows.setOrder(std::move(order));
     }
     return out;
 }

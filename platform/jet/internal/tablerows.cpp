@@ -20,11 +20,6 @@ RowId pointerTarget(const uchar *row)
     return RowId { u24(row + 1), row[0] };
 }
 
-quint16 slotAt(const uchar *page, int row)
-{
-    return u16(page + kDataRowTable + 2 * row);
-}
-
 void flagSlot(uchar *page, int row, quint16 flags)
 {
     const int at = kDataRowTable + 2 * row;
@@ -96,31 +91,22 @@ Result<QList<quint32>> TableRows::ownedPages(const TableDef &t) const
     return m_maps.pages(t.ownedMap);
 }
 
-Status TableRows::scanStored(const TableDef &t, const quint32 *from, const quint32 *to, const StoredVisit &visit) const
+Status TableRows::rowTableOverflows(quint32 page) const
 {
-    for (const quint32 *page = from; page != to; ++page) {
-        const quint32 p = *page;
-        if (!ownsPage(t, p))
-            continue;
-        const int rows = u16(m_store.page(p) + kDataRowCount);
-        if (kDataRowTable + 2 * rows > kPageSize)
-            return Status::corruption(QStringLiteral("page %1: row table overflows the page").arg(p));
-        for (int r = 0; r < rows; ++r) {
-            if (slotAt(m_store.page(p), r) & kRowDeleted)
-                continue;
-            const RowId id { p, quint8(r) };
-            Result<Located> at = locate(t, id);
-            if (!at)
-                return at.status();
-            Result<bool> more = visit(id, m_store.page(at->data.page) + at->extent.start, at->extent.length());
-            if (!more)
-                return Status::corruption(
-                    QStringLiteral("page %1 slot %2: %3").arg(p).arg(r).arg(more.status().message()));
-            if (!*more)
-                return Status::ok();
-        }
-    }
-    return Status::ok();
+    return Status::corruption(QStringLiteral("page %1: row table overflows the page").arg(page));
+}
+
+Status TableRows::rowRefused(RowId id, const Status &why) const
+{
+    return Status::corruption(QStringLiteral("page %1 slot %2: %3").arg(id.page).arg(id.row).arg(why.message()));
+}
+
+Result<std::pair<const uchar *, int>> TableRows::followed(const TableDef &t, RowId id) const
+{
+    Result<Located> at = locate(t, id);
+    if (!at)
+        return at.status();
+    return std::pair<const uchar *, int>(m_store.page(at->data.page) + at->extent.start, at->extent.length());
 }
 
 Status TableRows::scan(const TableDef &t, const Visit &visit) const

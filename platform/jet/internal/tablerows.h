@@ -5,9 +5,12 @@
 #pragma once
 
 #include <functional>
+#include <tuple>
+#include <utility>
 
 #include <QHash>
 
+#include "platform/jet/internal/datapage.h"
 #include "platform/jet/internal/usagemaps.h"
 #include "platform/jet/types.h"
 
@@ -45,7 +48,8 @@ public:
     // scanStored(t, from, to, visit) visits those with indexes [from, to) of that list. Parts
     // read nothing but the page image, so several may be scanned at once.
     Result<QList<quint32>> ownedPages(const TableDef &t) const;
-    Status scanStored(const TableDef &t, const quint32 *from, const quint32 *to, const StoredVisit &visit) const;
+    template <class StoredVisitor>
+    Status scanStored(const TableDef &t, const quint32 *from, const quint32 *to, StoredVisitor &&visit) const;
     // NotFound when no live row of t has its slot at id; Corruption as scan().
     Result<Row> read(const TableDef &t, RowId id) const;
 
@@ -69,6 +73,10 @@ private:
         RowExtent extent;
     };
     Result<Located> locate(const TableDef &t, RowId id) const;
+    // For scanStored: the bytes of a row moved away or refused, and its failures.
+    Result<std::pair<const uchar *, int>> followed(const TableDef &t, RowId id) const;
+    Status rowTableOverflows(quint32 page) const;
+    Status rowRefused(RowId id, const Status &why) const;
     bool ownsPage(const TableDef &t, quint32 page) const;
     bool fits(const TableDef &t, quint32 page, int length) const;
     Result<quint32> pageForRow(const TableDef &t, int length, quint32 prefer);
@@ -82,5 +90,41 @@ private:
     UsageMaps &m_maps;
     QHash<quint32, quint32> m_insertPage; // by tdef page: the data page that took the last insert
 };
+
+template <class StoredVisitor>
+Status TableRows::scanStored(const TableDef &t, const quint32 *from, const quint32 *to, StoredVisitor &&visit) const
+{
+    for (const quint32 *page = from; page != to; ++page) {
+        const quint32 p = *page;
+        if (!ownsPage(t, p))
+            continue;
+        const uchar *pg = m_store.page(p);
+        const int rows = u16(pg + kDataRowCount);
+        if (kDataRowTable + 2 * rows > kPageSize)
+            return rowTableOverflows(p);
+        for (int r = 0; r < rows; ++r) {
+            if (slotAt(pg, r) & kRowDeleted)
+                continue;
+            const RowId id { p, quint8(r) };
+            // A row in place is read where it lies; one moved away (or out of bounds) is
+            // followed (or refused) as a read by its id is.
+            const std::optional<RowExtent> e = rowExtent(pg, r);
+            const uchar *bytes = e ? pg + e->start : nullptr;
+            int length = e ? e->length() : 0;
+            if (!e || (e->flags & kRowOverflow)) {
+                Result<std::pair<const uchar *, int>> at = followed(t, id);
+                if (!at)
+                    return at.status();
+                std::tie(bytes, length) = *at;
+            }
+            Result<bool> more = visit(id, bytes, length);
+            if (!more)
+                return rowRefused(id, more.status());
+            if (!*more)
+                return Status::ok();
+        }
+    }
+    return Status::ok();
+}
 
 } // namespace tolvane::jet::internal
