@@ -110,6 +110,7 @@ void RowStore::storedRow(int row, Stored *out) const
 
 char16_t *RowStore::reserveText(qsizetype n)
 {
+    Q_ASSERT(filling());
     LargeArray<char16_t> &text = m_segments[0].text;
     m_reserved = text.size();
     text.resize(m_reserved + n);

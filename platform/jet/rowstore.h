@@ -36,8 +36,13 @@ public:
     int appendRow();
 
     void setNull(int row, int field) { cell(row, field) = Cell {}; }
-    // The value of fromRow's field, kept once for both (a text is not copied).
-    void repeat(int row, int field, int fromRow) { cell(row, field) = cell(fromRow, field); }
+    // The value of fromRow's field, kept once for both (a text is not copied). Only for a store
+    // of one segment in its own order (one being filled).
+    void repeat(int row, int field, int fromRow)
+    {
+        Q_ASSERT(filling());
+        cell(row, field) = cell(fromRow, field);
+    }
     void setDate(int row, int field, double ole);
     // A whole number (Byte, Integer, Long), read back as an int.
     void setInt(int row, int field, qint64 value);
@@ -99,6 +104,7 @@ private:
         qsizetype row = 0;
     };
 
+    bool filling() const { return m_order.isEmpty() && segmentRows(m_segments[1]) == 0; }
     int segmentRows(const Segment &s) const
     {
         return m_fields > 0 ? int(s.cells.size() / m_fields) : s.rowsWithoutFields;
